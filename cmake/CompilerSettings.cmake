@@ -1,0 +1,18 @@
+# What every target of the project is compiled with.
+
+# Growth steps are computed in strict double precision on every host.
+add_compile_options(-ffp-contract=off)
+
+if(VEK_SANITIZERS)
+  add_compile_options(-fsanitize=${VEK_SANITIZERS} -fno-omit-frame-pointer
+                      -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${VEK_SANITIZERS})
+endif()
+
+function(vek_configure_target target)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow
+                                           -Wmissing-declarations)
+  if(VEK_WARNINGS_AS_ERRORS)
+    target_compile_options(${target} PRIVATE -Werror)
+  endif()
+endfunction()

@@ -1,0 +1,4 @@
+// The stdio location: the process's standard streams by name.
+#pragma once
+
+void pfa_stdio_register();
