@@ -1,9 +1,11 @@
 // The path record: one file or directory name in its parts, and what is open on it.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
-// Status codes of the file access layer.
+// Status codes: what every operation of the file access layer that has a status answers.
 enum pfa_status : int {
     PFA_E_NO_ERROR = 0,
     PFA_E_ERROR = 1,
@@ -27,28 +29,30 @@ enum pfa_status : int {
     PFA_E_NOT_CACHABLE = 19,
 };
 
-// The longest path, name or directory text with its terminating zero, and the longest host or
-// device.
+// The longest path, name or directory text, and the longest host or device, each with its
+// terminating zero.
 constexpr int PFA_PATH_SIZE = 260;
 constexpr int PFA_HOST_SIZE = 32;
 
+// A record is valid while it carries this number; an operation with a status answers 11 to a null
+// or invalid record.
 constexpr std::uint16_t PFA_MAGIC = 0x886a;
 
 enum pfa_component : int {
     PFA_HOST = 0,
     PFA_DEVICE = 1,
-    PFA_PATH = 2,
-    PFA_NAME = 3,
-    PFA_EXTENSION = 4,
-    PFA_RESERVED = 5,
+    PFA_PATH = 2,      // always ends in '/'; a parent step is the segment '^'
+    PFA_NAME = 3,      // without extension and version
+    PFA_EXTENSION = 4, // without the '.'
+    PFA_RESERVED = 5,  // always empty
     PFA_COMPONENTS = 6,
 };
 
 enum pfa_flag : std::uint32_t {
-    PFA_F_MOUNTED = 0x2,
-    PFA_F_OPEN = 0x100,
-    PFA_F_BORROWED = 0x200,
-    PFA_F_LENT = 0x400,
+    PFA_F_MOUNTED = 0x2,    // on a file system that is not local: writes are forced to the store
+    PFA_F_OPEN = 0x100,     // a stream or a directory is open on the record
+    PFA_F_BORROWED = 0x200, // the open listing belongs to a record of the directory cache
+    PFA_F_LENT = 0x400,     // a record of the directory cache whose listing is out on loan
 };
 
 // Which parts of a name pfa_get_file_name writes.
@@ -56,6 +60,7 @@ enum pfa_include : int {
     PFA_INCLUDE_HOST = 1,
     PFA_INCLUDE_DEVICE = 2,
     PFA_INCLUDE_PATH = 4,
+    PFA_INCLUDE_LOCATION = 7,
     PFA_INCLUDE_NAME = 8,
     PFA_INCLUDE_EXTENSION = 16,
     PFA_INCLUDE_VERSION = 32,
@@ -65,20 +70,39 @@ enum pfa_include : int {
     PFA_OS_NAME = 62,
 };
 
+// Component i is text[start, end). The components lie back to back in index order: the first starts
+// at 0, each other where the one before it ends; the last end is the length of the text.
 struct pfa_bounds {
     std::int16_t start;
     std::int16_t end;
 };
 
+//   0     2             262           286    288      290     292     296      300        304
+//   +-------+-------------+-------------+------+---------+-------+-------+--------+----------+--
+//   | magic | text + NUL  | 6 x (s, e)  | type | version | datum | flags | encode | loc type | loc
+//   +-------+-------------+-------------+------+---------+-------+-------+--------+----------+--
+//
+// The caller owns a record from pfa_alloc_vek_file to pfa_free_vek_file and uses it on one thread
+// at a time. What is open on it hangs on location_handle and belongs to the location type; it must
+// be closed before the record is freed.
 struct vek_file {
     std::uint16_t magic;
     char text[PFA_PATH_SIZE];
     pfa_bounds bounds[PFA_COMPONENTS];
-    std::int16_t type;
-    std::int16_t version;
-    std::int16_t location_datum;
+    std::int16_t type;           // object type; -4 not yet known, -5 directory, -6 no member
+    std::int16_t version;        // 0 for none
+    std::int16_t location_datum; // kept for the location type; -1 when unset
     std::uint32_t flags;
-    std::uint32_t encode;
+    std::uint32_t encode; // code conversion of written text; 0 for none
     std::int32_t location_type;
-    void *location_handle;
+    void *location_handle; // null while nothing is open
 };
+
+static_assert(offsetof(vek_file, text) == 2);
+static_assert(offsetof(vek_file, bounds) == 262);
+static_assert(offsetof(vek_file, type) == 286);
+static_assert(offsetof(vek_file, flags) == 292);
+static_assert(offsetof(vek_file, location_type) == 300);
+static_assert(offsetof(vek_file, location_handle) == 304);
+static_assert(sizeof(vek_file) == 304 + sizeof(void *));
+static_assert(std::is_trivially_copyable_v<vek_file>);
