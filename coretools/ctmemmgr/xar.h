@@ -1,22 +1,53 @@
-// Extensible arrays: the handle is the address of the first element.
+// Extensible arrays: growable arrays of fixed-size elements, indexed like plain ones.
+//
+// A handle is the address of the first element. Operations that may move or release an array take
+// the address of the caller's handle and update it; every other copy of the handle is then stale.
+// Elements that come into use are zero. An array is not locked: threads that share one serialise
+// its use. The bookkeeping is described in xar_layout.h.
+//
+// Misuse ends the process through err_crash with the operation's tag ("XAR_APPEND" uses
+// "XAR_EXTEND") and "invalid array" or "invalid request". Exhausted memory and growth beyond the
+// limit are reported and handed to the traps. Where such a report returns, the array is as it was
+// and the operation answers null or 0.
 #pragma once
 
+#include <cstring>
 #include <type_traits>
 
+// No array holds more than XAR_LIMIT_BYTES / element size elements, on any host.
 constexpr int XAR_LIMIT_BYTES = 2047984;
 
-void *xar_alloc(int count, int element_size, int step);
-void *zone_xar_alloc(int zone, int count, int element_size, int step);
+// A new array of count zero elements of element_size bytes (1 to 65535) that first grows by step
+// elements (kept at 8191 at most). Null, and nothing made, when count and step are both 0.
+[[nodiscard]] void *xar_alloc(int count, int element_size, int step);
+// The same in a zone, whose memory is given back with the zone; a negative zone stands for the
+// general allocator.
+[[nodiscard]] void *zone_xar_alloc(int zone, int count, int element_size, int step);
+// Appends count elements copied from source, or zero ones when source is null: the first of them,
+// or null without memory. A count of 0 answers xar_last. The source may lie in the same array.
 void *xar_append(void **handle, int count, const void *source);
+// Appends count zero elements: the first of them; null for 0 and without memory.
 void *xar_extend(void **handle, int count);
+// The elements in use; 0 for a null handle.
 int xar_count(const void *const *handle);
+// The last element; null for an empty array and a null handle.
 void *xar_last(void *const *handle);
+// Removes the last count elements and answers the new last one, null when none is left. The
+// memory stays with the array.
 void *xar_shrink(void **handle, int count);
+// Shrinks or extends to new_count: 0, or -1 when there is no memory. A null handle may only be
+// resized to 0.
 int xar_resize(void **handle, int new_count);
+// Fills each output that is not null: element size, growth step as created, elements in use and the
+// most elements an array of this element size may hold. A null handle fills none.
 void xar_params(const void *const *handle, int *element_size, int *step, int *count, int *maximum);
+// Releases the array, unless a zone owns it, and sets the handle to null.
 void xar_free(void **handle);
+// The index of the first element equal to value in an array of ints, or -1.
 int int_in_list(int value, const int *handle);
 
+// Debugging switches of the calling thread, both 0 at first. With force_ext_no its new arrays get
+// the step 1; with force_ignore_reloc_cnt growth steps do not widen.
 int get_force_ext_no();
 void set_force_ext_no(int value);
 int get_force_ignore_reloc_cnt();
@@ -25,16 +56,77 @@ void set_force_ignore_reloc_cnt(int value);
 // The same operations on a typed handle.
 
 template <class T>
-T *xar_alloc_of(int count, int step) {
+concept xar_element = std::is_trivially_copyable_v<T> && !std::is_const_v<T>;
+
+template <xar_element T>
+[[nodiscard]] T *xar_alloc_of(int count, int step) {
     return static_cast<T *>(xar_alloc(count, static_cast<int>(sizeof(T)), step));
 }
 
-template <class T>
-T *xar_append(T **handle, int count, const std::type_identity_t<T> *source) {
-    void *untyped = *handle;
-    void *first = xar_append(&untyped, count, static_cast<const void *>(source));
-    *handle = static_cast<T *>(untyped);
-    return static_cast<T *>(first);
+template <xar_element T>
+[[nodiscard]] T *zone_xar_alloc_of(int zone, int count, int step) {
+    return static_cast<T *>(zone_xar_alloc(zone, count, static_cast<int>(sizeof(T)), step));
 }
-// The owner adds the same for xar_extend, xar_count, xar_last, xar_shrink, xar_resize, xar_params
-// and xar_free.
+
+// Runs an operation that may change the handle on an untyped copy of it.
+template <xar_element T, class Operation>
+auto xar_with_untyped(T **handle, Operation operation) {
+    if (handle == nullptr) {
+        return operation(static_cast<void **>(nullptr));
+    }
+    void *untyped = *handle;
+    auto result = operation(&untyped);
+    *handle = static_cast<T *>(untyped);
+    return result;
+}
+
+template <xar_element T>
+T *xar_append(T **handle, int count, const std::type_identity_t<T> *source) {
+    return static_cast<T *>(xar_with_untyped(handle, [count, source](void **untyped) {
+        return xar_append(untyped, count, static_cast<const void *>(source));
+    }));
+}
+
+template <xar_element T>
+T *xar_extend(T **handle, int count) {
+    return static_cast<T *>(
+        xar_with_untyped(handle, [count](void **untyped) { return xar_extend(untyped, count); }));
+}
+
+template <xar_element T>
+int xar_count(T *const *handle) {
+    const void *untyped = handle == nullptr ? nullptr : *handle;
+    return xar_count(handle == nullptr ? nullptr : &untyped);
+}
+
+template <xar_element T>
+T *xar_last(T *const *handle) {
+    void *untyped = handle == nullptr ? nullptr : *handle;
+    return static_cast<T *>(xar_last(handle == nullptr ? nullptr : &untyped));
+}
+
+template <xar_element T>
+T *xar_shrink(T **handle, int count) {
+    return static_cast<T *>(
+        xar_with_untyped(handle, [count](void **untyped) { return xar_shrink(untyped, count); }));
+}
+
+template <xar_element T>
+int xar_resize(T **handle, int new_count) {
+    return xar_with_untyped(handle,
+                            [new_count](void **untyped) { return xar_resize(untyped, new_count); });
+}
+
+template <xar_element T>
+void xar_params(T *const *handle, int *element_size, int *step, int *count, int *maximum) {
+    const void *untyped = handle == nullptr ? nullptr : *handle;
+    xar_params(handle == nullptr ? nullptr : &untyped, element_size, step, count, maximum);
+}
+
+template <xar_element T>
+void xar_free(T **handle) {
+    xar_with_untyped(handle, [](void **untyped) {
+        xar_free(untyped);
+        return 0;
+    });
+}

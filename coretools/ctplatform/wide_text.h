@@ -1,10 +1,32 @@
-// Wide text as this library packs it: one int a character, EUC code sets in 16 bits.
+// Wide text as this library packs it: one int a character, the EUC code sets in 16 bits.
+//
+//   byte b below 0x80                      b
+//   b1 b2, JIS X 0208                      b1 << 8 | b2 | 0x8080
+//   0x8e b2, half-width katakana           b2 | 0x80
+//   0x8f b2 b3, JIS X 0212                 b2 << 8 | (b3 & 0x7f) | 0x8000
+//
+// A zero byte always ends a text, even inside a character, which is then what was read of it.
 #pragma once
 
 using vek_wchar = int;
 
+// The bytes of the EUC character that starts with this byte: 1 to 3.
+constexpr int euc_char_length(unsigned char lead) {
+    if (lead < 0x80) {
+        return 1;
+    }
+    return lead == 0x8f ? 3 : 2;
+}
+
+// Decodes the character at the start of text and answers the bytes used, 1 to 3. Reads up to the
+// character's length, but never past a zero byte.
+int euc_decode(vek_wchar *result, const char *text);
+
+// The characters of a wide text before its terminating zero; 0 for null.
 int wslen(const vek_wchar *text);
-// Both write a terminating zero and return the destination. wstostr needs 3 bytes a character and
-// one; strtows needs one character a byte and one.
+// Both write a terminating zero and return the destination; a null source is an empty text. wstostr
+// needs 3 bytes a character and one; strtows needs one character a byte and one. What strtows made
+// of a text reads the same again after wstostr and strtows. wstostr writes '?' for a number that is
+// no character.
 char *wstostr(char *destination, const vek_wchar *source);
 vek_wchar *strtows(vek_wchar *destination, const char *source);
