@@ -1,0 +1,32 @@
+// The unconditional end of the process.
+#include "coretools/ctmisc/crash.h"
+
+#include <atomic>
+#include <csignal>
+#include <cstdio>
+
+#include "coretools/ctmisc/wlx_exit.h"
+#include "coretools/ctsigutil/raise_signal.h"
+
+namespace {
+
+constexpr int CRASH_STATUS = 2;
+
+std::atomic<int> vek_debug_switch{0};
+
+} // namespace
+
+void set_vek_debug_switch(int on) {
+    vek_debug_switch = on;
+}
+
+int crash() {
+    if (vek_debug_switch != 0) {
+        ctsu_raise_signal(SIGSEGV);
+        return 0;
+    }
+    std::printf("Serious internal error; cannot continue.\n");
+    wlx_exit_run(CRASH_STATUS);
+    wlx_exit(CRASH_STATUS);
+    return 0;
+}

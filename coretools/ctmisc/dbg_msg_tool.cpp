@@ -1,0 +1,176 @@
+// Boxed diagnostic messages, written to a file or to standard error.
+#include "coretools/ctmisc/dbg_msg_tool.h"
+
+#include <atomic>
+#include <csignal>
+#include <cstdarg>
+#include <cstring>
+#include <unistd.h>
+
+#include "basictk/baselib/inc/thrMutex.h"
+#include "coretools/ctmisc/in_progress.h"
+#include "coretools/ctmisc/lazy_mutex.h"
+// Two upper layers, on purpose: messages are formatted like every other text, and the directory
+// cache must hear of a message file that appears.
+#include "coretools/ctdci/dci.h"
+#include "coretools/ctwcfun/vek_vsprintf.h"
+
+namespace {
+
+enum message_kind : int { INFO_MESSAGE = 0, ERROR_MESSAGE = 1, FATAL_MESSAGE = 2 };
+
+constexpr int MESSAGE_SIZE = 1000;
+constexpr int FILE_NAME_SIZE = 260;
+
+std::atomic<int> dbg_allow_print{0};
+std::atomic<int> dbg_allow_crash{0};
+std::atomic<dbg_crash_func> crash_func{nullptr};
+constinit in_progress_mark dbg_msg_tool_called;
+constinit lazy_mutex dbg_msg_tool_lock{thrMutex_Create_Recursive};
+
+// Under the lock.
+char dbg_error_fname[FILE_NAME_SIZE];
+int fresh = 1;
+
+} // namespace
+
+void lock_dbg_msg_tool() {
+    lazy_mutex_lock(&dbg_msg_tool_lock);
+}
+
+void unlock_dbg_msg_tool() {
+    lazy_mutex_unlock(&dbg_msg_tool_lock);
+}
+
+void dbg_set_allow_print(int allowed) {
+    dbg_allow_print = allowed;
+}
+
+void dbg_set_allow_crash(int allowed) {
+    dbg_allow_crash = allowed;
+}
+
+void dbg_set_crash_func(dbg_crash_func function) {
+    crash_func = function;
+}
+
+int dbg_set_error_file_name(const char *name) {
+    const std::size_t length = name != nullptr ? strnlen(name, FILE_NAME_SIZE) : 0;
+    if (length == FILE_NAME_SIZE) {
+        return 0;
+    }
+    lock_dbg_msg_tool();
+    if (length > 0) {
+        std::memcpy(dbg_error_fname, name, length);
+    }
+    dbg_error_fname[length] = '\0';
+    unlock_dbg_msg_tool();
+    return 1;
+}
+
+// Cuts what does not fit; a missing or refused format gives the empty text.
+static void format_message(char (&message)[MESSAGE_SIZE], const char *format,
+                           std::va_list arguments) {
+    const char *text = format != nullptr ? vek_vsprintf(nullptr, format, arguments) : nullptr;
+    std::snprintf(message, sizeof message, "%s", text != nullptr ? text : "");
+}
+
+static void format_line(char (&line)[MESSAGE_SIZE], const char *format, ...) {
+    std::va_list arguments;
+    va_start(arguments, format);
+    format_message(line, format, arguments);
+    va_end(arguments);
+}
+
+static void format_heading(char (&heading)[MESSAGE_SIZE], message_kind kind, const char *name,
+                           char level) {
+    switch (kind) {
+    case INFO_MESSAGE:
+        format_line(heading, "\n*** INFO MESSAGE from %s : ***\n\t", name);
+        break;
+    case ERROR_MESSAGE:
+        format_line(heading, "\n*** %c-LEVEL ERROR in %s : ***\n\t", level, name);
+        break;
+    case FATAL_MESSAGE:
+        format_line(heading, "\n*** FATAL ERROR in %s : ***\n\t", name);
+        break;
+    }
+}
+
+void dbg_fprintf(std::FILE *stream, const char *format, ...) {
+    char message[MESSAGE_SIZE];
+    std::va_list arguments;
+    va_start(arguments, format);
+    format_message(message, format, arguments);
+    va_end(arguments);
+    std::fprintf(stream != nullptr ? stream : stderr, "%s", message);
+}
+
+// Called under the lock.
+static void write_box(const char *heading, const char *message) {
+    std::FILE *file = nullptr;
+    if (dbg_error_fname[0] != '\0') {
+        file = dci_fopen(dbg_error_fname, fresh != 0 ? "w" : "a");
+    }
+    std::fprintf(file != nullptr ? file : stderr, "%s%s\n", heading, message);
+    if (file != nullptr) {
+        std::fclose(file);
+        fresh = 0;
+    }
+}
+
+// Called under the lock.
+static bool wants_signal(message_kind kind, const char *name) {
+    if (kind != FATAL_MESSAGE || dbg_allow_crash == 0) {
+        return false;
+    }
+    const dbg_crash_func function = crash_func;
+    return function == nullptr || function(name) != 0;
+}
+
+static void dbg_msg_tool(message_kind kind, const char *name, char level, const char *format,
+                         std::va_list arguments) {
+    if (!in_progress_enter(&dbg_msg_tool_called)) {
+        return;
+    }
+    // Formatted before the lock is taken and a file is open: formatting can run out of memory, and
+    // the trap would leave the one released and the other open.
+    const bool printed = dbg_allow_print != 0;
+    char heading[MESSAGE_SIZE] = "";
+    char message[MESSAGE_SIZE] = "";
+    if (printed) {
+        format_heading(heading, kind, name, level);
+        format_message(message, format, arguments);
+    }
+    lock_dbg_msg_tool();
+    const bool signals = wants_signal(kind, name);
+    if (printed) {
+        write_box(heading, message);
+    }
+    unlock_dbg_msg_tool();
+    in_progress_leave(&dbg_msg_tool_called);
+    if (signals) {
+        kill(getpid(), SIGUSR1);
+    }
+}
+
+void dbg_crash_msg(const char *name, const char *format, ...) {
+    std::va_list arguments;
+    va_start(arguments, format);
+    dbg_msg_tool(FATAL_MESSAGE, name, ' ', format, arguments);
+    va_end(arguments);
+}
+
+void dbg_error_msg(const char *name, char level, const char *format, ...) {
+    std::va_list arguments;
+    va_start(arguments, format);
+    dbg_msg_tool(ERROR_MESSAGE, name, level, format, arguments);
+    va_end(arguments);
+}
+
+void dbg_info_msg(const char *name, const char *format, ...) {
+    std::va_list arguments;
+    va_start(arguments, format);
+    dbg_msg_tool(INFO_MESSAGE, name, ' ', format, arguments);
+    va_end(arguments);
+}

@@ -1,0 +1,52 @@
+// Raising a signal, with a report of how it went.
+#include "coretools/ctsigutil/raise_signal.h"
+
+#include <csignal>
+#include <cstdio>
+#include <iterator>
+
+namespace {
+
+// What a platform's raise answers; POSIX knows the first and the fourth.
+enum raise_result : int {
+    RAISED = 0,
+    RAISE_BAD_ARGUMENTS = 1,
+    RAISE_SYSTEM_ERROR = 2,
+    RAISE_APPLICATION_ERROR = 3,
+    RAISE_NOT_SUPPORTED = 4,
+};
+
+struct raise_row {
+    raise_result result;
+    const char *line; // a format; %d is the signal number
+    int answer;
+};
+
+constexpr raise_row RAISE_ROWS[] = {
+    {RAISED, "Raised Signal number : %d\n", 1},
+    {RAISE_BAD_ARGUMENTS, "BAD ARGS\n", 0},
+    {RAISE_SYSTEM_ERROR, "SYSTEM ERROR\n", 0},
+    {RAISE_APPLICATION_ERROR, "APPLICATION ERROR\n", 0},
+    {RAISE_NOT_SUPPORTED, "OPERATION NOT SUPPORTED\n", 1},
+};
+
+} // namespace
+
+int posix_raise_signal(int signal_number) {
+    return std::raise(signal_number) == 0 ? RAISED : RAISE_APPLICATION_ERROR;
+}
+
+int ctsu_raise_signal(int signal_number) {
+    if (signal_number == -1) {
+        return 0;
+    }
+    std::fprintf(stderr, "RAISING SIGNAL : Signal number : %d\n", signal_number);
+    const int result = posix_raise_signal(signal_number);
+    for (const raise_row &row : RAISE_ROWS) {
+        if (row.result == result) {
+            std::fprintf(stderr, row.line, signal_number);
+            return row.answer;
+        }
+    }
+    return 0;
+}
