@@ -3,5 +3,7 @@
 
 #include "coretools/ctplatform/wide_text.h"
 
-// Valid until the fourth call after this one; null when there is no memory. Not thread-safe.
+// The wide form of text (a null one counts as empty), in one of four buffers that calls use in
+// turn: valid until the fourth call after this one. Null when there is no memory. The buffers are
+// shared by all threads: only one thread may use them at a time.
 const vek_wchar *wstr_ret(const char *text);
