@@ -197,8 +197,8 @@ requires(plm_sequence_of<Fn> ==
     pfa_loc_method_register(type, METHOD, locMethodInfo[METHOD].sequence, implementation);
 }
 
-// Copies the donor's slot of a method (0 to 66, not tested) into the heir's open registration.
-// 1 when the slot holds an implementation, 0 when it is empty or the copy was refused.
+// Copies the donor's slot of a method (0 to 66) into the heir's open registration, an empty slot
+// too. 1 when the slot holds an implementation, 0 when it is empty or the copy was refused.
 int pfa_loc_type_inherit_method(int heir, int donor, int method);
 
 // Asks the registered location types from 9 down to 1, or only_type alone unless it is -1, whether

@@ -1,9 +1,13 @@
 // The dispatch wrappers, one a calling sequence: each calls the method's implementation of the
-// record's location type and returns its result, or -1 when the type does not offer the method.
+// record's location type and returns its result, or -1 when the type does not offer the method or
+// the record is not valid. The letters after pfaloc_call_ are those of the sequence; the location
+// handles (L) are supplied here, not by the caller. A -1 from an implementation looks the same.
 #pragma once
 
 #include "coretools/ctpfa/pfaloc.h"
 
+// The first record selects the implementation. FF, FLFL and FLFLPP take two valid records of one
+// location type; different types are reported and answered with -1.
 int pfaloc_call_F(vek_file *record, int method);
 int pfaloc_call_FF(vek_file *record, int method, vek_file *second);
 int pfaloc_call_FFP(vek_file *record, int method, vek_file *second, plm_ptr a);
@@ -29,6 +33,8 @@ int pfaloc_call_FFIIIPP(vek_file *record, int method, vek_file *second, int a, i
                         plm_ptr d, plm_ptr e);
 int pfaloc_call_FPPPP(vek_file *record, int method, plm_ptr a, plm_ptr b, plm_ptr c, plm_ptr d);
 int pfaloc_call_FLPP(vek_file *record, int method, plm_ptr a, plm_ptr b);
+
+// These have no record and take a location type index.
 int pfaloc_call_PP(int type, int method, plm_ptr a, plm_ptr b);
 int pfaloc_call_PPP(int type, int method, plm_ptr a, plm_ptr b, plm_ptr c);
 int pfaloc_call_PPPP(int type, int method, plm_ptr a, plm_ptr b, plm_ptr c, plm_ptr d);

@@ -1,0 +1,194 @@
+// The location registry: registration, inheritance, look-up, and the claim of a name.
+#include "coretools/ctpfa/pfaloc.h"
+
+#include "coretools/ctmemmgr/getmem.h"
+#include "coretools/ctmemmgr/serious_errors.h"
+#include "coretools/ctmisc/run_mode.h"
+#include "coretools/ctpfa/pfaloc_call.h"
+
+#include <cstring>
+
+namespace {
+
+// One location type; type equals the row's own index once the type has been set up. As the rows
+// begin as zero bytes, row 0 reads as set up from the start, with no method.
+struct loc_row {
+    int type;
+    pfaloc_impl methods[PFA_METHODS];
+};
+static_assert(std::is_trivially_copyable_v<loc_row>);
+
+// PFA_LOCATION_TYPES rows; null until the first setup. Never released.
+loc_row *KnownLocs = nullptr;
+
+// The type whose registration is open, 0 for none.
+int loc_type_being_registered = NoLocation;
+
+bool is_type(int type) {
+    return type >= 0 && type < PFA_LOCATION_TYPES;
+}
+
+bool is_method(int method) {
+    return method >= 0 && method < PFA_METHODS;
+}
+
+bool is_sequence(int sequence) {
+    return sequence >= 0 && sequence < PFA_CALL_SEQUENCES;
+}
+
+bool is_registered(int type) {
+    return KnownLocs != nullptr && KnownLocs[type].type == type;
+}
+
+// Only the row of the open registration may be written, and row 0 never.
+bool is_open(int type) {
+    return type != NoLocation && type == loc_type_being_registered;
+}
+
+} // namespace
+
+int pfaloc_create_registry() {
+    if (KnownLocs == nullptr) {
+        KnownLocs = static_cast<loc_row *>(getmem(int(sizeof(loc_row) * PFA_LOCATION_TYPES)));
+    }
+    return KnownLocs != nullptr ? 1 : 0;
+}
+
+int pfa_loc_register_setup(int type) {
+    constexpr const char *NAME = "pfa_loc_register_setup";
+    if (type == NoLocation && loc_type_being_registered == NoLocation) {
+        dbg_err_crash(NAME, "closing unopened registry");
+    }
+    if (!is_type(type)) {
+        dbg_err_crash(NAME, "invalid type index %d", type);
+        return 0;
+    }
+    if (pfaloc_create_registry() == 0) {
+        return 0;
+    }
+    if (type == NoLocation) {
+        loc_type_being_registered = NoLocation;
+        return 1;
+    }
+    if (is_registered(type)) {
+        dbg_err_crash(NAME, "type %s (%d) already registered", locTypeNames[type].name, type);
+        return 0;
+    }
+    KnownLocs[type].type = type;
+    loc_type_being_registered = type;
+    return 1;
+}
+
+void pfa_loc_method_register(int type, int method, int sequence,
+                             const pfaloc_impl &implementation) {
+    constexpr const char *NAME = "pfa_loc_method_register";
+    if (!is_type(type) || !is_method(method)) {
+        dbg_err_crash(NAME, "invalid input");
+        return;
+    }
+    if (!is_open(type)) {
+        dbg_err_crash(NAME, "registry open for type %s, not type %s",
+                      locTypeNames[loc_type_being_registered].name, locTypeNames[type].name);
+        return;
+    }
+    if (!is_sequence(sequence)) {
+        dbg_err_crash(NAME, "unknown calling sequence code %d", sequence);
+    } else {
+        // The function's own sequence has to be right too, when there is a function.
+        const loc_method_row &row = locMethodInfo[method];
+        const int actual = sequence == row.sequence && implementation.sequence() >= 0
+                               ? implementation.sequence()
+                               : sequence;
+        if (actual != row.sequence) {
+            dbg_err_crash(NAME, "%s should be %s, not %s", row.name,
+                          methodAttrTable[row.sequence].name, methodAttrTable[actual].name);
+            return;
+        }
+    }
+    KnownLocs[type].methods[method] = implementation;
+}
+
+int pfa_loc_type_inherit_method(int heir, int donor, int method) {
+    constexpr const char *NAME = "pfa_loc_type_inherit_methods";
+    if (!is_type(heir) || !is_type(donor)) {
+        dbg_err_crash(NAME, "args out of range");
+        return 0;
+    }
+    if (!is_open(heir)) {
+        dbg_err_crash(NAME, "not currently registering %s", locTypeNames[heir].name);
+        return 0;
+    }
+    if (!is_registered(donor)) {
+        dbg_err_crash(NAME, "can't inherit methods from as-yet-unregistered %s",
+                      locTypeNames[donor].name);
+        return 0;
+    }
+    if (!is_method(method)) {
+        return 0;
+    }
+    const pfaloc_impl &slot = KnownLocs[donor].methods[method];
+    KnownLocs[heir].methods[method] = slot;
+    return slot.sequence() >= 0 ? 1 : 0;
+}
+
+int pfaloc_get_func(const vek_file *record, int method, int sequence, pfaloc_impl *found) {
+    if (record == nullptr || record->magic != PFA_MAGIC) {
+        return 0;
+    }
+    return pfaloc_get_func_low(record->location_type, method, sequence, found);
+}
+
+int pfaloc_get_func_low(int type, int method, int sequence, pfaloc_impl *found) {
+    constexpr const char *NAME = "pfaloc_get_func";
+    if (!is_method(method)) {
+        dbg_err_crash(NAME, "no such method %d", method);
+        return 0;
+    }
+    const loc_method_row &row = locMethodInfo[method];
+    if (sequence != row.sequence) {
+        dbg_err_crash(NAME, "tried to call %s with attrs %d", row.name, sequence);
+        return 0;
+    }
+    if (!is_type(type)) {
+        dbg_err_crash(NAME, "unknown location type %d (out of range)", type);
+        return 0;
+    }
+    if (KnownLocs == nullptr) {
+        return 0;
+    }
+    // A function of another type, stored under an unknown code, can't be called as this method.
+    const pfaloc_impl &slot = KnownLocs[type].methods[method];
+    if (slot.sequence() != row.sequence) {
+        if (type != NoLocation && is_run_mode(RUN_MODE_PFA_TRACE)) {
+            dbg_err_syserr(NAME, "calling undefined %s method for %s", row.name,
+                           locTypeNames[type].name);
+        }
+        return 0;
+    }
+    if (found != nullptr) {
+        *found = slot;
+    }
+    return 1;
+}
+
+int pfa_parse_location(vek_file *record, const char *name, std::int16_t *rest, int only_type) {
+    if (record == nullptr || record->magic != PFA_MAGIC) {
+        return PFA_E_NOT_VALID;
+    }
+    const std::int32_t saved_type = record->location_type;
+    const char *colon = name != nullptr ? std::strchr(name, ':') : nullptr;
+    const bool all = only_type == -1;
+    const int last = all ? 1 : only_type;
+    int result = PFA_E_NOT_FOUND;
+    for (int type = all ? PFA_LOCATION_TYPES - 1 : only_type; type >= last && result != 0; type--) {
+        if (type == NoLocation || !is_type(type) || !is_registered(type)) {
+            continue;
+        }
+        record->location_type = type;
+        result = pfaloc_call_FPPP(record, PfaClaimLocation, name, colon, rest);
+    }
+    if (result != PFA_E_NO_ERROR) {
+        record->location_type = saved_type;
+    }
+    return result;
+}
