@@ -1,0 +1,100 @@
+// Loads the current and the home directory.
+#include "coretools/ctpfa/pfacurdir.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <unistd.h>
+
+#include "coretools/ctfileutil/objextension.h"
+#include "coretools/ctpfa/pfadirpath.h"
+#include "coretools/ctpfa/pfainfo.h"
+#include "coretools/ctpfa/pfamem.h"
+#include "coretools/ctpfa/pfapars.h"
+#include "coretools/ctpfa/pfaput.h"
+#include "coretools/ctpfa/pfastream.h"
+
+namespace {
+
+vek_file *Cur_Dir = nullptr;
+vek_file home_directory = {}; // valid once its magic number is set
+
+bool make_cur_dir() {
+    return Cur_Dir != nullptr || pfa_alloc_vek_file(&Cur_Dir) == PFA_E_NO_ERROR;
+}
+
+// The working directory with a '/' at its end, which makes it parse as a directory; the empty text
+// when it is unknown or does not fit.
+void working_directory(char text[PFA_PATH_SIZE]) {
+    if (getcwd(text, PFA_PATH_SIZE) == nullptr) {
+        text[0] = '\0';
+        return;
+    }
+    const std::size_t length = std::strlen(text);
+    if (text[length - 1] == '/') {
+        return;
+    }
+    if (length + 1 == PFA_PATH_SIZE) {
+        text[0] = '\0';
+        return;
+    }
+    text[length] = '/';
+    text[length + 1] = '\0';
+}
+
+int load_home_directory() {
+    // A HOME that begins with '~' would ask for itself.
+    static bool loading = false;
+    const char *home = std::getenv("HOME");
+    if (home == nullptr || loading) {
+        return PFA_E_ERROR;
+    }
+    loading = true;
+    vek_file loaded;
+    pfa_init_vek_file(&loaded);
+    int status = pfa_parse_to_vek_file(&loaded, home);
+    if (status == PFA_E_NO_ERROR) {
+        status = pfa_put_obj_type(&loaded, OBJ_TYPE_DIRECTORY);
+    }
+    loading = false;
+    if (status != PFA_E_NO_ERROR) {
+        return PFA_E_ERROR;
+    }
+    home_directory = loaded;
+    return PFA_E_NO_ERROR;
+}
+
+} // namespace
+
+vek_file *pfa_get_cur_dir() {
+    if (Cur_Dir == nullptr) {
+        load_pfa_cur_dir(nullptr);
+    }
+    return Cur_Dir;
+}
+
+vek_file *get_Cur_Dir() {
+    return Cur_Dir;
+}
+
+void load_pfa_cur_dir(vek_file *directory) {
+    if (!make_cur_dir()) {
+        return;
+    }
+    pfa_close(Cur_Dir); // a listing open on it would be lost with its path
+    if (directory != nullptr && pfa_path_is_absolute(directory)) {
+        pfa_copy_vek_file(directory, Cur_Dir);
+        return;
+    }
+    char text[PFA_PATH_SIZE];
+    working_directory(text);
+    parse_to_pfa(Cur_Dir, 1, text);
+    pfa_put_version(Cur_Dir, 0);
+}
+
+int pfa_get_home_dir(vek_file *out) {
+    if (!pfa_is_valid(&home_directory) && load_home_directory() != PFA_E_NO_ERROR) {
+        return PFA_E_ERROR;
+    }
+    return pfa_copy_vek_file(&home_directory, out);
+}

@@ -1,0 +1,145 @@
+// Opens, reads and closes directories, through the directory cache.
+#include "coretools/ctpfa/pfadir.h"
+
+#include <cstdio>
+
+#include "coretools/ctfileutil/objextension.h"
+#include "coretools/ctmemmgr/serious_errors.h"
+#include "coretools/ctpfa/pfacomponent.h"
+#include "coretools/ctpfa/pfadircache.h"
+#include "coretools/ctpfa/pfadirpath.h"
+#include "coretools/ctpfa/pfaget.h"
+#include "coretools/ctpfa/pfainfo.h"
+#include "coretools/ctpfa/pfaloc_call.h"
+#include "coretools/ctpfa/pfapars.h"
+
+namespace {
+
+bool is_directory_record(const vek_file *record) {
+    return pfa_is_valid(record) && pfa_is_dir(record);
+}
+
+void borrow_listing(vek_file *directory, const vek_file *donor) {
+    directory->location_handle = donor->location_handle;
+    directory->flags |= PFA_F_BORROWED;
+}
+
+void undo_loan(vek_file *directory, vek_file *donor) {
+    directory->location_handle = nullptr;
+    directory->flags &= ~PFA_F_BORROWED;
+    donor->flags &= ~PFA_F_LENT;
+}
+
+// Gives a borrowed listing back to the cache. The path of the record may have changed since, so
+// the donor is known by the listing, not by the name alone.
+void return_listing(vek_file *directory, const char *key) {
+    const void *borrowed = directory->location_handle;
+    directory->flags &= ~PFA_F_BORROWED;
+    directory->location_handle = nullptr;
+    vek_file *donor = nullptr;
+    pfa_dir_from_cache(key, &donor, nullptr, 1, directory, 0);
+    if (donor == nullptr || donor->location_handle != borrowed) {
+        dbg_err_crash("pfa_close", "can't find donor of borrowed stream for %s", key);
+        donor = pfa_dir_cache_owner(borrowed);
+    }
+    if (donor != nullptr) {
+        donor->flags &= ~PFA_F_LENT;
+    }
+}
+
+void trace_opening(const char *key, const char *subset, bool from_cache) {
+    if (!pfa_dir_cache_debug()) {
+        return;
+    }
+    if (from_cache) {
+        std::printf("dir_cache> opening %s from cache\n", key);
+    } else {
+        std::printf("dir_cache> opening %s the hard way %s%s\n", key,
+                    subset == nullptr ? "" : "looking for ", subset == nullptr ? "" : subset);
+    }
+}
+
+} // namespace
+
+int pfa_open_dir(vek_file *directory) {
+    return pfa_open_dir_subset(directory, nullptr);
+}
+
+int pfa_open_dir_subset(vek_file *directory, const char *subset) {
+    if (!is_directory_record(directory)) {
+        return PFA_E_NOT_VALID;
+    }
+    if (!pfa_is_local(directory) || pfa_file_is_open(directory)) {
+        return PFA_E_CANT_OPEN;
+    }
+    directory->flags &= ~(PFA_F_BORROWED | PFA_F_LENT); // a copied record may still carry them
+    if (!pfa_path_is_absolute(directory)) {
+        const int made = pfa_make_absolute_path(directory);
+        if (made != PFA_E_NO_ERROR) {
+            return made < 0 ? PFA_E_INVALID_NAME : made;
+        }
+    }
+    if (subset != nullptr && pfaloc_call_F(directory, PfaDirCanOpenSubset) != 0) {
+        subset = nullptr;
+    }
+    char key[PFA_PATH_SIZE];
+    if (pfa_get_location(directory, key, nullptr) != PFA_E_NO_ERROR) {
+        return PFA_E_INVALID_NAME;
+    }
+    vek_file *donor = nullptr;
+    const bool from_cache = pfa_dir_from_cache(key, &donor, nullptr, 0, directory, 0) != 0;
+    if (donor != nullptr) {
+        borrow_listing(directory, donor);
+    }
+    trace_opening(key, subset, from_cache);
+    int status = pfaloc_call_FLPP(directory, PfaDirOpen, key, subset);
+    if ((status == PFA_E_NO_ERROR || status == PFA_E_NOT_CACHABLE) &&
+        directory->location_handle != nullptr) {
+        directory->flags |= PFA_F_OPEN;
+        if (!from_cache && subset == nullptr) {
+            pfa_add_dir_to_cache(key, directory, status);
+        }
+        return PFA_E_NO_ERROR;
+    }
+    if (donor != nullptr) {
+        undo_loan(directory, donor);
+    }
+    return status == PFA_E_NO_ERROR || status == PFA_E_NOT_CACHABLE ? PFA_E_ERROR : status;
+}
+
+int pfa_read_dir(vek_file *directory, vek_file *entry) {
+    if (!is_directory_record(directory) || !pfa_is_valid(entry)) {
+        return PFA_E_NOT_VALID;
+    }
+    if (!pfa_file_is_open(directory)) {
+        return PFA_E_INACTIVE;
+    }
+    if (pfa_file_is_open(entry)) {
+        return PFA_E_NOT_ALLOWED;
+    }
+    const int status = pfaloc_call_FLPPPI(directory, PfaDirReadNext, entry, nullptr, nullptr, 0);
+    if (status != PFA_E_NO_ERROR) {
+        return status;
+    }
+    entry->type = OBJ_TYPE_NOT_YET;
+    return pfa_copy_location(directory, entry) == PFA_E_NO_ERROR ? PFA_E_NO_ERROR
+                                                                 : PFA_E_INVALID_NAME;
+}
+
+int pfa_close_dir(vek_file *directory) {
+    char key[PFA_PATH_SIZE];
+    if (pfa_get_location(directory, key, nullptr) != PFA_E_NO_ERROR) {
+        key[0] = '\0';
+    }
+    if ((directory->flags & PFA_F_BORROWED) != 0) {
+        return_listing(directory, key);
+    } else if ((directory->flags & PFA_F_LENT) != 0) {
+        dbg_err_crash("pfa_close", "can't close %s with borrowed stream", key);
+        return PFA_E_NO_ACCESS;
+    } else {
+        pfaloc_call_FL(directory, PfaDirClose);
+    }
+    directory->flags &= ~PFA_F_OPEN;
+    directory->location_handle = nullptr;
+    return PFA_E_NO_ERROR;
+}

@@ -1,0 +1,115 @@
+// Notices to the directory cache: which listing a change concerns.
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "coretools/ctpfa/pfacurdir.h"
+#include "coretools/ctpfa/pfadircache.h"
+#include "coretools/ctpfa/pfadircache_internal.h"
+#include "coretools/ctpfa/pfadirpath.h"
+#include "coretools/ctpfa/pfaget.h"
+#include "coretools/ctpfa/pfainfo.h"
+#include "coretools/ctpfa/pfamem.h"
+#include "coretools/ctpfa/pfapars.h"
+
+namespace {
+
+// Scratch records, one for each step of a notice.
+vek_file *named_file = nullptr;
+vek_file *parent_directory = nullptr;
+vek_file *relative_directory = nullptr;
+
+// Splits a name without expanding it or asking for it on the disk.
+bool parse_into(vek_file **scratch, const char *name) {
+    return pfa_recycle_vek_file(scratch) == PFA_E_NO_ERROR &&
+           parse_to_pfa(*scratch, 1, name) == PFA_E_NO_ERROR;
+}
+
+// The key under which the directory of a record is cached, formed as at the open.
+bool cache_key(vek_file *record, char key[PFA_PATH_SIZE]) {
+    return pfa_get_location(record, key, nullptr) == PFA_E_NO_ERROR;
+}
+
+bool names_current_directory(const char *name) {
+    return name == nullptr || name[0] == '\0' || std::strcmp(name, ".\\") == 0;
+}
+
+bool is_full_name(const char *name) {
+    return name[0] == '/' || (name[0] != '\0' && name[1] == ':' && name[2] == '/');
+}
+
+void directory_name_changed(const char *name) {
+    char key[PFA_PATH_SIZE];
+    if (names_current_directory(name)) {
+        if (!cache_key(pfa_get_cur_dir(), key)) {
+            return;
+        }
+        name = key;
+    } else if (!is_full_name(name)) {
+        // A separator at the end makes the whole name a directory.
+        const std::size_t length = std::strlen(name);
+        const char *separator = name[length - 1] == '/' || name[length - 1] == '\\' ? "" : "/";
+        if (length >= PFA_PATH_SIZE ||
+            std::snprintf(key, sizeof key, "%s%s", name, separator) >= PFA_PATH_SIZE ||
+            !parse_into(&relative_directory, key)) {
+            return;
+        }
+        if (!pfa_path_is_absolute(relative_directory)) {
+            if (pfa_make_absolute_path(relative_directory) != PFA_E_NO_ERROR ||
+                !cache_key(relative_directory, key)) {
+                return;
+            }
+            name = key;
+        }
+    }
+    pfa_full_dir_name_update_cache(name);
+}
+
+void record_changed(vek_file *record) {
+    if (!pfa_is_valid(record)) {
+        return;
+    }
+    if (pfa_is_dir(record)) {
+        if (pfa_recycle_vek_file(&parent_directory) != PFA_E_NO_ERROR ||
+            pfa_make_parent(record, parent_directory) != PFA_E_NO_ERROR) {
+            return;
+        }
+        record = parent_directory;
+    }
+    char key[PFA_PATH_SIZE];
+    if (cache_key(record, key)) {
+        directory_name_changed(key);
+    }
+}
+
+} // namespace
+
+int pfa_file_name_update_dir_cache(const char *file_name) {
+    const int saved_errno = errno;
+    if (parse_into(&named_file, file_name)) {
+        record_changed(named_file);
+    }
+    errno = saved_errno;
+    return 0;
+}
+
+int pfa_dir_cache_update(vek_file *record) {
+    const int saved_errno = errno;
+    record_changed(record);
+    errno = saved_errno;
+    return 0;
+}
+
+int pfa_dir_name_update_cache(const char *directory_name) {
+    const int saved_errno = errno;
+    directory_name_changed(directory_name);
+    errno = saved_errno;
+    return 0;
+}
+
+void pfa_full_dir_name_update_cache(const char *name) {
+    pfa_dir_from_cache(name, nullptr, nullptr, 0, nullptr, 1);
+    if (pfa_dir_cache_debug()) {
+        std::printf("dir_cache> nuked %s\n", name);
+    }
+}

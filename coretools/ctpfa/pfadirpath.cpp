@@ -1,0 +1,159 @@
+// Derives path records from path records.
+#include "coretools/ctpfa/pfadirpath.h"
+
+#include "coretools/ctfileutil/objextension.h"
+#include "coretools/ctpfa/pfacomponent.h"
+#include "coretools/ctpfa/pfacurdir.h"
+#include "coretools/ctpfa/pfaget.h"
+#include "coretools/ctpfa/pfainfo.h"
+#include "coretools/ctpfa/pfaloc_call.h"
+#include "coretools/ctpfa/pfamem.h"
+#include "coretools/ctpfa/pfapars.h"
+#include "coretools/ctpfa/pfaput.h"
+
+namespace {
+
+bool is_root_path(const vek_file *record, int path_index) {
+    return path_index < 0 || !pfa_has_component(record, path_index) ||
+           pfa_component_strcmp(record, path_index, "/", 1) == 0;
+}
+
+void drop_file_part(vek_file *record) {
+    pfa_put_component(record, PFA_NAME, "");
+    pfa_put_component(record, PFA_EXTENSION, "");
+    pfa_put_version(record, 0);
+}
+
+// Asks the location for the directory above its top.
+int parent_of_root(vek_file *record, vek_file *parent) {
+    const std::int32_t type = parent->location_type;
+    parent->location_type = record->location_type; // the dispatch wants two records of one type
+    if (pfaloc_call_FF(record, PfaMakeParent, parent) == 0) {
+        return PFA_E_NO_ERROR;
+    }
+    parent->location_type = type;
+    return PFA_E_ROOT_DIR;
+}
+
+int parent_of_unlocated(vek_file *record, vek_file *parent) {
+    if (record->location_type != PfaStdFilesystem) {
+        return PFA_E_ROOT_DIR;
+    }
+    vek_file *current = pfa_get_cur_dir();
+    if (current == nullptr) {
+        return PFA_E_OUT_OF_MEMORY;
+    }
+    // Without a known working directory the current directory has no location itself.
+    return pfa_has_location(current, nullptr) ? pfa_make_parent(current, parent) : PFA_E_ROOT_DIR;
+}
+
+pfa_bounds last_element(const vek_file *record, int path_index) {
+    pfa_bounds element = {-1, -1};
+    pfa_comp_last_delim_range(record, path_index, '/', &element.start, &element.end);
+    return element;
+}
+
+// An empty element or a step up, which names no directory of its own.
+bool names_nothing(const vek_file *record, pfa_bounds element) {
+    const int length = element.end - element.start;
+    return length <= 0 || (length == 1 && record->text[element.start] == '^');
+}
+
+// Cuts the last element off a directory's path, keeping the '/' in front of it.
+int cut_last_element(vek_file *record, int path_index) {
+    pfa_bounds last = last_element(record, path_index);
+    if (names_nothing(record, last)) {
+        char path[PFA_PATH_SIZE];
+        pfa_get_path(record, path); // resolves steps up and drops empty elements
+        pfa_put_path(record, path);
+        last = last_element(record, path_index);
+        if (names_nothing(record, last)) {
+            return PFA_E_ROOT_DIR;
+        }
+    }
+    record->text[last.start] = '\0';
+    record->bounds[path_index].end = last.start;
+    for (int i = path_index + 1; i < PFA_COMPONENTS; ++i) {
+        record->bounds[i] = {last.start, last.start};
+    }
+    return PFA_E_NO_ERROR;
+}
+
+} // namespace
+
+int pfa_make_absolute_path(vek_file *record) {
+    if (!pfa_is_valid(record)) {
+        return PFA_E_NOT_VALID;
+    }
+    if (pfa_path_is_absolute(record)) {
+        return PFA_E_NO_ERROR;
+    }
+    vek_file *current = pfa_get_cur_dir();
+    return current == nullptr ? PFA_E_OUT_OF_MEMORY : concat_pfa_paths(current, record);
+}
+
+vek_file *extract_pfa_dir(vek_file *record) {
+    vek_file *directory = nullptr;
+    if (!pfa_is_valid(record) || pfa_alloc_vek_file(&directory) != PFA_E_NO_ERROR) {
+        return nullptr;
+    }
+    pfa_copy_vek_file(record, directory);
+    if (!pfa_is_dir(directory)) {
+        drop_file_part(directory);
+        if (pfa_put_obj_type(directory, OBJ_TYPE_DIRECTORY) != PFA_E_NO_ERROR) {
+            pfa_free_vek_file(&directory);
+        }
+    }
+    return directory;
+}
+
+int pfa_copy_vek_file(const vek_file *source, vek_file *destination) {
+    if (!pfa_is_valid(source) || !pfa_is_valid(destination)) {
+        return PFA_E_NOT_VALID;
+    }
+    if (source != destination) {
+        *destination = *source;
+        destination->location_handle = nullptr;
+        destination->flags &= ~PFA_F_OPEN;
+    }
+    return PFA_E_NO_ERROR;
+}
+
+int pfa_make_subdir(vek_file *directory, const char *name, vek_file *out) {
+    if (!pfa_is_valid(directory) || !pfa_is_dir(directory) || !pfa_is_valid(out)) {
+        return PFA_E_NOT_VALID;
+    }
+    if (name == nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
+    pfa_copy_vek_file(directory, out);
+    return pfa_location_append(out, out, name);
+}
+
+int pfa_make_parent(vek_file *record, vek_file *parent) {
+    if (!pfa_is_valid(record) || !pfa_is_valid(parent)) {
+        return PFA_E_NOT_VALID;
+    }
+    const bool is_directory = pfa_is_dir(record);
+    int path_index = -1;
+    pfa_get_component_mapping(record, nullptr, nullptr, &path_index);
+    if (is_directory) {
+        if (!pfa_has_location(record, nullptr)) {
+            return parent_of_unlocated(record, parent);
+        }
+        if (is_root_path(record, path_index)) {
+            return parent_of_root(record, parent);
+        }
+    }
+    pfa_copy_vek_file(record, parent);
+    const int status = pfa_make_absolute_path(parent);
+    if (status != PFA_E_NO_ERROR) {
+        return status;
+    }
+    if (is_directory) {
+        return cut_last_element(parent, path_index);
+    }
+    drop_file_part(parent);
+    parent->type = OBJ_TYPE_DIRECTORY;
+    return PFA_E_NO_ERROR;
+}

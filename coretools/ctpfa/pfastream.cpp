@@ -1,0 +1,141 @@
+// Opening, writing and closing streams.
+#include "coretools/ctpfa/pfastream.h"
+
+#include <climits>
+#include <cstdarg>
+#include <cstring>
+
+#include "coretools/ctpfa/pfadir.h"
+#include "coretools/ctpfa/pfadircache.h"
+#include "coretools/ctpfa/pfaget.h"
+#include "coretools/ctpfa/pfainfo.h"
+#include "coretools/ctpfa/pfaloc_call.h"
+#include "coretools/ctpfa/pfaput.h"
+#include "coretools/ctpfa/pfavers.h"
+#include "coretools/ctpfa/pfawrite_convertor.h"
+#include "coretools/ctwcfun/vek_vsprintf.h"
+
+namespace {
+
+enum version_selector : int { VERSION_OWN = 0, VERSION_HIGHEST = 1, VERSION_NEW = 2 };
+
+int is_file_record(const vek_file *record) {
+    return pfa_is_valid(record) && !pfa_is_dir(record);
+}
+
+int write_bytes(vek_file *record, const char *bytes, int count) {
+    const int mounted = (record->flags & PFA_F_MOUNTED) != 0;
+    return pfaloc_call_FLPII(record, PfaWriteFile, bytes, count, mounted);
+}
+
+int write_converted(vek_file *record, const char *bytes, int count) {
+    char chunk[PFA_WRITE_CHUNK + 1];
+    while (count > 0) {
+        int taken = 0;
+        const int length = pfa_write_convertor(record->encode, bytes, count, chunk, &taken);
+        if (length == 0) {
+            return PFA_E_INVALID_INPUT;
+        }
+        const int status = write_bytes(record, chunk, length);
+        if (status != PFA_E_NO_ERROR) {
+            return status;
+        }
+        bytes += taken;
+        count -= taken;
+    }
+    return PFA_E_NO_ERROR;
+}
+
+} // namespace
+
+const char *binary_mode(const char *mode) {
+    return mode;
+}
+
+int pfa_fopen(vek_file *record, int selector, const char *mode) {
+    if (!is_file_record(record)) {
+        return PFA_E_NOT_VALID;
+    }
+    if (mode == nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
+    if (!pfa_is_local(record) || pfa_file_is_open(record)) {
+        return PFA_E_CANT_OPEN;
+    }
+    if (record->location_type == NoLocation) {
+        record->location_type = PfaStdFilesystem;
+    }
+    if (selector == VERSION_NEW && std::strchr(mode, 'w') == nullptr) {
+        return PFA_E_CANT_OPEN;
+    }
+    int version = 0;
+    int status = pfa_get_file_vers(record, selector, &version);
+    if (status != PFA_E_NO_ERROR) {
+        return status;
+    }
+    if (version < SHRT_MIN || version > SHRT_MAX) {
+        return PFA_E_CANT_OPEN;
+    }
+    pfa_put_version(record, version);
+    char name[PFA_PATH_SIZE] = "";
+    status = pfaloc_call_FLPPI(record, PfaFopen, name, mode, version);
+    if (status != PFA_E_NO_ERROR) {
+        return status;
+    }
+    record->flags |= PFA_F_OPEN;
+    if (record->location_type == PfaStdFilesystem && mode[0] != 'r' && mode[0] != 'R') {
+        pfa_file_name_update_dir_cache(name);
+    }
+    return PFA_E_NO_ERROR;
+}
+
+int pfa_close(vek_file *record) {
+    if (!pfa_is_valid(record)) {
+        return PFA_E_NOT_VALID;
+    }
+    if (!pfa_file_is_open(record)) {
+        return PFA_E_INACTIVE;
+    }
+    if (pfa_is_dir(record)) {
+        return pfa_close_dir(record);
+    }
+    const int status = pfaloc_call_FL(record, PfaCloseFile);
+    record->flags &= ~PFA_F_OPEN;
+    record->location_handle = nullptr;
+    return status;
+}
+
+int pfa_write_file(vek_file *record, int count, const char *bytes) {
+    if (!is_file_record(record)) {
+        return PFA_E_NOT_VALID;
+    }
+    if (count == 0) {
+        return PFA_E_NO_ERROR;
+    }
+    if (!pfa_file_is_open(record)) {
+        return PFA_E_INACTIVE;
+    }
+    if (count < 0 || bytes == nullptr || record->encode > PFA_ENCODE_SJIS) {
+        return PFA_E_INVALID_INPUT;
+    }
+    return record->encode == PFA_ENCODE_NONE ? write_bytes(record, bytes, count)
+                                             : write_converted(record, bytes, count);
+}
+
+int pfa_fprintf(vek_file *record, const char *format, ...) {
+    if (!is_file_record(record)) {
+        return PFA_E_NOT_VALID;
+    }
+    if (!pfa_file_is_open(record)) {
+        return PFA_E_INACTIVE;
+    }
+    // The text lies in the engine's buffer of this thread and is written from there.
+    std::va_list arguments;
+    va_start(arguments, format);
+    const char *text = vek_vsprintf(nullptr, format, arguments);
+    va_end(arguments);
+    if (text == nullptr) {
+        return PFA_E_ERROR;
+    }
+    return pfa_write_file(record, static_cast<int>(std::strlen(text)), text);
+}
