@@ -1,0 +1,71 @@
+// The system calls that create, rename or remove, each followed by a notice to the directory cache.
+#include "coretools/ctdci/dci.h"
+
+#include "coretools/ctpfa/pfadircache.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+// How many notices of dci_fopen are under way. A notice may write a report, and the report opens
+// its file through dci_fopen.
+int fopen_notices = 0;
+
+// The caller decides by the errno of its own call, not by that of the notice.
+void notify(const char *name) {
+    const int call_errno = errno;
+    pfa_file_name_update_dir_cache(name);
+    errno = call_errno;
+}
+
+} // namespace
+
+std::FILE *dci_fopen(const char *name, const char *mode) {
+    std::FILE *stream = std::fopen(name, mode);
+    if (mode[0] == 'r' || mode[0] == 'R') {
+        return stream;
+    }
+    ++fopen_notices;
+    if (fopen_notices == 1 || std::strcmp(name, "std.out") != 0) {
+        notify(name);
+    }
+    --fopen_notices;
+    return stream;
+}
+
+int dci_open(const char *name, int flags, mode_t mode) {
+    const int descriptor = open(name, flags, mode);
+    if ((flags & O_CREAT) != 0) {
+        notify(name);
+    }
+    return descriptor;
+}
+
+int dci_rename(const char *from, const char *to) {
+    const int result = std::rename(from, to);
+    notify(from);
+    notify(to);
+    return result;
+}
+
+int dci_unlink(const char *name) {
+    const int result = unlink(name);
+    notify(name);
+    return result;
+}
+
+int dci_mkdir(const char *name, mode_t mode) {
+    const int result = mkdir(name, mode);
+    notify(name);
+    return result;
+}
+
+int dci_rmdir(const char *name) {
+    const int result = rmdir(name);
+    notify(name);
+    return result;
+}

@@ -1,0 +1,217 @@
+// The stdio location: the process's standard streams by name.
+#include "coretools/ctpfafs/pfa_stdio.h"
+
+#include "coretools/ctmemmgr/getmem.h"
+#include "coretools/ctpfa/pfacomponent.h"
+#include "coretools/ctpfa/pfadirpath.h"
+#include "coretools/ctpfa/pfaget.h"
+#include "coretools/ctpfa/pfainfo.h"
+#include "coretools/ctpfa/pfaput.h"
+#include "coretools/ctpfafs/pfafs_internal.h"
+
+#include <cstring>
+#include <fcntl.h>
+#include <iterator>
+#include <unistd.h>
+
+namespace {
+
+constexpr char PREFIX[] = "stdio://";
+constexpr int PREFIX_LENGTH = sizeof PREFIX - 1;
+
+// The object type of a file that has not been looked at yet.
+constexpr int NOT_YET_TYPED = -4;
+
+// The location offers no device index: its prefix is the text of the component by itself.
+constexpr int PREFIX_COMPONENT = PFA_DEVICE;
+
+struct named_stream {
+    const char *name;
+    std::FILE *stream;
+};
+
+int pfa_stdio_claim_location(vek_file *record, plm_ptr name_in, plm_ptr, plm_ptr rest_out) {
+    const char *name = name_in.as<const char>();
+    if (name == nullptr || std::strncmp(name, PREFIX, PREFIX_LENGTH) != 0) {
+        return PFA_E_INVALID_INPUT;
+    }
+    const char *stream = name + PREFIX_LENGTH;
+    if (std::strcmp(stream, "in") != 0 && std::strcmp(stream, "out") != 0 &&
+        std::strcmp(stream, "err") != 0) {
+        return PFA_E_INVALID_INPUT;
+    }
+    if (pfa_put_component(record, PREFIX_COMPONENT, PREFIX) != PFA_E_NO_ERROR) {
+        return PFA_E_INVALID_INPUT;
+    }
+    std::int16_t *rest = rest_out.as<std::int16_t>();
+    if (rest != nullptr) {
+        *rest = PREFIX_LENGTH;
+    }
+    return PFA_E_NO_ERROR;
+}
+
+int pfa_stdio_location(vek_file *record, plm_ptr out, plm_ptr length, int capacity) {
+    return pfa_append_component(record, PREFIX_COMPONENT, out.as<char>(), length.as<std::int16_t>(),
+                                capacity);
+}
+
+// Lends the record's standard stream to it. is_allowed tells whether the stream may be used as the
+// caller wants it.
+template <class Allowed>
+int lend_stream(vek_file *record, void **data, Allowed is_allowed) {
+    std::FILE *stream;
+    const int found = pfa_stdio_get_stream(record, &stream);
+    if (found != PFA_E_NO_ERROR) {
+        return found;
+    }
+    if (!is_allowed(stream)) {
+        return PFA_E_CANT_OPEN;
+    }
+    const int openable = pfafs_check_openable(record, data);
+    if (openable != PFA_E_NO_ERROR) {
+        return openable;
+    }
+    pfafs_stream *block = pfafs_alloc_stream();
+    if (block == nullptr) {
+        return PFA_E_OUT_OF_MEMORY;
+    }
+    block->stream = stream;
+    *data = block;
+    return PFA_E_NO_ERROR;
+}
+
+// Standard input is opened for reading, the others are opened for writing.
+int pfa_stdio_fopen(vek_file *record, void **data, plm_ptr, plm_ptr mode_in, int) {
+    const char *mode = mode_in.as<const char>();
+    if (mode == nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
+    const bool reads = mode[0] == 'r' || mode[0] == 'R';
+    return lend_stream(record, data,
+                       [reads](const std::FILE *stream) { return reads == (stream == stdin); });
+}
+
+int pfa_stdio_open(vek_file *record, void **data, plm_ptr, int flags, int, int) {
+    const bool writes = (flags & O_WRONLY) != 0;
+    return lend_stream(record, data,
+                       [writes](const std::FILE *stream) { return !writes || stream != stdin; });
+}
+
+int pfa_stdio_never_close(vek_file *record, void **data) {
+    pfafs_stream *block = pfafs_stream_of(record, data);
+    if (block == nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
+    relmem(&block);
+    *data = nullptr;
+    return PFA_E_NO_ERROR;
+}
+
+int pfa_stdio_access(vek_file *record, int mode, int) {
+    std::FILE *stream;
+    const int found = pfa_stdio_get_stream(record, &stream);
+    if (found != PFA_E_NO_ERROR) {
+        return found;
+    }
+    switch (mode) {
+    case W_OK:
+        return stream != stdin;
+    case R_OK:
+        return stream == stdin;
+    default:
+        return 0;
+    }
+}
+
+int pfa_stdio_dir_can_open_subset(vek_file *) { return 0; }
+
+// A directory of this location lists exactly one name, the pattern, which stays the caller's and
+// must outlive the reading.
+int pfa_stdio_open_dir(vek_file *record, void **data, plm_ptr, plm_ptr pattern) {
+    if (data == nullptr || !pfa_is_dir(record)) {
+        return PFA_E_INVALID_INPUT;
+    }
+    *data = pattern.as<void>();
+    return PFA_E_NO_ERROR;
+}
+
+int put_entry(vek_file *directory, const char *name, vek_file *entry) {
+    const int copied = pfa_copy_vek_file(directory, entry);
+    if (copied != PFA_E_NO_ERROR) {
+        return copied;
+    }
+    // The copy is of a directory; the entry is none, and takes neither its type nor its extension.
+    entry->type = NOT_YET_TYPED;
+    const int cleared = pfa_put_component(entry, PFA_EXTENSION, "");
+    return cleared != PFA_E_NO_ERROR ? cleared : pfa_put_name(entry, name);
+}
+
+int pfa_stdio_dir_read_next(vek_file *directory, void **data, plm_ptr out, plm_ptr filter,
+                            plm_ptr argument, int with_kind) {
+    if (data == nullptr || !pfa_is_dir(directory)) {
+        return PFA_E_INVALID_INPUT;
+    }
+    const char *name = static_cast<const char *>(*data);
+    if (name == nullptr) {
+        return PFA_E_QUIT;
+    }
+    *data = nullptr;
+    if (!pfafs_filter_takes(filter.as<const pfa_dir_filter>(), directory, name, with_kind != 0, 0,
+                            argument.as<void>())) {
+        return PFA_E_QUIT;
+    }
+    vek_file *entry = out.as<vek_file>();
+    return pfa_is_valid(entry) ? put_entry(directory, name, entry) : PFA_E_INVALID_INPUT;
+}
+
+int pfa_stdio_close_dir(vek_file *record, void **data) {
+    if (data == nullptr || !pfa_is_dir(record)) {
+        return PFA_E_INVALID_INPUT;
+    }
+    *data = nullptr;
+    return PFA_E_NO_ERROR;
+}
+
+constexpr pfafs_method METHODS[] = {
+    {PfaClaimLocation, PLM_CALL_FPPP, pfa_stdio_claim_location},
+    {PfaGetLocationString, PLM_CALL_FPPS, pfa_stdio_location},
+    {PfaGetNeutralLocation, PLM_CALL_FPPS, pfa_stdio_location},
+    {PfaFopen, PLM_CALL_FLPPI, pfa_stdio_fopen},
+    {PfaOpen, PLM_CALL_FLPIII, pfa_stdio_open},
+    {PfaCloseFile, PLM_CALL_FL, pfa_stdio_never_close},
+    {PfaAccess, PLM_CALL_FII, pfa_stdio_access},
+    {PfaDirOpen, PLM_CALL_FLPP, pfa_stdio_open_dir},
+    {PfaDirReadNext, PLM_CALL_FLPPPI, pfa_stdio_dir_read_next},
+    {PfaDirClose, PLM_CALL_FL, pfa_stdio_close_dir},
+    {PfaDirCanOpenSubset, PLM_CALL_F, pfa_stdio_dir_can_open_subset},
+};
+static_assert(std::size(METHODS) == 11);
+
+// Reading and writing run on the stream block, whoever opened it.
+constexpr int INHERITED[] = {PfaFgetc,  PfaReadFile,       PfaFgets,    PfaWriteFile,
+                             PfaFputs,  PfaCopyThruCookie, PfaFlushFile};
+
+} // namespace
+
+int pfa_stdio_get_stream(const vek_file *record, std::FILE **stream) {
+    if (!pfa_is_valid(record)) {
+        return PFA_E_NOT_VALID;
+    }
+    const named_stream streams[] = {{"err", stderr}, {"out", stdout}, {"in", stdin}};
+    for (const named_stream &known : streams) {
+        if (pfa_component_strcmp(record, PFA_NAME, known.name, -1) == 0) {
+            *stream = known.stream;
+            return PFA_E_NO_ERROR;
+        }
+    }
+    return PFA_E_NOT_VALID;
+}
+
+void pfa_stdio_register() {
+    pfa_loc_register_setup(PfaStdio);
+    pfafs_register_methods(PfaStdio, METHODS);
+    for (const int method : INHERITED) {
+        pfa_loc_type_inherit_method(PfaStdio, PfaStdFilesystem, method);
+    }
+    pfa_loc_register_setup(NoLocation);
+}

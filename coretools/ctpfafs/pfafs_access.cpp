@@ -1,0 +1,234 @@
+// The status of files of the standard filesystem: access, times, mode, size, owners, free space.
+#include "coretools/ctpfa/pfadirpath.h"
+#include "coretools/ctpfa/pfainfo.h"
+#include "coretools/ctpfa/pfamem.h"
+#include "coretools/ctpfa/pfapars.h"
+#include "coretools/ctpfafs/pfafs_internal.h"
+#include "coretools/cttime/ptime.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdint>
+#include <cstdlib>
+#include <iterator>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <sys/vfs.h>
+#include <unistd.h>
+
+namespace {
+
+// A user or group id as text: a sign, ten digits and the terminating zero.
+constexpr std::size_t ID_SIZE = 12;
+
+// The directory that pfafs_get_avail_blocks walks up from.
+vek_file *free_space_parent = nullptr;
+
+int clamp_to_int(std::uintmax_t value) {
+    return static_cast<int>(std::min<std::uintmax_t>(value, INT_MAX));
+}
+
+// 0, 11 when the record gives no host name, cannot_look when there is no status to read.
+int read_status(vek_file *record, struct stat *status, int cannot_look) {
+    char name[PFA_PATH_SIZE];
+    if (pfafs_host_name(record, pfafs_name_form::file_name, name) != PFA_E_NO_ERROR) {
+        return PFA_E_NOT_VALID;
+    }
+    return stat(name, status) != 0 ? cannot_look : PFA_E_NO_ERROR;
+}
+
+// 1 or 0. mode is that of access: 0 existence, 1 execute, 2 write, 4 read. A file on a read-only
+// file system cannot be written, whatever its permissions.
+int Unix_pfa_access(vek_file *record, int mode, int lower) {
+    char name[PFA_PATH_SIZE];
+    if (pfa_get_file_name_mixed_case(record, PFA_OS_NAME, name, lower) != PFA_E_NO_ERROR) {
+        return 0;
+    }
+    if (mode == F_OK) {
+        struct stat status;
+        return stat(name, &status) == 0;
+    }
+    if (access(name, mode) != 0) {
+        return 0;
+    }
+    if (mode == W_OK) {
+        struct statvfs file_system;
+        return statvfs(name, &file_system) == 0 && (file_system.f_flag & ST_RDONLY) == 0;
+    }
+    return 1;
+}
+
+int pfafs_get_file_time(vek_file *record, plm_ptr accessed, plm_ptr modified, plm_ptr changed) {
+    struct stat status;
+    const int result = read_status(record, &status, PFA_E_ERROR);
+    if (result == PFA_E_NO_ERROR) {
+        zuna_gmtime(accessed.as<ptime>(), status.st_atime);
+        zuna_gmtime(modified.as<ptime>(), status.st_mtime);
+        zuna_gmtime(changed.as<ptime>(), status.st_ctime);
+    }
+    return result;
+}
+
+int pfafs_get_mode(vek_file *record, plm_ptr out) {
+    int *mode = out.as<int>();
+    if (mode == nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
+    struct stat status;
+    const int result = read_status(record, &status, PFA_E_NO_ACCESS);
+    if (result == PFA_E_NO_ERROR) {
+        *mode = static_cast<int>(status.st_mode);
+    }
+    return result;
+}
+
+// A size that an int cannot hold is given as INT_MAX.
+int pfafs_get_file_size(vek_file *record, plm_ptr out) {
+    int *size = out.as<int>();
+    if (size == nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
+    struct stat status;
+    const int result = read_status(record, &status, PFA_E_NO_ACCESS);
+    if (result == PFA_E_NO_ERROR) {
+        *size = clamp_to_int(static_cast<std::uintmax_t>(status.st_size));
+    }
+    return result;
+}
+
+void write_id(char *out, std::uintmax_t id) {
+    if (out != nullptr) {
+        std::snprintf(out, ID_SIZE, "%d", static_cast<int>(id));
+    }
+}
+
+// The texts, each of which may be null, hold 12, 12 and 260 characters. Ids are signed numbers, as
+// pfafs_chown reads them.
+int pfafs_get_owners(vek_file *record, plm_ptr user_id, plm_ptr group_id, plm_ptr user_name) {
+    struct stat status;
+    const int result = read_status(record, &status, PFA_E_NO_ACCESS);
+    if (result != PFA_E_NO_ERROR) {
+        return result;
+    }
+    write_id(user_id.as<char>(), status.st_uid);
+    write_id(group_id.as<char>(), status.st_gid);
+    char *name = user_name.as<char>();
+    if (name != nullptr) {
+        const passwd *user = getpwuid(status.st_uid);
+        if (user == nullptr) {
+            return PFA_E_ERROR;
+        }
+        std::snprintf(name, PFA_PATH_SIZE, "%s", user->pw_name);
+    }
+    return PFA_E_NO_ERROR;
+}
+
+int pfafs_chmod(vek_file *record, int mode) {
+    char name[PFA_PATH_SIZE];
+    if (pfafs_host_name(record, pfafs_name_form::file_name, name) != PFA_E_NO_ERROR) {
+        return PFA_E_NOT_VALID;
+    }
+    return chmod(name, static_cast<mode_t>(mode)) == -1 ? PFA_E_ERROR : PFA_E_NO_ERROR;
+}
+
+// Text that is no number must not be read as 0, which is the superuser.
+bool read_id(const char *text, long long *id) {
+    if (text == nullptr) {
+        return false;
+    }
+    char *end;
+    *id = std::strtoll(text, &end, 10);
+    return end != text && *end == '\0' && *id >= INT_MIN && *id <= UINT_MAX;
+}
+
+// -1 leaves an owner as it is; text that is no id is refused with 9.
+int pfafs_chown(vek_file *record, plm_ptr user_id, plm_ptr group_id) {
+    char name[PFA_PATH_SIZE];
+    if (pfafs_host_name(record, pfafs_name_form::file_name, name) != PFA_E_NO_ERROR) {
+        return PFA_E_NOT_VALID;
+    }
+    long long user;
+    long long group;
+    if (!read_id(user_id.as<const char>(), &user) || !read_id(group_id.as<const char>(), &group)) {
+        return PFA_E_INVALID_INPUT;
+    }
+    return chown(name, static_cast<uid_t>(user), static_cast<gid_t>(group)) == -1 ? PFA_E_ERROR
+                                                                                  : PFA_E_NO_ERROR;
+}
+
+// Turns the name of a file that does not exist yet into that of its nearest existing parent.
+int find_existing_parent(vek_file *record, char *name) {
+    struct stat status;
+    if (stat(name, &status) == 0) {
+        return PFA_E_NO_ERROR;
+    }
+    const int recycled = pfa_recycle_vek_file(&free_space_parent);
+    if (recycled != PFA_E_NO_ERROR) {
+        return recycled;
+    }
+    if (pfa_make_parent(record, free_space_parent) != PFA_E_NO_ERROR) {
+        return PFA_E_INVALID_INPUT;
+    }
+    for (;;) {
+        if (pfa_get_file_name(free_space_parent, PFA_DIRECTORY_NAME, name) != PFA_E_NO_ERROR) {
+            return PFA_E_INVALID_INPUT;
+        }
+        if (stat(name, &status) == 0) {
+            return PFA_E_NO_ERROR;
+        }
+        const int result = pfa_make_parent(free_space_parent, free_space_parent);
+        if (result != PFA_E_NO_ERROR) {
+            return result;
+        }
+    }
+}
+
+// The free blocks and their size in bytes, each at most INT_MAX. The work record that this keeps
+// is shared: one thread at a time.
+int pfafs_get_avail_blocks(vek_file *record, plm_ptr free_out, plm_ptr size_out) {
+    int *free_blocks = free_out.as<int>();
+    int *block_size = size_out.as<int>();
+    if (pfa_is_local(record) != 1) {
+        return PFA_E_NOT_ALLOWED;
+    }
+    char name[PFA_PATH_SIZE];
+    if (free_blocks == nullptr || block_size == nullptr ||
+        pfafs_host_name(record, pfafs_name_form::file_name, name) != PFA_E_NO_ERROR) {
+        return PFA_E_INVALID_INPUT;
+    }
+    const int result = find_existing_parent(record, name);
+    if (result != PFA_E_NO_ERROR) {
+        return result;
+    }
+    struct statfs file_system;
+    if (statfs(name, &file_system) != 0) {
+        return errno == EACCES ? PFA_E_NO_ACCESS : PFA_E_ERROR;
+    }
+    *free_blocks = clamp_to_int(file_system.f_bfree);
+    *block_size = clamp_to_int(static_cast<std::uintmax_t>(file_system.f_bsize));
+    return PFA_E_NO_ERROR;
+}
+
+// The host hides no files, so that a local one is as hidden as it can be.
+int pfafs_make_hidden(vek_file *record) {
+    return pfa_is_local(record) == 1 ? PFA_E_NO_ERROR : PFA_E_NOT_ALLOWED;
+}
+
+constexpr pfafs_method METHODS[] = {
+    {PfaAccess, PLM_CALL_FII, Unix_pfa_access},
+    {PfaGetFileTime, PLM_CALL_FPPP, pfafs_get_file_time},
+    {PfaGetMode, PLM_CALL_FP, pfafs_get_mode},
+    {PfaGetFileSize, PLM_CALL_FP, pfafs_get_file_size},
+    {PfaGetOwners, PLM_CALL_FPPP, pfafs_get_owners},
+    {PfaChmod, PLM_CALL_FI, pfafs_chmod},
+    {PfaChown, PLM_CALL_FPP, pfafs_chown},
+    {PfaGetAvailBlocks, PLM_CALL_FPP, pfafs_get_avail_blocks},
+    {PfaMakeHidden, PLM_CALL_F, pfafs_make_hidden},
+};
+static_assert(std::size(METHODS) == 9);
+
+} // namespace
+
+void pfafs_register_access_functions() { pfafs_register_methods(PfaStdFilesystem, METHODS); }

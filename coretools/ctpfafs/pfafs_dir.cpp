@@ -1,0 +1,255 @@
+// Directories of the standard filesystem: listing, freshness, making, removing, moving.
+#include "coretools/ctdci/dci.h"
+#include "coretools/ctmemmgr/getmem.h"
+#include "coretools/ctmemmgr/xar.h"
+#include "coretools/ctpfa/pfaget.h"
+#include "coretools/ctpfa/pfainfo.h"
+#include "coretools/ctpfa/pfapars.h"
+#include "coretools/ctpfa/pfaput.h"
+#include "coretools/ctpfafs/pfafs_internal.h"
+#include "coretools/ctpfafs/unix_opendir.h"
+#include "coretools/ctpfafs/vek_is_dir.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <iterator>
+#include <sys/stat.h>
+
+namespace {
+
+enum dir_flag : int {
+    DIR_FLAG_UNKNOWN = -1,
+    DIR_FLAG_NO = 0,
+    DIR_FLAG_YES = 1,
+};
+
+// An open directory, in the location handle of its record. Times are whole seconds.
+struct pfafs_directory {
+    unix_dir *listing;
+    int times_known; // 1 when the status of the directory could be read at open
+    std::time_t mtime;
+    std::time_t seen_time; // the later of its modification and access times at open
+    int *dir_flags;        // a dir_flag for each element of the listing, its closing null included
+};
+
+// The directory open on a directory record; null when there is none. The handle of any other
+// record holds a stream.
+pfafs_directory *directory_of(const vek_file *record, void *const *data) {
+    if (data == nullptr || !pfa_is_dir(record)) {
+        return nullptr;
+    }
+    return static_cast<pfafs_directory *>(*data);
+}
+
+void release_directory(pfafs_directory *block) {
+    os_closedir(block->listing);
+    relmem(&block->dir_flags);
+    relmem(&block);
+}
+
+// A block around the listing, which it owns from then on; null when memory is exhausted, the
+// listing being released too.
+pfafs_directory *new_directory(unix_dir *listing) {
+    pfafs_directory *block = static_cast<pfafs_directory *>(getmem(sizeof(pfafs_directory)));
+    if (block == nullptr) {
+        os_closedir(listing);
+        return nullptr;
+    }
+    block->listing = listing;
+    const int count = xar_count(&listing->names);
+    block->dir_flags = static_cast<int *>(getmem(count * static_cast<int>(sizeof(int))));
+    if (block->dir_flags == nullptr) {
+        release_directory(block);
+        return nullptr;
+    }
+    std::fill_n(block->dir_flags, count, DIR_FLAG_UNKNOWN);
+    return block;
+}
+
+// Whether the entry just read is a directory: asked of the host once an entry, kept after that.
+// path holds 260 characters; path_length is that of the directory's name in it, which is built at
+// the first question of a call: -1 before, 260 when it cannot be built.
+int entry_is_dir(vek_file *directory, pfafs_directory *block, const char *entry, char *path,
+                 int *path_length) {
+    int *flag = &block->dir_flags[block->listing->next - 1];
+    if (*flag != DIR_FLAG_UNKNOWN) {
+        return *flag;
+    }
+    if (*path_length < 0) {
+        *path_length = pfa_get_full_name(directory, path) == PFA_E_NO_ERROR
+                           ? static_cast<int>(std::strlen(path))
+                           : PFA_PATH_SIZE;
+    }
+    const int entry_length = static_cast<int>(std::strlen(entry));
+    *flag = DIR_FLAG_NO;
+    if (*path_length + entry_length < PFA_PATH_SIZE) {
+        std::memcpy(path + *path_length, entry, static_cast<std::size_t>(entry_length) + 1);
+        *flag = vek_is_dir(path) ? DIR_FLAG_YES : DIR_FLAG_NO;
+    }
+    return *flag;
+}
+
+// Gives the entry record the directory's location type and the name. Only the name is parsed: a
+// file may be called "x::p.prt" or "a\b.igs", and that is no place.
+int put_entry(vek_file *directory, const char *name, vek_file *entry) {
+    int location_type = NoLocation;
+    pfa_get_location(directory, nullptr, &location_type);
+    const int result = pfa_put_location(entry, "", location_type);
+    return result != PFA_E_NO_ERROR ? result : parse_to_pfa(entry, 0, name);
+}
+
+int pfafs_open_dir(vek_file *record, void **data, plm_ptr location, plm_ptr pattern) {
+    return pfa_actually_open_dir(record, data, location.as<const char>(),
+                                 pattern.as<const char>(), pfafs_name_form::file_name);
+}
+
+// Without a filter the next entry is taken. A filter that takes none runs through the rest of the
+// directory, and may come without an output record. with_kind asks for the directory answer.
+int pfafs_dir_read_next(vek_file *directory, void **data, plm_ptr out, plm_ptr filter_in,
+                        plm_ptr argument, int with_kind) {
+    pfafs_directory *block = directory_of(directory, data);
+    if (block == nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
+    vek_file *entry = out.as<vek_file>();
+    const pfa_dir_filter *filter = filter_in.as<const pfa_dir_filter>();
+    char path[PFA_PATH_SIZE];
+    int path_length = -1;
+    for (;;) {
+        const char *name = os_readdir(block->listing, nullptr);
+        if (name == nullptr) {
+            return PFA_E_QUIT;
+        }
+        const int is_dir = filter != nullptr && with_kind != 0
+                               ? entry_is_dir(directory, block, name, path, &path_length)
+                               : DIR_FLAG_NO;
+        if (pfafs_filter_takes(filter, directory, name, with_kind != 0, is_dir,
+                               argument.as<void>())) {
+            return pfa_is_valid(entry) ? put_entry(directory, name, entry) : PFA_E_INVALID_INPUT;
+        }
+    }
+}
+
+int pfafs_close_dir(vek_file *record, void **data) {
+    pfafs_directory *block = directory_of(record, data);
+    if (block == nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
+    release_directory(block);
+    *data = nullptr;
+    return PFA_E_NO_ERROR;
+}
+
+// 1 when the listing may no longer be what the directory holds. Times count whole seconds, so that
+// a directory that changed in the second in which it was read could have changed after it.
+int pfafs_dir_cache_invalid(vek_file *record, void **data, plm_ptr location_in) {
+    const pfafs_directory *block = directory_of(record, data);
+    const char *location = location_in.as<const char>();
+    if (block == nullptr || location == nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
+    if (!block->times_known || block->mtime >= block->seen_time) {
+        return 1;
+    }
+    struct stat status;
+    return stat(location, &status) != 0 || status.st_mtime != block->mtime ||
+           (status.st_mode & S_IRUSR) == 0;
+}
+
+int pfafs_dir_cache_eligible(vek_file *, plm_ptr) { return 1; }
+
+int pfafs_make_dir(vek_file *record) {
+    char name[PFA_PATH_SIZE];
+    if (pfafs_host_name(record, pfafs_name_form::full_name, name) != PFA_E_NO_ERROR) {
+        return PFA_E_INVALID_NAME;
+    }
+    const std::size_t length = std::strlen(name);
+    if (length > 0 && name[length - 1] == '/') {
+        name[length - 1] = '\0';
+    }
+    return dci_mkdir(name, 0777) < 0 ? PFA_E_ERROR : PFA_E_NO_ERROR;
+}
+
+int pfafs_remove_dir(vek_file *record) {
+    char name[PFA_PATH_SIZE];
+    const int result = pfafs_host_name(record, pfafs_name_form::full_name, name);
+    if (result != PFA_E_NO_ERROR || name[0] == '\0') {
+        return result;
+    }
+    return dci_rmdir(name) != 0 ? PFA_E_ERROR : PFA_E_NO_ERROR;
+}
+
+// The directory's name without its closing '/'.
+bool directory_name(vek_file *record, char *name) {
+    if (pfa_get_file_name(record, PFA_DIRECTORY_NAME, name) != PFA_E_NO_ERROR ||
+        name[0] == '\0') {
+        return false;
+    }
+    name[std::strlen(name) - 1] = '\0';
+    return true;
+}
+
+// 4 when a name cannot be built, 8 when the second place is on another file system.
+int pfafs_move_dir(vek_file *from, vek_file *to) {
+    char from_name[PFA_PATH_SIZE];
+    char to_name[PFA_PATH_SIZE];
+    if (!directory_name(from, from_name) || !directory_name(to, to_name)) {
+        return PFA_E_INVALID_NAME;
+    }
+    if (dci_rename(from_name, to_name) == 0) {
+        return PFA_E_NO_ERROR;
+    }
+    return errno == EXDEV ? PFA_E_NOT_ALLOWED : PFA_E_ERROR;
+}
+
+constexpr pfafs_method METHODS[] = {
+    {PfaMakeDir, PLM_CALL_F, pfafs_make_dir},
+    {PfaRemoveDir, PLM_CALL_F, pfafs_remove_dir},
+    {PfaMoveDir, PLM_CALL_FF, pfafs_move_dir},
+    {PfaDirOpen, PLM_CALL_FLPP, pfafs_open_dir},
+    {PfaDirClose, PLM_CALL_FL, pfafs_close_dir},
+    {PfaDirReadNext, PLM_CALL_FLPPPI, pfafs_dir_read_next},
+    {PfaDirCacheInvalid, PLM_CALL_FLP, pfafs_dir_cache_invalid},
+    {PfaDirCacheEligible, PLM_CALL_FP, pfafs_dir_cache_eligible},
+};
+static_assert(std::size(METHODS) == 8);
+
+} // namespace
+
+int pfa_actually_open_dir(vek_file *record, void **data, const char *location, const char *pattern,
+                          pfafs_name_form form) {
+    if (data == nullptr || location == nullptr || !pfa_is_dir(record)) {
+        return PFA_E_INVALID_INPUT;
+    }
+    if (*data != nullptr) {
+        static_cast<pfafs_directory *>(*data)->listing->next = 0;
+        return PFA_E_NO_ERROR;
+    }
+    if (pfa_is_local(record) != 1) {
+        return PFA_E_CANT_OPEN;
+    }
+    char name[PFA_PATH_SIZE];
+    if (pfafs_host_name(record, form, name) != PFA_E_NO_ERROR) {
+        return PFA_E_INVALID_NAME;
+    }
+    unix_dir *listing = os_opendir(name, pattern);
+    if (listing == nullptr) {
+        return errno == ENOMEM ? PFA_E_OUT_OF_MEMORY : PFA_E_CANT_OPEN;
+    }
+    pfafs_directory *block = new_directory(listing);
+    if (block == nullptr) {
+        return PFA_E_OUT_OF_MEMORY;
+    }
+    struct stat status;
+    if (stat(location, &status) == 0) {
+        block->times_known = 1;
+        block->mtime = status.st_mtime;
+        block->seen_time = std::max(status.st_mtime, status.st_atime);
+    }
+    *data = block;
+    return block->times_known ? PFA_E_NO_ERROR : PFA_E_NOT_CACHABLE;
+}
+
+void pfafs_register_dir_functions() { pfafs_register_methods(PfaStdFilesystem, METHODS); }

@@ -1,0 +1,82 @@
+// Deleting, truncating and renaming files of the standard filesystem.
+#include "coretools/ctdci/dci.h"
+#include "coretools/ctpfafs/pfafs_internal.h"
+
+#include <cerrno>
+#include <cstring>
+#include <iterator>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+int pfafs_delete_file(vek_file *record) {
+    char name[PFA_PATH_SIZE];
+    if (pfafs_host_name(record, pfafs_name_form::file_name, name) != PFA_E_NO_ERROR) {
+        return PFA_E_INVALID_NAME;
+    }
+    return dci_unlink(name) != 0 ? PFA_E_ERROR : PFA_E_NO_ERROR;
+}
+
+// The file must be open. What its stream still buffers is not written first.
+int pfafs_truncate_file(vek_file *record, void **data, plm_ptr length_in) {
+    const int *length = length_in.as<const int>();
+    if (pfafs_stream_of(record, data) == nullptr || length == nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
+    // A name that cannot be built is empty, and no file has it.
+    char name[PFA_PATH_SIZE];
+    pfafs_host_name(record, pfafs_name_form::file_name, name);
+    return truncate(name, *length) != 0 ? PFA_E_ERROR : PFA_E_NO_ERROR;
+}
+
+// Renames onto a file that the host refuses to replace. The target is moved aside rather than
+// removed, so that it can come back when the rename fails for another reason.
+bool rename_over(const char *from, const char *to) {
+    constexpr char SUFFIX[] = ".old";
+    char aside[PFA_PATH_SIZE + sizeof SUFFIX];
+    struct stat status;
+    const std::size_t length = std::strlen(to);
+    if (length >= PFA_PATH_SIZE || lstat(from, &status) != 0 || lstat(to, &status) != 0 ||
+        S_ISDIR(status.st_mode)) {
+        return false;
+    }
+    std::memcpy(aside, to, length);
+    std::memcpy(aside + length, SUFFIX, sizeof SUFFIX);
+    if (lstat(aside, &status) == 0 || dci_rename(to, aside) != 0) {
+        return false;
+    }
+    if (dci_rename(from, to) != 0) {
+        dci_rename(aside, to);
+        return false;
+    }
+    dci_unlink(aside);
+    return true;
+}
+
+// Both are host names; a rename that fails costs the user neither file.
+int pfafs_rename_file(vek_file *, plm_ptr from_in, plm_ptr to_in) {
+    const char *from = from_in.as<const char>();
+    const char *to = to_in.as<const char>();
+    if (from == nullptr || to == nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
+    if (dci_rename(from, to) == 0) {
+        return PFA_E_NO_ERROR;
+    }
+    return errno != EXDEV && rename_over(from, to) ? PFA_E_NO_ERROR : PFA_E_ERROR;
+}
+
+int pfafs_is_case_sensitive(vek_file *) { return 1; }
+
+constexpr pfafs_method METHODS[] = {
+    {PfaDeleteFile, PLM_CALL_F, pfafs_delete_file},
+    {PfaTruncateFile, PLM_CALL_FLP, pfafs_truncate_file},
+    {PfaRenameFile, PLM_CALL_FPP, pfafs_rename_file},
+    {PfaCaseSensitiveLoc, PLM_CALL_F, pfafs_is_case_sensitive},
+};
+static_assert(std::size(METHODS) == 4);
+
+} // namespace
+
+void pfafs_register_file_functions() { pfafs_register_methods(PfaStdFilesystem, METHODS); }

@@ -1,0 +1,209 @@
+// Reading and writing the open files of the standard filesystem, and those of every location type
+// that keeps a stream block too.
+#include "coretools/ctpfa/pfastream.h"
+#include "coretools/ctpfafs/pfafs_internal.h"
+
+#include <climits>
+#include <cstring>
+#include <iterator>
+#include <unistd.h>
+
+namespace {
+
+int descriptor_getc(int fid) {
+    unsigned char byte;
+    return read(fid, &byte, 1) == 1 ? byte : EOF;
+}
+
+// A descriptor has no place to keep a character: only the one just read can go back, by stepping
+// over it.
+int descriptor_ungetc(int fid, int character) {
+    unsigned char byte;
+    const off_t at = lseek(fid, 0, SEEK_CUR);
+    if (at < 1 || pread(fid, &byte, 1, at - 1) != 1 || byte != character ||
+        lseek(fid, at - 1, SEEK_SET) < 0) {
+        return EOF;
+    }
+    return character;
+}
+
+// The character as an unsigned char, or -1.
+int pfafs_fgetc(vek_file *record, void **data) {
+    pfafs_stream *block = pfafs_stream_of(record, data);
+    if (block == nullptr) {
+        return -1;
+    }
+    return block->stream != nullptr ? std::getc(block->stream) : descriptor_getc(block->fid);
+}
+
+int pfafs_ungetc(vek_file *record, void **data, int character) {
+    pfafs_stream *block = pfafs_stream_of(record, data);
+    if (block == nullptr) {
+        return -1;
+    }
+    return block->stream != nullptr ? std::ungetc(character, block->stream)
+                                    : descriptor_ungetc(block->fid, character);
+}
+
+// buffer holds size bytes; *count becomes the bytes read, which need not be all that were asked
+// for. 5 at the end of the file.
+int pfafs_read_file(vek_file *record, void **data, plm_ptr buffer, plm_ptr count_out, int size) {
+    pfafs_stream *block = pfafs_stream_of(record, data);
+    char *bytes = buffer.as<char>();
+    int *count = count_out.as<int>();
+    if (block == nullptr || bytes == nullptr || count == nullptr || size < 0) {
+        return PFA_E_INVALID_INPUT;
+    }
+    const std::size_t wanted = static_cast<std::size_t>(size);
+    *count = static_cast<int>(block->stream != nullptr
+                                  ? static_cast<ssize_t>(std::fread(bytes, 1, wanted, block->stream))
+                                  : read(block->fid, bytes, wanted));
+    if (*count < 0) {
+        return PFA_E_ERROR;
+    }
+    return *count == 0 ? PFA_E_QUIT : PFA_E_NO_ERROR;
+}
+
+int buffered_gets(std::FILE *stream, char *line, int *length, int size) {
+    if (std::fgets(line, size, stream) == nullptr) {
+        line[0] = '\0';
+        *length = 0;
+        return std::feof(stream) != 0 ? PFA_E_QUIT : PFA_E_ERROR;
+    }
+    *length = static_cast<int>(std::strlen(line));
+    return PFA_E_NO_ERROR;
+}
+
+// Reads size bytes and gives back what lies behind the first line feed.
+int descriptor_gets(int fid, char *line, int *length, int size) {
+    const int got = static_cast<int>(read(fid, line, static_cast<std::size_t>(size)));
+    if (got < 0) {
+        return PFA_E_ERROR;
+    }
+    const void *newline = std::memchr(line, '\n', static_cast<std::size_t>(got));
+    *length = newline != nullptr
+                  ? static_cast<int>(static_cast<const char *>(newline) - line) + 1
+                  : got;
+    if (*length < size) {
+        line[*length] = '\0';
+    }
+    if (*length < got && lseek(fid, *length - got, SEEK_CUR) < 0) {
+        return PFA_E_ERROR;
+    }
+    return PFA_E_NO_ERROR;
+}
+
+// buffer holds size bytes, at least 1; the line in it keeps its line feed, and *length is the
+// line's. The end of the file is 5 on a buffered stream, and 0 with length 0 on a descriptor. On a
+// descriptor a line that fills the buffer has no terminating zero, and a line from a source that
+// cannot seek back over what follows it is an error.
+int pfafs_fgets(vek_file *record, void **data, plm_ptr buffer, plm_ptr length_out, int size) {
+    pfafs_stream *block = pfafs_stream_of(record, data);
+    char *line = buffer.as<char>();
+    int *length = length_out.as<int>();
+    if (block == nullptr || line == nullptr || length == nullptr || size < 1) {
+        return PFA_E_INVALID_INPUT;
+    }
+    return block->stream != nullptr ? buffered_gets(block->stream, line, length, size)
+                                    : descriptor_gets(block->fid, line, length, size);
+}
+
+// sync forces what has reached the host through to the store; the stream's own buffer is not
+// flushed first. Zero bytes are an error on a buffered stream, and none on a descriptor.
+int pfafs_write_file(vek_file *record, void **data, plm_ptr buffer, int size, int sync) {
+    pfafs_stream *block = pfafs_stream_of(record, data);
+    const char *bytes = buffer.as<const char>();
+    if (block == nullptr || size < 0 || (bytes == nullptr && size > 0)) {
+        return PFA_E_INVALID_INPUT;
+    }
+    const std::size_t length = static_cast<std::size_t>(size);
+    bool failed;
+    int fid;
+    if (block->stream != nullptr) {
+        failed = std::fwrite(bytes, length, 1, block->stream) < 1;
+        fid = fileno(block->stream);
+    } else {
+        failed = write(block->fid, bytes, length) < 0;
+        fid = block->fid;
+    }
+    if (sync != 0 && fsync(fid) != 0) {
+        failed = true;
+    }
+    return failed ? PFA_E_ERROR : PFA_E_NO_ERROR;
+}
+
+int pfafs_fputs(vek_file *record, void **data, plm_ptr text_in) {
+    pfafs_stream *block = pfafs_stream_of(record, data);
+    const char *text = text_in.as<const char>();
+    if (block == nullptr || text == nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
+    if (block->stream != nullptr) {
+        return std::fputs(text, block->stream) < 0 ? PFA_E_CANT_WRITE : PFA_E_NO_ERROR;
+    }
+    const std::size_t length = std::strlen(text);
+    if (length > INT_MAX) {
+        return PFA_E_INVALID_INPUT;
+    }
+    return pfa_write_file(record, static_cast<int>(length), text);
+}
+
+// Copies from a buffered stream to another up to the two bytes of the cookie, which are read but
+// not copied, or up to a zero byte: 0. Up to the end of the source: 2, and *end becomes 1.
+int pfafs_copy_thru_cookie(vek_file *source, void **source_data, vek_file *target,
+                           void **target_data, plm_ptr cookie_in, plm_ptr end_out) {
+    const unsigned char *cookie = cookie_in.as<const unsigned char>();
+    int *end = end_out.as<int>();
+    if (cookie == nullptr || end == nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
+    *end = 0;
+    const pfafs_stream *from = pfafs_stream_of(source, source_data);
+    const pfafs_stream *to = pfafs_stream_of(target, target_data);
+    if (from == nullptr || from->stream == nullptr || to == nullptr || to->stream == nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
+    int pending = std::getc(from->stream);
+    int next = std::getc(from->stream);
+    while (next != 0 && next != EOF && (pending != cookie[0] || next != cookie[1])) {
+        std::putc(pending, to->stream);
+        pending = next;
+        next = std::getc(from->stream);
+    }
+    if (std::ferror(to->stream) != 0 || std::ferror(from->stream) != 0) {
+        return PFA_E_ERROR;
+    }
+    if (next != EOF) {
+        return PFA_E_NO_ERROR;
+    }
+    if (pending != EOF && std::putc(pending, to->stream) == EOF) {
+        return PFA_E_ERROR;
+    }
+    *end = 1;
+    return PFA_E_NOT_FOUND;
+}
+
+int pfafs_flush_file(vek_file *record, void **data) {
+    pfafs_stream *block = pfafs_stream_of(record, data);
+    if (block == nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
+    return block->stream != nullptr && std::fflush(block->stream) != 0 ? PFA_E_ERROR
+                                                                       : PFA_E_NO_ERROR;
+}
+
+constexpr pfafs_method METHODS[] = {
+    {PfaFgetc, PLM_CALL_FL, pfafs_fgetc},
+    {PfaUngetc, PLM_CALL_FLI, pfafs_ungetc},
+    {PfaReadFile, PLM_CALL_FLPPI, pfafs_read_file},
+    {PfaFgets, PLM_CALL_FLPPI, pfafs_fgets},
+    {PfaWriteFile, PLM_CALL_FLPII, pfafs_write_file},
+    {PfaFputs, PLM_CALL_FLP, pfafs_fputs},
+    {PfaFlushFile, PLM_CALL_FL, pfafs_flush_file},
+    {PfaCopyThruCookie, PLM_CALL_FLFLPP, pfafs_copy_thru_cookie},
+};
+static_assert(std::size(METHODS) == 8);
+
+} // namespace
+
+void pfafs_register_rdwrt_functions() { pfafs_register_methods(PfaStdFilesystem, METHODS); }

@@ -1,0 +1,276 @@
+// Opening, closing and positioning files of the standard filesystem.
+#include "coretools/ctdci/dci.h"
+#include "coretools/ctmemmgr/getmem.h"
+#include "coretools/ctmemmgr/serious_errors.h"
+#include "coretools/ctpfa/pfaget.h"
+#include "coretools/ctpfa/pfainfo.h"
+#include "coretools/ctpfa/pfapars.h"
+#include "coretools/ctpfa/pfaput.h"
+#include "coretools/ctpfafs/pfafs_internal.h"
+#include "coretools/ctplatform/file_system.h"
+#include "coretools/ctwcfun/vek_vsprintf.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstdint>
+#include <cstring>
+#include <fcntl.h>
+#include <iterator>
+#include <unistd.h>
+
+namespace {
+
+// Below this position a seek costs so little that asking for the current one first is no gain.
+constexpr int FAR_POSITION = 5000000;
+
+// The object type of a file that is a member of none.
+constexpr int NO_MEMBER = -6;
+
+// Version 1 of a file may lie on the disk without a version. Cuts the ".1" from the name; false
+// when there is nothing to try.
+bool cut_first_version(const vek_file *record, int version, char *name) {
+    constexpr char SUFFIX[] = ".1";
+    constexpr std::size_t SUFFIX_LENGTH = sizeof SUFFIX - 1;
+    const std::size_t length = std::strlen(name);
+    if (version != 1 || pfa_get_obj_type(record) == NO_MEMBER || length <= SUFFIX_LENGTH ||
+        std::strcmp(name + length - SUFFIX_LENGTH, SUFFIX) != 0) {
+        return false;
+    }
+    name[length - SUFFIX_LENGTH] = '\0';
+    return true;
+}
+
+// Gives up an open whose last attempt has just failed.
+int open_failed(pfafs_stream *block) {
+    const int result = errno == EMFILE ? PFA_E_TOO_MANY_OPEN : PFA_E_ERROR;
+    relmem(&block);
+    return result;
+}
+
+// Hands an open file to its record. What is written to a file on another host is forced through.
+int keep_stream(vek_file *record, void **data, pfafs_stream *block, const char *name) {
+    *data = block;
+    if (ctp_is_network_path(name)) {
+        pfa_set_mounted(record);
+    }
+    return PFA_E_NO_ERROR;
+}
+
+int pfafs_fopen(vek_file *record, void **data, plm_ptr name, plm_ptr mode, int version) {
+    return pfafs_fopen_low(record, data, name.as<char>(), mode.as<const char>(), version,
+                           pfafs_name_form::file_name);
+}
+
+int pfafs_open(vek_file *record, void **data, plm_ptr name_buffer, int flags, int mode,
+               int version) {
+    const int openable = pfafs_check_openable(record, data);
+    if (openable != PFA_E_NO_ERROR) {
+        return openable;
+    }
+    char *name = name_buffer.as<char>();
+    if (name == nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
+    if (pfafs_host_name(record, pfafs_name_form::file_name, name) != PFA_E_NO_ERROR) {
+        return PFA_E_INVALID_NAME;
+    }
+    pfafs_stream *block = pfafs_alloc_stream();
+    if (block == nullptr) {
+        return PFA_E_OUT_OF_MEMORY;
+    }
+    const mode_t permissions = static_cast<mode_t>(mode);
+    block->fid = dci_open(name, flags, permissions);
+    if (block->fid < 0 && errno == ENOENT && (flags & (O_WRONLY | O_RDWR)) == 0 &&
+        cut_first_version(record, version, name)) {
+        block->fid = dci_open(name, flags, permissions);
+        if (block->fid >= 0) {
+            pfa_put_version(record, 0);
+        }
+    }
+    if (block->fid < 0) {
+        return open_failed(block);
+    }
+    return keep_stream(record, data, block, name);
+}
+
+int pfafs_close(vek_file *record, void **data) {
+    pfafs_stream *block = pfafs_stream_of(record, data);
+    if (block == nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
+    const int failed = block->fid == -1 ? std::fclose(block->stream) : close(block->fid);
+    relmem(&block);
+    *data = nullptr;
+    return failed != 0 ? PFA_E_ERROR : PFA_E_NO_ERROR;
+}
+
+// The buffer, null or BUFSIZ bytes, must outlive the stream. A descriptor has no buffer to set.
+int pfafs_setbuf(vek_file *record, void **data, plm_ptr buffer) {
+    pfafs_stream *block = pfafs_stream_of(record, data);
+    if (block == nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
+    if (block->stream != nullptr) {
+        std::setbuf(block->stream, buffer.as<char>());
+    }
+    return PFA_E_NO_ERROR;
+}
+
+// A position that an int cannot hold is an error: cut, it would lead back to the wrong place.
+int pfafs_get_file_position(vek_file *record, void **data, plm_ptr out) {
+    pfafs_stream *block = pfafs_stream_of(record, data);
+    int *position = out.as<int>();
+    if (block == nullptr || position == nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
+    *position = 0;
+    const off_t at =
+        block->stream != nullptr ? ftello(block->stream) : lseek(block->fid, 0, SEEK_CUR);
+    if (at > INT_MAX) {
+        return PFA_E_ERROR;
+    }
+    *position = static_cast<int>(at);
+    return block->stream == nullptr && at < 0 ? PFA_E_ERROR : PFA_E_NO_ERROR;
+}
+
+int pfafs_set_file_position(vek_file *record, void **data, plm_ptr in) {
+    pfafs_stream *block = pfafs_stream_of(record, data);
+    const int *position = in.as<const int>();
+    if (block == nullptr || position == nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
+    const int target = *position;
+    if (block->stream == nullptr) {
+        return lseek(block->fid, target, SEEK_SET) < 0 ? PFA_E_ERROR : PFA_E_NO_ERROR;
+    }
+    // A seek throws the buffer away, which a reader far into a file pays for with a long re-read.
+    if (target > FAR_POSITION && ftello(block->stream) == target) {
+        return PFA_E_NO_ERROR;
+    }
+    return fseeko(block->stream, target, SEEK_SET) != 0 ? PFA_E_ERROR : PFA_E_NO_ERROR;
+}
+
+int pfafs_rewind_file(vek_file *record, void **data) {
+    pfafs_stream *block = pfafs_stream_of(record, data);
+    if (block == nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
+    if (block->stream == nullptr) {
+        return lseek(block->fid, 0, SEEK_SET) != 0 ? PFA_E_ERROR : PFA_E_NO_ERROR;
+    }
+    std::rewind(block->stream);
+    return PFA_E_NO_ERROR;
+}
+
+int pfafs_unwind_file(vek_file *record, void **data) {
+    pfafs_stream *block = pfafs_stream_of(record, data);
+    if (block == nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
+    const bool failed = block->stream != nullptr ? fseeko(block->stream, 0, SEEK_END) != 0
+                                                 : lseek(block->fid, 0, SEEK_END) < 0;
+    return failed ? PFA_E_ERROR : PFA_E_NO_ERROR;
+}
+
+// Moves a buffered stream by offset bytes; whether the host could is not told.
+int pfafs_fseek(vek_file *record, void **data, plm_ptr, int offset, int, int) {
+    pfafs_stream *block = pfafs_stream_of(record, data);
+    if (block == nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
+    if (block->stream == nullptr) {
+        dbg_err_crash("pfafs_fseek", "NULL fp");
+        return PFA_E_ERROR;
+    }
+    std::fseek(block->stream, offset, SEEK_CUR);
+    return PFA_E_NO_ERROR;
+}
+
+int pfafs_dbg_show_stream(vek_file *record, void **data) {
+    const pfafs_stream *block = pfafs_stream_of(record, data);
+    if (block != nullptr) {
+        const std::uintptr_t address = reinterpret_cast<std::uintptr_t>(block->stream);
+        vek_printf("fid:  %d\n", block->fid);
+        vek_printf("stream:  %x\n", static_cast<unsigned>(address));
+    }
+    return PFA_E_NO_ERROR;
+}
+
+constexpr pfafs_method METHODS[] = {
+    {PfaDbgShowStream, PLM_CALL_FL, pfafs_dbg_show_stream},
+    {PfaOpen, PLM_CALL_FLPIII, pfafs_open},
+    {PfaFopen, PLM_CALL_FLPPI, pfafs_fopen},
+    {PfaCloseFile, PLM_CALL_FL, pfafs_close},
+    {PfaSetbuf, PLM_CALL_FLP, pfafs_setbuf},
+    {PfaGetFilePosition, PLM_CALL_FLP, pfafs_get_file_position},
+    {PfaSetFilePosition, PLM_CALL_FLP, pfafs_set_file_position},
+    {PfaRewindFile, PLM_CALL_FL, pfafs_rewind_file},
+    {PfaUnwindFile, PLM_CALL_FL, pfafs_unwind_file},
+    {PfaFseek, PLM_CALL_FLPIII, pfafs_fseek},
+};
+static_assert(std::size(METHODS) == 10);
+
+} // namespace
+
+pfafs_stream *pfafs_alloc_stream() {
+    pfafs_stream *block = static_cast<pfafs_stream *>(getmem(sizeof(pfafs_stream)));
+    if (block != nullptr) {
+        block->fid = -1;
+        block->stream = nullptr;
+    }
+    return block;
+}
+
+pfafs_stream *pfafs_stream_of(const vek_file *record, void *const *data) {
+    if (data == nullptr || pfa_is_dir(record)) {
+        return nullptr;
+    }
+    return static_cast<pfafs_stream *>(*data);
+}
+
+int pfafs_check_openable(const vek_file *record, void *const *data) {
+    if (data == nullptr || pfa_is_dir(record)) {
+        return PFA_E_INVALID_INPUT;
+    }
+    return *data != nullptr ? PFA_E_CANT_OPEN : PFA_E_NO_ERROR;
+}
+
+int pfafs_host_name(vek_file *record, pfafs_name_form form, char *out) {
+    out[0] = '\0';
+    return form == pfafs_name_form::file_name ? pfa_get_file_name(record, PFA_OS_NAME, out)
+                                              : pfa_get_full_name(record, out);
+}
+
+int pfafs_fopen_low(vek_file *record, void **data, char *name, const char *mode, int version,
+                    pfafs_name_form form) {
+    const int openable = pfafs_check_openable(record, data);
+    if (openable != PFA_E_NO_ERROR) {
+        return openable;
+    }
+    if (name == nullptr || mode == nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
+    if (pfafs_host_name(record, form, name) != PFA_E_NO_ERROR) {
+        return PFA_E_INVALID_NAME;
+    }
+    // Taken before the file is touched: want of memory must not cost a file its contents.
+    pfafs_stream *block = pfafs_alloc_stream();
+    if (block == nullptr) {
+        return PFA_E_OUT_OF_MEMORY;
+    }
+    block->stream = dci_fopen(name, mode);
+    if (block->stream == nullptr && errno == ENOENT && std::strchr(mode, 'w') == nullptr &&
+        cut_first_version(record, version, name)) {
+        block->stream = dci_fopen(name, mode);
+        if (block->stream != nullptr) {
+            pfa_put_version(record, 0);
+        }
+    }
+    if (block->stream == nullptr) {
+        return open_failed(block);
+    }
+    std::clearerr(block->stream);
+    return keep_stream(record, data, block, name);
+}
+
+void pfafs_register_stream_functions() { pfafs_register_methods(PfaStdFilesystem, METHODS); }

@@ -1,0 +1,139 @@
+// Directory snapshots: the names of a host directory, read whole when it is opened.
+#include "coretools/ctpfafs/unix_opendir.h"
+
+#include "coretools/ctmemmgr/getmem.h"
+#include "coretools/ctmemmgr/xar.h"
+#include "coretools/ctpfa/vek_file.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstring>
+#include <dirent.h>
+
+namespace {
+
+constexpr int NAMES_STEP = 10;
+constexpr int FIRST_TEXT_SIZE = 1024;
+
+// The names read so far, one after the other, each with its terminating zero.
+struct name_text {
+    char *text = nullptr;
+    int used = 0;
+    int size = 0;
+    int count = 0;
+};
+
+// While a directory is open, memory comes from getmem_null: a failure of getmem may jump past the
+// closedir. False when memory is exhausted; the names stay as they were.
+bool add_name(name_text *names, const char *name, int size) {
+    if (size > names->size - names->used) {
+        if (names->size > INT_MAX / 2) {
+            return false;
+        }
+        const int new_size = names->size == 0 ? FIRST_TEXT_SIZE : 2 * names->size;
+        char *text = static_cast<char *>(getmem_null(new_size));
+        if (text == nullptr) {
+            return false;
+        }
+        if (names->used > 0) {
+            std::memcpy(text, names->text, static_cast<std::size_t>(names->used));
+        }
+        relmem(&names->text);
+        names->text = text;
+        names->size = new_size;
+    }
+    std::memcpy(names->text + names->used, name, static_cast<std::size_t>(size));
+    names->used += size;
+    ++names->count;
+    return true;
+}
+
+bool is_listed(const char *name) {
+    return std::strcmp(name, ".") != 0 && std::strcmp(name, "..") != 0 &&
+           std::strlen(name) < PFA_PATH_SIZE;
+}
+
+// 0 when the directory was read to its end, else the errno of the failure.
+int read_names(DIR *directory, name_text *names) {
+    for (;;) {
+        errno = 0;
+        const dirent *entry = readdir(directory);
+        if (entry == nullptr) {
+            return errno;
+        }
+        const char *name = entry->d_name;
+        if (is_listed(name) && !add_name(names, name, static_cast<int>(std::strlen(name)) + 1)) {
+            return ENOMEM;
+        }
+    }
+}
+
+// The array of the names with its closing null; null when memory is exhausted, and when the names
+// are more than an array can hold, which would be fatal to ask for.
+char **index_names(const name_text &names) {
+    if (names.count >= XAR_LIMIT_BYTES / static_cast<int>(sizeof(char *))) {
+        return nullptr;
+    }
+    char **array = xar_alloc_of<char *>(names.count + 1, NAMES_STEP);
+    if (array == nullptr) {
+        return nullptr;
+    }
+    char *name = names.text;
+    for (int i = 0; i < names.count; ++i) {
+        array[i] = name;
+        name += std::strlen(name) + 1;
+    }
+    return array;
+}
+
+} // namespace
+
+unix_dir *unix_opendir(const char *name, const char *) {
+    DIR *directory = opendir(name);
+    if (directory == nullptr) {
+        return nullptr;
+    }
+    name_text names;
+    const int failure = read_names(directory, &names);
+    closedir(directory);
+
+    char **array = failure == 0 ? index_names(names) : nullptr;
+    unix_dir *snapshot =
+        array != nullptr ? static_cast<unix_dir *>(getmem(sizeof(unix_dir))) : nullptr;
+    if (snapshot == nullptr) {
+        xar_free(&array);
+        relmem(&names.text);
+        errno = failure != 0 ? failure : ENOMEM;
+        return nullptr;
+    }
+    snapshot->names = array;
+    snapshot->next = 0;
+    snapshot->text = names.text;
+    return snapshot;
+}
+
+const char *unix_readdir(unix_dir *snapshot, int *index) {
+    if (index != nullptr) {
+        *index = -1;
+    }
+    const char *name = snapshot->names[snapshot->next];
+    if (name != nullptr) {
+        ++snapshot->next;
+    }
+    return name;
+}
+
+int unix_closedir(unix_dir *snapshot) {
+    if (snapshot != nullptr) {
+        xar_free(&snapshot->names);
+        relmem(&snapshot->text);
+        relmem(&snapshot);
+    }
+    return 0;
+}
+
+unix_dir *os_opendir(const char *name, const char *pattern) { return unix_opendir(name, pattern); }
+
+const char *os_readdir(unix_dir *snapshot, int *index) { return unix_readdir(snapshot, index); }
+
+int os_closedir(unix_dir *snapshot) { return unix_closedir(snapshot); }
