@@ -123,7 +123,9 @@ int pfa_stdio_access(vek_file *record, int mode, int) {
     }
 }
 
-int pfa_stdio_dir_can_open_subset(vek_file *) { return 0; }
+int pfa_stdio_dir_can_open_subset(vek_file *) {
+    return 0;
+}
 
 // A directory of this location lists exactly one name, the pattern, which stays the caller's and
 // must outlive the reading.
@@ -188,8 +190,8 @@ constexpr pfafs_method METHODS[] = {
 static_assert(std::size(METHODS) == 11);
 
 // Reading and writing run on the stream block, whoever opened it.
-constexpr int INHERITED[] = {PfaFgetc,  PfaReadFile,       PfaFgets,    PfaWriteFile,
-                             PfaFputs,  PfaCopyThruCookie, PfaFlushFile};
+constexpr int INHERITED[] = {PfaFgetc, PfaReadFile,       PfaFgets,    PfaWriteFile,
+                             PfaFputs, PfaCopyThruCookie, PfaFlushFile};
 
 } // namespace
 

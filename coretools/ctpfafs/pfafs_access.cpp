@@ -231,4 +231,6 @@ static_assert(std::size(METHODS) == 9);
 
 } // namespace
 
-void pfafs_register_access_functions() { pfafs_register_methods(PfaStdFilesystem, METHODS); }
+void pfafs_register_access_functions() {
+    pfafs_register_methods(PfaStdFilesystem, METHODS);
+}

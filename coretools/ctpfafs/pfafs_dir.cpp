@@ -101,8 +101,8 @@ int put_entry(vek_file *directory, const char *name, vek_file *entry) {
 }
 
 int pfafs_open_dir(vek_file *record, void **data, plm_ptr location, plm_ptr pattern) {
-    return pfa_actually_open_dir(record, data, location.as<const char>(),
-                                 pattern.as<const char>(), pfafs_name_form::file_name);
+    return pfa_actually_open_dir(record, data, location.as<const char>(), pattern.as<const char>(),
+                                 pfafs_name_form::file_name);
 }
 
 // Without a filter the next entry is taken. A filter that takes none runs through the rest of the
@@ -158,7 +158,9 @@ int pfafs_dir_cache_invalid(vek_file *record, void **data, plm_ptr location_in) 
            (status.st_mode & S_IRUSR) == 0;
 }
 
-int pfafs_dir_cache_eligible(vek_file *, plm_ptr) { return 1; }
+int pfafs_dir_cache_eligible(vek_file *, plm_ptr) {
+    return 1;
+}
 
 int pfafs_make_dir(vek_file *record) {
     char name[PFA_PATH_SIZE];
@@ -183,8 +185,7 @@ int pfafs_remove_dir(vek_file *record) {
 
 // The directory's name without its closing '/'.
 bool directory_name(vek_file *record, char *name) {
-    if (pfa_get_file_name(record, PFA_DIRECTORY_NAME, name) != PFA_E_NO_ERROR ||
-        name[0] == '\0') {
+    if (pfa_get_file_name(record, PFA_DIRECTORY_NAME, name) != PFA_E_NO_ERROR || name[0] == '\0') {
         return false;
     }
     name[std::strlen(name) - 1] = '\0';
@@ -252,4 +253,6 @@ int pfa_actually_open_dir(vek_file *record, void **data, const char *location, c
     return block->times_known ? PFA_E_NO_ERROR : PFA_E_NOT_CACHABLE;
 }
 
-void pfafs_register_dir_functions() { pfafs_register_methods(PfaStdFilesystem, METHODS); }
+void pfafs_register_dir_functions() {
+    pfafs_register_methods(PfaStdFilesystem, METHODS);
+}

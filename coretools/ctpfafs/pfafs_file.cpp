@@ -67,7 +67,9 @@ int pfafs_rename_file(vek_file *, plm_ptr from_in, plm_ptr to_in) {
     return errno != EXDEV && rename_over(from, to) ? PFA_E_NO_ERROR : PFA_E_ERROR;
 }
 
-int pfafs_is_case_sensitive(vek_file *) { return 1; }
+int pfafs_is_case_sensitive(vek_file *) {
+    return 1;
+}
 
 constexpr pfafs_method METHODS[] = {
     {PfaDeleteFile, PLM_CALL_F, pfafs_delete_file},
@@ -79,4 +81,6 @@ static_assert(std::size(METHODS) == 4);
 
 } // namespace
 
-void pfafs_register_file_functions() { pfafs_register_methods(PfaStdFilesystem, METHODS); }
+void pfafs_register_file_functions() {
+    pfafs_register_methods(PfaStdFilesystem, METHODS);
+}

@@ -9,11 +9,11 @@
 //
 // The host form is the one the user writes; the neutral form can hold every part beside every
 // other, and '^' in a stored path is its parent step, ".." in both forms.
+#include "coretools/ctpfa/pfa_std_location.h"
 #include "coretools/ctpfa/pfacomponent.h"
 #include "coretools/ctpfa/pfaget.h"
 #include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfaput.h"
-#include "coretools/ctpfa/pfa_std_location.h"
 #include "coretools/ctpfafs/pfafs_internal.h"
 #include "coretools/ctpfafs/vek_is_dir.h"
 
@@ -35,7 +35,9 @@ struct location {
     int path = 0; // where the directory path begins
 };
 
-bool is_separator(char character) { return character == '/' || character == '\\'; }
+bool is_separator(char character) {
+    return character == '/' || character == '\\';
+}
 
 bool is_letter(char character) {
     return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
@@ -128,45 +130,40 @@ bool split_host_form(const char *name, const char *colon, location *out) {
     return split_dollar_device(name, out);
 }
 
-// The length of the directory path at the start of text, and in *rest where what follows it
-// begins. "." and ".." as the last piece name directories and belong to the path; *parent tells
-// that the path has to be given its ".." with a separator.
-int path_length(const char *text, int *rest) {
+// Copies the directory path at the start of text: up to its last separator, and with it a last
+// piece of "." or "..", which name directories. A ".." behind other segments needs its separator to
+// be a parent step. Answers where the rest of the text begins.
+int take_path(const char *text, char (&path)[PFA_PATH_SIZE + 1]) {
     int length = static_cast<int>(std::strlen(text));
     while (length > 0 && !is_separator(text[length - 1])) {
         --length;
     }
-    const char *last = text + length;
-    *rest = length;
-    if (std::strcmp(last, ".") == 0) {
-        *rest = length + 1;
-        return length == 0 ? 1 : length;
+    int rest = length;
+    const char *step = "";
+    if (std::strcmp(text + length, ".") == 0) {
+        rest += 1;
+        step = length == 0 ? "." : "";
+    } else if (std::strcmp(text + length, "..") == 0) {
+        rest += 2;
+        step = length == 0 ? ".." : "../";
     }
-    if (std::strcmp(last, "..") == 0) {
-        *rest = length + 2;
-        return length + 2;
-    }
-    return length;
+    std::memcpy(path, text, static_cast<std::size_t>(length));
+    std::memcpy(path + length, step, std::strlen(step) + 1);
+    return rest;
 }
 
-// Stores the directory path that begins at start and tells where the rest of the name begins.
+// Stores the directory path that begins at start. With a rest offset it ends where the last piece
+// of the name begins; without one the whole name is the path.
 bool put_path(vek_file *record, const char *name, int start, std::int16_t *rest) {
     if (rest == nullptr) {
         return pfa_put_path(record, name + start) == PFA_E_NO_ERROR;
     }
-    int rest_start;
-    int length = path_length(name + start, &rest_start);
     char path[PFA_PATH_SIZE + 1];
-    std::memcpy(path, name + start, static_cast<std::size_t>(length));
-    // A parent step behind other segments is one only with its separator.
-    if (length > 2 && rest_start == length && !is_separator(path[length - 1])) {
-        path[length++] = '/';
-    }
-    path[length] = '\0';
+    const int path_end = take_path(name + start, path);
     if (pfa_put_path(record, path) != PFA_E_NO_ERROR) {
         return false;
     }
-    *rest = static_cast<std::int16_t>(start + rest_start);
+    *rest = static_cast<std::int16_t>(start + path_end);
     return true;
 }
 
@@ -207,8 +204,8 @@ struct location_text {
     }
 
     void add(const vek_file *record, int component) {
-        fits = fits && pfa_append_component(record, component, out, length, capacity) ==
-                           PFA_E_NO_ERROR;
+        fits = fits &&
+               pfa_append_component(record, component, out, length, capacity) == PFA_E_NO_ERROR;
     }
 };
 
@@ -344,11 +341,17 @@ int pfafs_is_folder(vek_file *record) {
     return 0;
 }
 
-int pfafs_device_idx(vek_file *) { return PFA_DEVICE; }
+int pfafs_device_idx(vek_file *) {
+    return PFA_DEVICE;
+}
 
-int pfafs_host_idx(vek_file *) { return PFA_HOST; }
+int pfafs_host_idx(vek_file *) {
+    return PFA_HOST;
+}
 
-int pfafs_path_idx(vek_file *) { return PFA_PATH; }
+int pfafs_path_idx(vek_file *) {
+    return PFA_PATH;
+}
 
 constexpr pfafs_method METHODS[] = {
     {PfaDeviceIdx, PLM_CALL_F, pfafs_device_idx},
@@ -363,6 +366,10 @@ static_assert(std::size(METHODS) == 7);
 
 } // namespace
 
-int pfafs_loc_is_NT_drive_relative(const vek_file *) { return 0; }
+int pfafs_loc_is_NT_drive_relative(const vek_file *) {
+    return 0;
+}
 
-void pfafs_register_parse_functions() { pfafs_register_methods(PfaStdFilesystem, METHODS); }
+void pfafs_register_parse_functions() {
+    pfafs_register_methods(PfaStdFilesystem, METHODS);
+}

@@ -55,9 +55,9 @@ int pfafs_read_file(vek_file *record, void **data, plm_ptr buffer, plm_ptr count
         return PFA_E_INVALID_INPUT;
     }
     const std::size_t wanted = static_cast<std::size_t>(size);
-    *count = static_cast<int>(block->stream != nullptr
-                                  ? static_cast<ssize_t>(std::fread(bytes, 1, wanted, block->stream))
-                                  : read(block->fid, bytes, wanted));
+    *count = static_cast<int>(
+        block->stream != nullptr ? static_cast<ssize_t>(std::fread(bytes, 1, wanted, block->stream))
+                                 : read(block->fid, bytes, wanted));
     if (*count < 0) {
         return PFA_E_ERROR;
     }
@@ -81,9 +81,8 @@ int descriptor_gets(int fid, char *line, int *length, int size) {
         return PFA_E_ERROR;
     }
     const void *newline = std::memchr(line, '\n', static_cast<std::size_t>(got));
-    *length = newline != nullptr
-                  ? static_cast<int>(static_cast<const char *>(newline) - line) + 1
-                  : got;
+    *length =
+        newline != nullptr ? static_cast<int>(static_cast<const char *>(newline) - line) + 1 : got;
     if (*length < size) {
         line[*length] = '\0';
     }
@@ -206,4 +205,6 @@ static_assert(std::size(METHODS) == 8);
 
 } // namespace
 
-void pfafs_register_rdwrt_functions() { pfafs_register_methods(PfaStdFilesystem, METHODS); }
+void pfafs_register_rdwrt_functions() {
+    pfafs_register_methods(PfaStdFilesystem, METHODS);
+}

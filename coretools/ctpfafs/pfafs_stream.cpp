@@ -273,4 +273,6 @@ int pfafs_fopen_low(vek_file *record, void **data, char *name, const char *mode,
     return keep_stream(record, data, block, name);
 }
 
-void pfafs_register_stream_functions() { pfafs_register_methods(PfaStdFilesystem, METHODS); }
+void pfafs_register_stream_functions() {
+    pfafs_register_methods(PfaStdFilesystem, METHODS);
+}

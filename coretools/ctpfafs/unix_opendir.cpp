@@ -132,8 +132,14 @@ int unix_closedir(unix_dir *snapshot) {
     return 0;
 }
 
-unix_dir *os_opendir(const char *name, const char *pattern) { return unix_opendir(name, pattern); }
+unix_dir *os_opendir(const char *name, const char *pattern) {
+    return unix_opendir(name, pattern);
+}
 
-const char *os_readdir(unix_dir *snapshot, int *index) { return unix_readdir(snapshot, index); }
+const char *os_readdir(unix_dir *snapshot, int *index) {
+    return unix_readdir(snapshot, index);
+}
 
-int os_closedir(unix_dir *snapshot) { return unix_closedir(snapshot); }
+int os_closedir(unix_dir *snapshot) {
+    return unix_closedir(snapshot);
+}
