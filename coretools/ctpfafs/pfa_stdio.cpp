@@ -1,6 +1,7 @@
 // The stdio location: the process's standard streams by name.
 #include "coretools/ctpfafs/pfa_stdio.h"
 
+#include "coretools/ctfileutil/objextension.h"
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctpfa/pfacomponent.h"
 #include "coretools/ctpfa/pfadirpath.h"
@@ -18,9 +19,6 @@ namespace {
 
 constexpr char PREFIX[] = "stdio://";
 constexpr int PREFIX_LENGTH = sizeof PREFIX - 1;
-
-// The object type of a file that has not been looked at yet.
-constexpr int NOT_YET_TYPED = -4;
 
 // The location offers no device index: its prefix is the text of the component by itself.
 constexpr int PREFIX_COMPONENT = PFA_DEVICE;
@@ -143,7 +141,7 @@ int put_entry(vek_file *directory, const char *name, vek_file *entry) {
         return copied;
     }
     // The copy is of a directory; the entry is none, and takes neither its type nor its extension.
-    entry->type = NOT_YET_TYPED;
+    entry->type = OBJ_TYPE_NOT_YET;
     const int cleared = pfa_put_component(entry, PFA_EXTENSION, "");
     return cleared != PFA_E_NO_ERROR ? cleared : pfa_put_name(entry, name);
 }

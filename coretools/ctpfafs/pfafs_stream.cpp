@@ -1,9 +1,11 @@
 // Opening, closing and positioning files of the standard filesystem.
 #include "coretools/ctdci/dci.h"
+#include "coretools/ctfileutil/objextension.h"
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctmemmgr/serious_errors.h"
 #include "coretools/ctpfa/pfaget.h"
 #include "coretools/ctpfa/pfainfo.h"
+#include "coretools/ctpfa/pfamem.h"
 #include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfaput.h"
 #include "coretools/ctpfafs/pfafs_internal.h"
@@ -12,7 +14,6 @@
 
 #include <cerrno>
 #include <climits>
-#include <cstdint>
 #include <cstring>
 #include <fcntl.h>
 #include <iterator>
@@ -23,16 +24,13 @@ namespace {
 // Below this position a seek costs so little that asking for the current one first is no gain.
 constexpr int FAR_POSITION = 5000000;
 
-// The object type of a file that is a member of none.
-constexpr int NO_MEMBER = -6;
-
 // Version 1 of a file may lie on the disk without a version. Cuts the ".1" from the name; false
 // when there is nothing to try.
 bool cut_first_version(const vek_file *record, int version, char *name) {
     constexpr char SUFFIX[] = ".1";
     constexpr std::size_t SUFFIX_LENGTH = sizeof SUFFIX - 1;
     const std::size_t length = std::strlen(name);
-    if (version != 1 || pfa_get_obj_type(record) == NO_MEMBER || length <= SUFFIX_LENGTH ||
+    if (version != 1 || pfa_get_obj_type(record) == OBJ_TYPE_NO_MEMBER || length <= SUFFIX_LENGTH ||
         std::strcmp(name + length - SUFFIX_LENGTH, SUFFIX) != 0) {
         return false;
     }
@@ -189,9 +187,8 @@ int pfafs_fseek(vek_file *record, void **data, plm_ptr, int offset, int, int) {
 int pfafs_dbg_show_stream(vek_file *record, void **data) {
     const pfafs_stream *block = pfafs_stream_of(record, data);
     if (block != nullptr) {
-        const std::uintptr_t address = reinterpret_cast<std::uintptr_t>(block->stream);
         vek_printf("fid:  %d\n", block->fid);
-        vek_printf("stream:  %x\n", static_cast<unsigned>(address));
+        vek_printf("stream:  %x\n", pfa_trace_address(block->stream));
     }
     return PFA_E_NO_ERROR;
 }
