@@ -1,0 +1,71 @@
+// Allocation replay: serials of blocks, and the file of those to look for.
+#include "coretools/ctmemmgr/alloc_replay.h"
+
+#include "coretools/ctmemmgr/block_debug.h"
+#include "coretools/ctmemmgr/block_internal.h"
+
+std::atomic<int> memory_file_level{REPLAY_OFF};
+
+// Guarded by the lock of the chain.
+static std::uint32_t st_memory_loop_counter = 0;
+static int st_next_bad_index = -1;
+static int next_bad_size = 0;
+static std::FILE *bad_index_file = nullptr;
+
+static void read_next_bad_index() {
+    if (bad_index_file == nullptr ||
+        std::fscanf(bad_index_file, "%d %d\n", &st_next_bad_index, &next_bad_size) != 2) {
+        st_next_bad_index = -1;
+    }
+}
+
+void set_memory_file_level(int level, std::FILE *bad_indexes) {
+    const bool locks = memmgr_lock_needed();
+    lock_memmgr(locks);
+    st_memory_loop_counter = 0;
+    bad_index_file = level == REPLAY_REPORT_BLOCKS ? bad_indexes : nullptr;
+    read_next_bad_index();
+    memory_file_level.store(level, std::memory_order_relaxed);
+    unlock_memmgr(locks);
+}
+
+void memdebug_get_next_bad_index() {
+    const bool locks = memmgr_lock_needed();
+    lock_memmgr(locks);
+    read_next_bad_index();
+    unlock_memmgr(locks);
+}
+
+void memdebug_alloc(void *data) {
+    const bool locks = memmgr_lock_needed();
+    lock_memmgr(locks);
+    const std::uint32_t serial = st_memory_loop_counter;
+    st_memory_loop_counter = (serial + 1) & NO_SERIAL;
+    if (area_invalid(data) == 0) {
+        set_block_serial(data, serial);
+        if (memory_file_level.load(std::memory_order_relaxed) == REPLAY_REPORT_BLOCKS &&
+            static_cast<std::int64_t>(serial) == st_next_bad_index) {
+            const int size = block_size(header_of(data));
+            std::printf("memdebug_alloc: %u bytes at %lx won't get released.\n",
+                        static_cast<unsigned>(size), reinterpret_cast<unsigned long>(data));
+            if (size != next_bad_size) {
+                std::printf("memdebug_alloc WARNING:  ");
+                std::printf("sizes have changed. Memory loop is NOT VALID!!!\n");
+            }
+            read_next_bad_index();
+        }
+    }
+    unlock_memmgr(locks);
+}
+
+int memdebug_serial(const void *data) {
+    const bool locks = memmgr_lock_needed();
+    lock_memmgr(locks);
+    int serial = -1;
+    if (area_invalid(data) == 0) {
+        const std::uint32_t stored = trailer_of(header_of(data))->mark >> 1;
+        serial = stored == NO_SERIAL ? -1 : static_cast<int>(stored);
+    }
+    unlock_memmgr(locks);
+    return serial;
+}

@@ -1,0 +1,227 @@
+// The chain of live blocks: its lock, its links and its totals.
+#include <algorithm>
+#include <cstdio>
+
+#include "basictk/baselib/inc/thrMutex.h"
+#include "basictk/baselib/inc/thrThread.h"
+#include "basictk/baselib/inc/thrTrap.h"
+#include "coretools/ctmemmgr/block_debug.h"
+#include "coretools/ctmemmgr/block_internal.h"
+#include "coretools/ctmemmgr/getmem.h"
+#include "coretools/ctmemmgr/pools.h"
+#include "coretools/ctmisc/wlx_exit.h"
+
+static std::atomic<int> IsMemoryInitialized{0};
+static std::atomic<thrMutex *> memmgr_lock{nullptr};
+
+// Everything below is guarded by memmgr_lock.
+static block_header *frst_area = nullptr;
+static block_header *last_area = nullptr;
+
+// Wider than the int of the sizes: the blocks of a 64-bit host may well add up to more.
+static std::int64_t stat_num_blocks = 0;
+static std::int64_t stat_application_size = 0;
+static std::int64_t stat_system_size = 0;
+static std::int64_t stat_max_system_size = 0;
+
+void init_memory() {
+    LockInitializationMutex();
+    if (memmgr_lock.load(std::memory_order_relaxed) == nullptr) {
+        memmgr_lock.store(thrMutex_Create(), std::memory_order_release);
+    }
+    UnlockInitializationMutex();
+    const bool has_lock = memmgr_lock.load(std::memory_order_relaxed) != nullptr;
+    if (!has_lock && IsThreadingEnabled()) {
+        std::printf("Unable to initialize memory manager locks.  Exiting.\n");
+        wlx_exit(1);
+        return;
+    }
+    if (init_clump_lock() == 0) {
+        return;
+    }
+    init_trap_tls();
+    // Only now may another thread go on without looking; without a lock the next request tries
+    // again.
+    if (has_lock) {
+        IsMemoryInitialized.store(1, std::memory_order_release);
+    }
+}
+
+bool memory_is_ready() {
+    if (IsMemoryInitialized.load(std::memory_order_acquire) != 0) {
+        return true;
+    }
+    init_memory();
+    return IsMemoryInitialized.load(std::memory_order_acquire) != 0 || !IsThreadingEnabled();
+}
+
+bool memmgr_lock_needed() {
+    return thrThread_GetNumberOfActiveThreads() != 0 ||
+           thrThread_GetNumberOfThreadsRunning() > thrThread_GetLimitOfSafeThreads();
+}
+
+void lock_memmgr(bool needed) {
+    thrMutex *lock = memmgr_lock.load(std::memory_order_acquire);
+    if (needed && lock != nullptr) {
+        thrMutex_Lock(lock);
+    }
+}
+
+void unlock_memmgr(bool needed) {
+    thrMutex *lock = memmgr_lock.load(std::memory_order_acquire);
+    if (needed && lock != nullptr) {
+        thrMutex_Unlock(lock);
+    }
+}
+
+static bool is_aligned(const void *address) {
+    return reinterpret_cast<std::uintptr_t>(address) % BLOCK_UNIT == 0;
+}
+
+// A live block's header is whole, and the block is no larger than all live blocks together.
+static bool header_is_plausible(const block_header *block) {
+    if (!is_aligned(block) || (block->size_high & 1) != 0) {
+        return false;
+    }
+    const int size = block_size(block);
+    return block->guard.accepts(block->prev, static_cast<std::uint32_t>(size)) &&
+           static_cast<std::int64_t>(whole_size(size)) <= stat_system_size;
+}
+
+static bool trailer_is_plausible(block_header *block) {
+    const block_trailer *const trailer = trailer_of(block);
+    return trailer->guard.accepts(trailer->next, 0);
+}
+
+int area_invalid(const void *data) {
+    if (data == nullptr) {
+        return -1;
+    }
+    if (!is_aligned(data)) {
+        return 1;
+    }
+    block_header *const block = header_of(data);
+    if ((block->prev == nullptr) != (block == frst_area)) {
+        return 1;
+    }
+    if (block->prev != nullptr &&
+        (!header_is_plausible(block) || !header_is_plausible(block->prev) ||
+         trailer_of(block->prev)->next != block)) {
+        return 3;
+    }
+    if (!header_is_plausible(block) || !trailer_is_plausible(block)) {
+        return 2;
+    }
+    block_header *const next = trailer_of(block)->next;
+    if ((next == nullptr) != (block == last_area)) {
+        return 2;
+    }
+    if (next != nullptr && (!header_is_plausible(next) || next->prev != block)) {
+        return 4;
+    }
+    return 0;
+}
+
+static void count_size(int old_size, std::int64_t old_whole, int size, std::int64_t whole) {
+    stat_system_size += whole - old_whole;
+    stat_max_system_size = std::max(stat_max_system_size, stat_system_size);
+    stat_application_size += std::int64_t{size} - old_size;
+}
+
+static void lead_to(block_header *prev, block_header *block) {
+    if (prev != nullptr) {
+        set_next(prev, block);
+    } else {
+        frst_area = block;
+    }
+}
+
+static void lead_back_to(block_header *next, block_header *block) {
+    if (next != nullptr) {
+        set_prev(next, block);
+    } else {
+        last_area = block;
+    }
+}
+
+static void put_between(block_header *block, block_header *prev, block_header *next, int xar) {
+    set_prev(block, prev);
+    set_next(block, next);
+    trailer_of(block)->mark = block_mark(NO_SERIAL, xar);
+    lead_to(prev, block);
+    lead_back_to(next, block);
+}
+
+bool append_to_chain(block_header *block, int xar) {
+    block_header *const last = last_area;
+    if (last != nullptr && (!header_is_plausible(last) || trailer_of(last)->next != nullptr)) {
+        return false;
+    }
+    put_between(block, last, nullptr, xar);
+    stat_num_blocks++;
+    const int size = block_size(block);
+    count_size(0, 0, size, static_cast<std::int64_t>(whole_size(size)));
+    return true;
+}
+
+void replace_in_chain(block_header *block, block_header *prev, block_header *next, int old_size,
+                      int xar) {
+    put_between(block, prev, next, xar);
+    const int size = block_size(block);
+    count_size(old_size, static_cast<std::int64_t>(whole_size(old_size)), size,
+               static_cast<std::int64_t>(whole_size(size)));
+}
+
+void remove_from_chain(block_header *block) {
+    block_header *const prev = block->prev;
+    block_header *const next = trailer_of(block)->next;
+    lead_to(prev, next);
+    lead_back_to(next, prev);
+    set_prev(block, nullptr);
+    set_next(block, nullptr);
+    stat_num_blocks--;
+    const int size = block_size(block);
+    count_size(size, static_cast<std::int64_t>(whole_size(size)), 0, 0);
+}
+
+void set_block_serial(void *data, std::uint32_t serial) {
+    block_trailer *const trailer = trailer_of(header_of(data));
+    trailer->mark = block_mark(serial, static_cast<int>(trailer->mark & 1));
+}
+
+memory_statistics get_memory_statistics() {
+    const bool locks = memmgr_lock_needed();
+    lock_memmgr(locks);
+    const memory_statistics statistics = {stat_num_blocks, stat_application_size, stat_system_size,
+                                          stat_max_system_size};
+    unlock_memmgr(locks);
+    return statistics;
+}
+
+int check_memory_chain() {
+    const bool locks = memmgr_lock_needed();
+    lock_memmgr(locks);
+    int invalid = 0;
+    std::int64_t blocks = 0;
+    std::int64_t application_size = 0;
+    std::int64_t system_size = 0;
+    block_header *last = nullptr;
+    for (block_header *block = frst_area; block != nullptr && blocks <= stat_num_blocks;
+         block = trailer_of(block)->next) {
+        invalid = area_invalid(data_of(block));
+        if (invalid != 0) {
+            break;
+        }
+        blocks++;
+        application_size += block_size(block);
+        system_size += static_cast<std::int64_t>(whole_size(block_size(block)));
+        last = block;
+    }
+    if (invalid == 0 && (last != last_area || blocks != stat_num_blocks ||
+                         application_size != stat_application_size ||
+                         system_size != stat_system_size || system_size > stat_max_system_size)) {
+        invalid = 5;
+    }
+    unlock_memmgr(locks);
+    return invalid;
+}

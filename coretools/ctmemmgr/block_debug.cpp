@@ -1,0 +1,95 @@
+// Debugging switches of the block allocator, and the list of released blocks.
+#include "coretools/ctmemmgr/block_debug.h"
+
+#include <atomic>
+#include <cstdlib>
+
+#include "basictk/baselib/inc/thrMutex.h"
+#include "coretools/ctmemmgr/block_internal.h"
+#include "coretools/ctmemmgr/getmem.h"
+#include "coretools/ctmemmgr/har.h"
+#include "coretools/ctmemmgr/memory_trap.h"
+
+static std::atomic<int> static_dont_release_memory{0};
+static std::atomic<int> static_always_relocate{0};
+static std::atomic<int> stat_marking_mem{0};
+
+static constexpr int RELEASED_LIST_STEP = 100;
+static std::atomic<thrMutex *> released_list_lock{nullptr};
+static void **static_released_blocks_har = nullptr;
+static int released_block_count = 0;
+
+// While this thread makes room in the list, what the list itself gives back is freed.
+static thread_local bool extending_list = false;
+
+void set_dont_release_memory(int on) {
+    LockInitializationMutex();
+    if (released_list_lock.load(std::memory_order_relaxed) == nullptr) {
+        released_list_lock.store(thrMutex_Create(), std::memory_order_release);
+    }
+    UnlockInitializationMutex();
+    static_dont_release_memory.store(on, std::memory_order_release);
+}
+
+void set_always_relocate(int on) { static_always_relocate.store(on, std::memory_order_relaxed); }
+
+void set_marking_mem_to_preserve(int on) { stat_marking_mem.store(on, std::memory_order_relaxed); }
+
+int marking_mem_to_preserve() { return stat_marking_mem.load(std::memory_order_relaxed); }
+
+bool keeps_released_blocks() {
+    return static_dont_release_memory.load(std::memory_order_acquire) != 0 && !extending_list;
+}
+
+bool always_relocates() { return static_always_relocate.load(std::memory_order_relaxed) != 0; }
+
+static void lock_released_list() {
+    if (thrMutex *lock = released_list_lock.load(std::memory_order_acquire)) {
+        thrMutex_Lock(lock);
+    }
+}
+
+static void unlock_released_list() {
+    if (thrMutex *lock = released_list_lock.load(std::memory_order_acquire)) {
+        thrMutex_Unlock(lock);
+    }
+}
+
+static void make_list_slot(void *slot) {
+    if (static_released_blocks_har == nullptr) {
+        static_released_blocks_har =
+            har_alloc(static_cast<int>(sizeof(released_block)), RELEASED_LIST_STEP);
+    }
+    if (static_released_blocks_har != nullptr) {
+        *static_cast<void **>(slot) = har_inflate(&static_released_blocks_har);
+    }
+}
+
+void add_block_to_released_list(void *block, std::size_t whole_size) {
+    void *slot = nullptr;
+    lock_released_list();
+    extending_list = true;
+    const trapped_call outcome = call_with_memory_trap(make_list_slot, &slot);
+    extending_list = false;
+    if (slot != nullptr) {
+        *static_cast<released_block *>(slot) = {block, whole_size};
+        released_block_count++;
+    }
+    if (outcome != trapped_call::TRAPPED) {
+        unlock_released_list();
+    }
+    if (slot == nullptr) {
+        std::free(block);
+    }
+}
+
+bool get_released_block(int index, released_block *entry) {
+    lock_released_list();
+    const bool known = index >= 0 && index < released_block_count;
+    if (known) {
+        *entry = *static_cast<released_block *>(
+            har_access(&static_released_blocks_har, index, nullptr, nullptr));
+    }
+    unlock_released_list();
+    return known;
+}

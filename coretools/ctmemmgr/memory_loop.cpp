@@ -1,0 +1,254 @@
+// Memory-loop debugging: records one pass, compares the next, reports in the third.
+#include "coretools/ctmemmgr/memory_loop.h"
+
+#include <cstdio>
+
+#include "basictk/baselib/inc/thrMutex.h"
+#include "coretools/ctmemmgr/alloc_replay.h"
+#include "coretools/ctmemmgr/block_internal.h"
+#include "coretools/ctmemmgr/har.h"
+#include "coretools/ctmemmgr/memory_trap.h"
+#include "coretools/ctmemmgr/pools_internal.h"
+#include "coretools/ctmemmgr/xar.h"
+
+namespace {
+
+enum loop_level : int { LOOP_OFF, LOOP_RECORDING, LOOP_COMPARING, LOOP_REPORTING };
+
+constexpr int ADDRESS_STEP = 300;
+
+struct address_slot {
+    void ***addresses;
+    void **slot;
+};
+
+} // namespace
+
+static std::atomic<int> dbgmem_loop_level{LOOP_OFF};
+static std::atomic<int> debug_memory_loop_size{MEMORY_LOOP_ALL_SIZES};
+static std::atomic<void (*)()> debug_memory_func{nullptr};
+
+// Guards the records, and changes of the level. It is taken before any other lock of the memory
+// layer, because the records' arrays come from there.
+static std::atomic<thrMutex *> loop_lock{nullptr};
+
+// What this thread allocates while it keeps the records, or inside the callback, is not followed:
+// for it the level is 0.
+static thread_local bool in_bookkeeping = false;
+
+static int current_level() {
+    return in_bookkeeping ? LOOP_OFF : dbgmem_loop_level.load(std::memory_order_acquire);
+}
+
+static void lock_loop() {
+    if (thrMutex *lock = loop_lock.load(std::memory_order_acquire)) {
+        thrMutex_Lock(lock);
+    }
+}
+
+static void unlock_loop() {
+    if (thrMutex *lock = loop_lock.load(std::memory_order_acquire)) {
+        thrMutex_Unlock(lock);
+    }
+}
+
+static void make_loop_lock() {
+    LockInitializationMutex();
+    if (loop_lock.load(std::memory_order_relaxed) == nullptr) {
+        loop_lock.store(thrMutex_Create(), std::memory_order_release);
+    }
+    UnlockInitializationMutex();
+}
+
+static bool is_followed(const memory_loop_record *record, const void *data) {
+    const int wanted = debug_memory_loop_size.load(std::memory_order_relaxed);
+    return wanted == MEMORY_LOOP_ALL_SIZES || record->size(record, data) == wanted;
+}
+
+int get_in_debug_memory_loop() { return current_level() > LOOP_OFF ? 1 : 0; }
+
+void set_debug_memory_loop_size(int size) {
+    debug_memory_loop_size.store(size, std::memory_order_relaxed);
+}
+
+void set_debug_memory_func(void (*function)()) {
+    debug_memory_func.store(function, std::memory_order_relaxed);
+}
+
+// The general blocks' record is number 0, pool number i has i + 1; null behind the last.
+static memory_loop_record *record_at(int number) {
+    return number == 0 ? &dbggetmem : pool_loop_record(number - 1);
+}
+
+static void drop_addresses(memory_loop_record *record) {
+    in_bookkeeping = true;
+    if (record->addresses != nullptr) {
+        har_free(&record->addresses);
+        record->addresses = nullptr;
+    }
+    in_bookkeeping = false;
+}
+
+void debug_cancel_memory_loop() {
+    lock_loop();
+    dbgmem_loop_level.store(LOOP_OFF, std::memory_order_release);
+    for (int i = 0; memory_loop_record *record = record_at(i); i++) {
+        record->active.store(0, std::memory_order_relaxed);
+        drop_addresses(record);
+    }
+    unlock_loop();
+}
+
+// False when the passes do not match.
+static bool cross_boundary(memory_loop_record *record, int level) {
+    if (level == LOOP_COMPARING && record->count != record->previous_count) {
+        return false;
+    }
+    record->active.store(1, std::memory_order_relaxed);
+    record->previous_count = record->count;
+    record->count = 0;
+    // A loop that ran out of memory may have left addresses behind.
+    if (level == LOOP_REPORTING || level == LOOP_OFF) {
+        record->previous_count = level == LOOP_OFF ? 0 : record->previous_count;
+        drop_addresses(record);
+    }
+    return true;
+}
+
+void debug_memory_loop() {
+    if (in_bookkeeping) {
+        return;
+    }
+    make_loop_lock();
+    lock_loop();
+    const int level = dbgmem_loop_level.load(std::memory_order_relaxed);
+    bool matches = true;
+    for (int i = 0; matches; i++) {
+        memory_loop_record *const record = record_at(i);
+        if (record == nullptr) {
+            break;
+        }
+        matches = cross_boundary(record, level);
+    }
+    if (matches) {
+        dbgmem_loop_level.store(level == LOOP_REPORTING ? LOOP_RECORDING : level + 1,
+                                std::memory_order_release);
+    }
+    unlock_loop();
+    if (!matches) {
+        std::printf("Two previous loops had different numbers of memory allocations.\n");
+        std::printf("Cancelling memory loop handling.  Try again.\n");
+        debug_cancel_memory_loop();
+    }
+}
+
+static void make_address_slot(void *argument) {
+    auto *const wanted = static_cast<address_slot *>(argument);
+    // The arrays behind the record grow as usual, whatever the thread has switched.
+    const int ext_no = get_force_ext_no();
+    const int ignore_reloc_cnt = get_force_ignore_reloc_cnt();
+    set_force_ext_no(0);
+    set_force_ignore_reloc_cnt(0);
+    if (*wanted->addresses == nullptr) {
+        *wanted->addresses = har_alloc(static_cast<int>(sizeof(void *)), ADDRESS_STEP);
+    }
+    if (*wanted->addresses != nullptr) {
+        wanted->slot = static_cast<void **>(har_inflate(wanted->addresses));
+    }
+    set_force_ext_no(ext_no);
+    set_force_ignore_reloc_cnt(ignore_reloc_cnt);
+}
+
+void debug_memory_loop_alloc(memory_loop_record *record, void *data) {
+    if (current_level() == LOOP_OFF || !is_followed(record, data)) {
+        return;
+    }
+    lock_loop();
+    // Read again: the loop may have been cancelled meanwhile.
+    const int level = current_level();
+    const int number = record->count;
+    bool was_kept = false;
+    if (level == LOOP_REPORTING) {
+        const auto *const entry =
+            static_cast<void **>(har_access(&record->addresses, number, nullptr, nullptr));
+        if (entry == nullptr) {
+            unlock_loop();
+            std::printf("debug_memory_loop_alloc: too many allocations.");
+            std::printf(" Cancelling memory loop.\n");
+            debug_cancel_memory_loop();
+            return;
+        }
+        was_kept = *entry != nullptr;
+    }
+    if (level != LOOP_OFF) {
+        record->mark(data, number);
+    }
+    if (level == LOOP_RECORDING) {
+        address_slot wanted = {&record->addresses, nullptr};
+        in_bookkeeping = true;
+        const trapped_call outcome = call_with_memory_trap(make_address_slot, &wanted);
+        in_bookkeeping = false;
+        if (wanted.slot == nullptr) {
+            if (outcome != trapped_call::TRAPPED) {
+                unlock_loop();
+            }
+            debug_cancel_memory_loop();
+            return;
+        }
+        // A release finds the entry by the mark: without one, nothing is expected of this block.
+        *wanted.slot = record->index(data) == number ? data : nullptr;
+    }
+    if (level != LOOP_OFF) {
+        record->count++;
+    }
+    unlock_loop();
+    if (was_kept) {
+        debug_memory_not_released(record, data);
+    }
+}
+
+void debug_mark_released_memory(memory_loop_record *record, void *data) {
+    const int level = current_level();
+    if ((level != LOOP_RECORDING && level != LOOP_COMPARING) || !is_followed(record, data)) {
+        return;
+    }
+    const int number = record->index(data);
+    lock_loop();
+    auto *const entry =
+        static_cast<void **>(har_access(&record->addresses, number, nullptr, nullptr));
+    if (entry != nullptr && *entry == data) {
+        *entry = nullptr;
+    }
+    unlock_loop();
+}
+
+void debug_memory_not_released(const memory_loop_record *record, const void *data) {
+    if (current_level() == LOOP_OFF) {
+        return;
+    }
+    in_bookkeeping = true;
+    std::printf("debug_memory_not_released: %u bytes at %lx won't get released.\n",
+                static_cast<unsigned>(record->size(record, data)),
+                reinterpret_cast<unsigned long>(data));
+    if (void (*function)() = debug_memory_func.load(std::memory_order_relaxed)) {
+        function();
+    }
+    in_bookkeeping = false;
+}
+
+// The general blocks' record: the number stands where allocation replay keeps its serial.
+
+static void dbggetmem_mark(void *data, int number) {
+    set_block_serial(data, static_cast<std::uint32_t>(number));
+}
+
+static int dbggetmem_index(const void *data) { return memdebug_serial(data); }
+
+int dbggetmem_size(const memory_loop_record *, const void *data) {
+    return data != nullptr ? block_size(header_of(data)) : 0;
+}
+
+memory_loop_record dbggetmem = {
+    {0}, 0, 0, nullptr, dbggetmem_mark, dbggetmem_index, dbggetmem_size};
+
+void dbggetmem_access(memory_loop_record **record) { *record = &dbggetmem; }

@@ -1,0 +1,12 @@
+// Runs bookkeeping of the memory layer so that exhausted memory cannot jump out of it.
+#pragma once
+
+enum class trapped_call {
+    DONE,     // the function returned
+    NOT_MADE, // no memory for the trap frame: the function was not called
+    TRAPPED,  // it ran out of memory: the thread's mutexes have been released on the way
+};
+
+// Calls function(argument) under a trap frame for exhausted memory. What the function holds apart
+// from mutexes must be in order before it allocates.
+[[nodiscard]] trapped_call call_with_memory_trap(void (*function)(void *), void *argument);

@@ -1,0 +1,265 @@
+// The table of pools: registration, the look-up by size, and the switches.
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <cstring>
+
+#include "basictk/baselib/inc/thrMutex.h"
+#include "coretools/ctmemmgr/block_internal.h"
+#include "coretools/ctmemmgr/getmem.h"
+#include "coretools/ctmemmgr/pools_internal.h"
+#include "coretools/ctmemmgr/sort_pointers.h"
+#include "coretools/ctmisc/crash.h"
+#include "coretools/ctmisc/run_mode.h"
+#include "coretools/ctmisc/wlx_exit.h"
+
+clump_entry clump_table[CLUMP_LIMIT];
+int clump_count = 0;
+
+static std::atomic<thrMutex *> clump_lock{nullptr};
+
+// The used entries by size, then by position.
+static const void *clump_index[CLUMP_LIMIT];
+// General pools so far: while there is none, a look-up ends without the lock.
+static std::atomic<int> num_general_pools{0};
+
+// The general pool by request size in 8-byte units, or -1; read and written as atomic ints.
+static constexpr int SIZE_CACHE_UNITS = 4096;
+static std::atomic<int *> size_cache{nullptr};
+
+static constexpr int AUTOMATIC_CLUMP_LIMIT = 2048;
+static constexpr std::size_t MERGED_NAME_LIMIT = 30;
+
+static std::atomic<int> Clump_mode_off_low{0};
+static std::atomic<int> Clump_mode_off{0};
+static std::atomic<int> automatic_clumps_on{0};
+static std::atomic<int> dbg_memory_config{0};
+
+void set_clump_mode_off_low(int on) { Clump_mode_off_low.store(on, std::memory_order_relaxed); }
+
+void set_clump_mode_off(int on) { Clump_mode_off.store(on, std::memory_order_relaxed); }
+
+void set_automatic_clumps_on(int on) { automatic_clumps_on.store(on, std::memory_order_relaxed); }
+
+void set_dbg_memory_config(int on) { dbg_memory_config.store(on, std::memory_order_relaxed); }
+
+int get_dbg_memory_config() { return dbg_memory_config.load(std::memory_order_relaxed); }
+
+int init_clump_lock() {
+    LockInitializationMutex();
+    thrMutex *lock = clump_lock.load(std::memory_order_relaxed);
+    if (lock == nullptr) {
+        lock = thrMutex_Create();
+        clump_lock.store(lock, std::memory_order_release);
+    }
+    UnlockInitializationMutex();
+    if (lock == nullptr) {
+        std::printf("Error initializing clump lock.  Exiting.\n");
+        wlx_exit(1);
+        return 0;
+    }
+    return 1;
+}
+
+void lock_clumps() {
+    if (thrMutex *lock = clump_lock.load(std::memory_order_acquire)) {
+        thrMutex_Lock(lock);
+    }
+}
+
+void unlock_clumps() {
+    if (thrMutex *lock = clump_lock.load(std::memory_order_acquire)) {
+        thrMutex_Unlock(lock);
+    }
+}
+
+static int cmp_clumps(const void *a, const void *b) {
+    const auto *const left = static_cast<const clump_entry *>(a);
+    const auto *const right = static_cast<const clump_entry *>(b);
+    if (left->size != right->size) {
+        return left->size < right->size ? -1 : 1;
+    }
+    return left < right ? -1 : (left > right ? 1 : 0);
+}
+
+static void rebuild_index() {
+    for (int i = 0; i < clump_count; i++) {
+        clump_index[i] = &clump_table[i];
+    }
+    sort_pointers(clump_count, cmp_clumps, clump_index);
+}
+
+static void merge_name(clump_entry &entry, const char *name) {
+    char piece[32];
+    std::snprintf(piece, sizeof piece, " + %.28s", name);
+    const std::size_t length = std::strlen(entry.name);
+    const std::size_t room = MERGED_NAME_LIMIT - std::min(length, MERGED_NAME_LIMIT);
+    std::snprintf(entry.name + length, sizeof entry.name - length, "%.*s", static_cast<int>(room),
+                  piece);
+}
+
+static void fill_entry(clump_entry &entry, const char *name, int size, int kind, int rounded,
+                       int slots) {
+    std::snprintf(entry.name, sizeof entry.name, "%s", name != nullptr ? name : "");
+    entry.size = size;
+    entry.kind = kind;
+    entry.rounded = rounded;
+    entry.slots_per_area = slots;
+    entry.first_area = nullptr;
+    entry.last_area = nullptr;
+    entry.loop.active.store(0, std::memory_order_relaxed);
+    entry.loop.count = 0;
+    entry.loop.previous_count = 0;
+    entry.loop.addresses = nullptr;
+    entry.loop.mark = dbgclump_mark;
+    entry.loop.index = dbgclump_index;
+    entry.loop.size = dbgclump_size;
+}
+
+static constexpr std::size_t slots_of_area(std::size_t rounded) {
+    return (Stat_clump_size - sizeof(area_header)) / (rounded + sizeof(slot_header));
+}
+
+int register_clump_type(const char *name, int size, int kind) {
+    const std::size_t rounded = size > 0 ? rounded_size(size) : 0;
+    if (rounded == 0 || slots_of_area(rounded) == 0) {
+        crash();
+        return -1;
+    }
+    if (!memory_is_ready()) {
+        return -1;
+    }
+    if (kind == POOL_GENERAL) {
+        size = static_cast<int>(rounded);
+    }
+    lock_clumps();
+    int pool = 0;
+    for (; pool < clump_count && clump_table[pool].kind != POOL_FREE; pool++) {
+        clump_entry &entry = clump_table[pool];
+        if (kind == POOL_GENERAL && entry.kind == POOL_GENERAL && entry.size == size) {
+            if (name != nullptr) {
+                merge_name(entry, name);
+            }
+            unlock_clumps();
+            return pool;
+        }
+    }
+    if (pool == CLUMP_LIMIT) {
+        unlock_clumps();
+        if (user_run_mode() == 0) {
+            crash();
+        }
+        return -1;
+    }
+    fill_entry(clump_table[pool], name, size, kind, static_cast<int>(rounded),
+               static_cast<int>(slots_of_area(rounded)));
+    clump_count = std::max(clump_count, pool + 1);
+    rebuild_index();
+    if (kind == POOL_GENERAL) {
+        num_general_pools.fetch_add(1, std::memory_order_release);
+    }
+    unlock_clumps();
+    return pool;
+}
+
+int register_clump(const char *name, int size) {
+    return register_clump_type(name, size, POOL_GENERAL);
+}
+
+int create_mem_pool(const char *name, int record_size) {
+    return register_clump_type(name, record_size, POOL_EXPLICIT);
+}
+
+const char *mem_pool_name(int pool) {
+    lock_clumps();
+    const char *const name = is_pool_index(pool) ? clump_table[pool].name : nullptr;
+    unlock_clumps();
+    return name;
+}
+
+memory_loop_record *pool_loop_record(int index) {
+    lock_clumps();
+    memory_loop_record *const record = index < clump_count ? &clump_table[index].loop : nullptr;
+    unlock_clumps();
+    return record;
+}
+
+// Comes from the allocator past the pools: this is part of looking for one. Null when memory is
+// short; the look-up then does without.
+static int *make_size_cache() {
+    auto *cache = static_cast<int *>(
+        manage_memory(SIZE_CACHE_UNITS * static_cast<int>(sizeof(int)), nullptr, 1, 0));
+    if (cache == nullptr) {
+        return nullptr;
+    }
+    std::fill_n(cache, SIZE_CACHE_UNITS, -1);
+    int *made_by_other = nullptr;
+    if (!size_cache.compare_exchange_strong(made_by_other, cache, std::memory_order_acq_rel)) {
+        release_block(cache);
+        cache = made_by_other;
+    }
+    return cache;
+}
+
+// The index holds explicit pools of the same size too, so the neighbours are looked at.
+static int search_index(int size) {
+    const void *const *const first = clump_index;
+    const void *const *const end = first + clump_count;
+    const void *const *entry =
+        std::lower_bound(first, end, size, [](const void *candidate, int wanted) {
+            return static_cast<const clump_entry *>(candidate)->size < wanted;
+        });
+    for (; entry != end; entry++) {
+        const auto *const candidate = static_cast<const clump_entry *>(*entry);
+        if (candidate->size != size) {
+            break;
+        }
+        if (candidate->kind == POOL_GENERAL) {
+            return static_cast<int>(candidate - clump_table);
+        }
+    }
+    return -1;
+}
+
+int find_non_id_clump(int size) {
+    if (Clump_mode_off_low.load(std::memory_order_relaxed) != 0 ||
+        Clump_mode_off.load(std::memory_order_relaxed) != 0) {
+        return -1;
+    }
+    int *cache = size_cache.load(std::memory_order_acquire);
+    if (cache == nullptr) {
+        cache = make_size_cache();
+    }
+    if (size <= 0) {
+        crash();
+        return -1;
+    }
+    const std::size_t rounded = rounded_size(size);
+    const std::size_t unit = rounded / BLOCK_UNIT;
+    if (num_general_pools.load(std::memory_order_acquire) != 0) {
+        const bool cached = cache != nullptr && unit < SIZE_CACHE_UNITS;
+        if (cached) {
+            const int pool = std::atomic_ref<int>(cache[unit]).load(std::memory_order_acquire);
+            if (pool >= 0 && static_cast<std::size_t>(clump_table[pool].size) == rounded &&
+                clump_table[pool].kind == POOL_GENERAL) {
+                return pool;
+            }
+        }
+        // A pool is smaller than an area, so a larger request need not search.
+        if (rounded < Stat_clump_size) {
+            lock_clumps();
+            const int pool = search_index(static_cast<int>(rounded));
+            unlock_clumps();
+            if (pool >= 0) {
+                if (cached) {
+                    std::atomic_ref<int>(cache[unit]).store(pool, std::memory_order_release);
+                }
+                return pool;
+            }
+        }
+    }
+    if (size <= AUTOMATIC_CLUMP_LIMIT && automatic_clumps_on.load(std::memory_order_relaxed) != 0) {
+        return register_clump(nullptr, size);
+    }
+    return -1;
+}

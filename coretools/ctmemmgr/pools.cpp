@@ -1,0 +1,284 @@
+// Pool records: areas, slots and their free lists.
+#include <algorithm>
+#include <cstring>
+
+#include "coretools/ctmemmgr/block_internal.h"
+#include "coretools/ctmemmgr/getmem.h"
+#include "coretools/ctmemmgr/pools_internal.h"
+#include "coretools/ctmemmgr/serious_errors.h"
+#include "coretools/ctmisc/crash.h"
+
+static slot_header *slot_of(const void *data) {
+    return reinterpret_cast<slot_header *>(
+        const_cast<char *>(static_cast<const char *>(data) - sizeof(slot_header)));
+}
+
+static char *data_of_slot(slot_header *slot) {
+    return reinterpret_cast<char *>(slot) + sizeof(slot_header);
+}
+
+static slot_header *slot_at(area_header *area, std::size_t offset) {
+    return reinterpret_cast<slot_header *>(reinterpret_cast<char *>(area) + sizeof(area_header) +
+                                           offset * SLOT_UNIT);
+}
+
+// The area of a slot, or null when the slot does not lead to one. What is read here stays the same
+// for as long as a slot of the area is in use: no lock is needed.
+static area_header *area_of(const slot_header *slot) {
+    const std::size_t back = sizeof(area_header) + slot->offset * SLOT_UNIT;
+    if (back >= Stat_clump_size || reinterpret_cast<std::uintptr_t>(slot) % SLOT_UNIT != 0) {
+        return nullptr;
+    }
+    auto *const area = reinterpret_cast<area_header *>(
+        const_cast<char *>(reinterpret_cast<const char *>(slot)) - back);
+    return area->self == area ? area : nullptr;
+}
+
+static bool has_room(const clump_entry &entry, const area_header *area) {
+    return area->used < entry.slots_per_area - 1;
+}
+
+static void unlink_area(clump_entry &entry, area_header *area) {
+    (area->prev != nullptr ? area->prev->next : entry.first_area) = area->next;
+    (area->next != nullptr ? area->next->prev : entry.last_area) = area->prev;
+}
+
+// Behind the area prev, or first when that is null.
+static void link_area(clump_entry &entry, area_header *area, area_header *prev) {
+    area_header *const next = prev != nullptr ? prev->next : entry.first_area;
+    area->prev = prev;
+    area->next = next;
+    (prev != nullptr ? prev->next : entry.first_area) = area;
+    (next != nullptr ? next->prev : entry.last_area) = area;
+}
+
+// The order of the areas answers at once: if neither of the first two has room, none has. The one
+// that is answered is first; null when a new area is needed.
+static area_header *area_with_room(clump_entry &entry) {
+    area_header *const front = entry.first_area;
+    if (front == nullptr || has_room(entry, front)) {
+        return front;
+    }
+    area_header *const second = front->next;
+    if (second == nullptr || !has_room(entry, second)) {
+        return nullptr;
+    }
+    unlink_area(entry, front);
+    link_area(entry, front, entry.last_area);
+    return second;
+}
+
+// Taken without the pools' lock: exhausted memory may jump to a trap frame. The size and the kind
+// of a pool do not change.
+static area_header *new_area(int pool, int soft_failure) {
+    void *const memory = manage_memory(Stat_clump_size, nullptr, soft_failure, 0);
+    if (memory == nullptr) {
+        return nullptr;
+    }
+    const clump_entry &entry = clump_table[pool];
+    auto *const area = static_cast<area_header *>(memory);
+    area->pool = static_cast<std::int16_t>(pool);
+    area->first_free = 0;
+    area->self = area;
+    const std::size_t stride =
+        (static_cast<std::size_t>(entry.rounded) + sizeof(slot_header)) / SLOT_UNIT;
+    std::size_t offset = 0;
+    for (int left = entry.slots_per_area; left > 0; left--, offset += stride) {
+        slot_header *const slot = slot_at(area, offset);
+        slot->offset = static_cast<std::uint16_t>(offset);
+        slot->next_free = left > 1 ? static_cast<std::int16_t>(offset + stride) : NO_SLOT;
+        slot->mark = NO_MARK;
+        slot->tag = TAG_FREE;
+    }
+    return area;
+}
+
+void *take_pool_record(int pool, int soft_failure, int xar) {
+    lock_clumps();
+    if (!is_pool_index(pool)) {
+        unlock_clumps();
+        return nullptr;
+    }
+    clump_entry &entry = clump_table[pool];
+    area_header *area = area_with_room(entry);
+    if (area == nullptr) {
+        unlock_clumps();
+        area = new_area(pool, soft_failure);
+        if (area == nullptr) {
+            return nullptr;
+        }
+        lock_clumps();
+        link_area(entry, area, nullptr);
+    }
+    slot_header *const slot = slot_at(area, static_cast<std::size_t>(area->first_free));
+    area->first_free = slot->next_free;
+    area->used++;
+    slot->next_free = NO_SLOT;
+    slot->mark = NO_MARK;
+    slot->tag = xar != 0 ? TAG_IN_USE_XAR : TAG_IN_USE;
+    char *const data = data_of_slot(slot);
+    std::memset(data, 0, static_cast<std::size_t>(entry.rounded));
+    unlock_clumps();
+    if (entry.loop.active.load(std::memory_order_relaxed) != 0) {
+        debug_memory_loop_alloc(&entry.loop, data);
+    }
+    return data;
+}
+
+void *getmem_pool_xar(int pool, int xar) { return take_pool_record(pool, 0, xar); }
+
+void *getmem_pool(int pool) { return take_pool_record(pool, 0, 0); }
+
+int rlsmem_clump(void *data) {
+    if (data == nullptr) {
+        return 0;
+    }
+    if (pool_tag_of(data) == TAG_FREE) {
+        dbg_err_crash("rlsmem_clump", " release of already released object");
+        if (pool_tag_of(data) == TAG_FREE) {
+            return 1;
+        }
+    }
+    if (!is_pool_record(data)) {
+        return 0;
+    }
+    slot_header *const slot = slot_of(data);
+    area_header *const area = area_of(slot);
+    if (area == nullptr) {
+        crash();
+        return 1;
+    }
+    clump_entry &entry = clump_table[area->pool];
+    // Before the lock: the loop's own bookkeeping, which allocates, has to come first.
+    if (entry.loop.active.load(std::memory_order_relaxed) != 0) {
+        debug_mark_released_memory(&entry.loop, data);
+    }
+    lock_clumps();
+    const bool was_full = !has_room(entry, area);
+    slot->next_free = area->first_free;
+    area->first_free = static_cast<std::int16_t>(slot->offset);
+    area->used--;
+    std::memset(data, 0xFF, static_cast<std::size_t>(entry.rounded));
+    slot->tag = TAG_FREE;
+    const bool is_empty = area->used == 0;
+    if (is_empty) {
+        unlink_area(entry, area);
+    } else if (was_full && area != entry.first_area && has_room(entry, area)) {
+        unlink_area(entry, area);
+        link_area(entry, area, entry.first_area);
+    }
+    unlock_clumps();
+    if (is_empty) {
+        release_block(area);
+    }
+    return 1;
+}
+
+void *relocmem_clump(void *data, int new_size, int xar) {
+    static_cast<void>(xar);
+    if (data == nullptr || !is_pool_record(data)) {
+        return nullptr;
+    }
+    slot_header *const slot = slot_of(data);
+    const area_header *const area = area_of(slot);
+    if (area == nullptr) {
+        crash();
+        return nullptr;
+    }
+    if (area->pool < 0) {
+        return nullptr;
+    }
+    const clump_entry &entry = clump_table[area->pool];
+    if (entry.kind == POOL_EXPLICIT) {
+        dbg_err_crash("relocmem_clump", "Cannot reallocate a user registered clump!");
+    }
+    const int record_xar = slot->tag == TAG_IN_USE_XAR ? 1 : 0;
+    // Size 0 gives a block of no bytes, as the resize of a general block does.
+    void *const moved = new_size != 0 ? getmem_xar(new_size, record_xar)
+                                      : manage_memory(0, nullptr, 0, record_xar);
+    if (moved == nullptr) {
+        return nullptr;
+    }
+    std::memcpy(moved, data, static_cast<std::size_t>(std::min(new_size, entry.rounded)));
+    rlsmem(data);
+    return moved;
+}
+
+int mempool_of_slot(const void *data) {
+    if (data == nullptr || !is_pool_record(data)) {
+        return -1;
+    }
+    const area_header *const area = area_of(slot_of(data));
+    return area != nullptr ? area->pool : -1;
+}
+
+void dbgclump_mark(void *data, int number) {
+    slot_of(data)->mark = number < NO_MARK ? static_cast<std::uint16_t>(number) : NO_MARK;
+}
+
+int dbgclump_index(const void *data) {
+    const std::uint16_t mark = slot_of(data)->mark;
+    return mark == NO_MARK ? -1 : mark;
+}
+
+int dbgclump_size(const memory_loop_record *, const void *data) {
+    const int pool = mempool_of_slot(data);
+    return pool >= 0 ? clump_table[pool].size : 0;
+}
+
+// 1 used count out of range, 2 free list, 3 slot header, 4 order of the areas, 5 links.
+static int check_area(const clump_entry &entry, int pool, area_header *area) {
+    if (area->self != area || area->pool != pool) {
+        return 5;
+    }
+    if (area->used < 1 || area->used > entry.slots_per_area) {
+        return 1;
+    }
+    const std::size_t stride =
+        (static_cast<std::size_t>(entry.rounded) + sizeof(slot_header)) / SLOT_UNIT;
+    int in_use = 0;
+    for (std::size_t i = 0; i < static_cast<std::size_t>(entry.slots_per_area); i++) {
+        const slot_header *const slot = slot_at(area, i * stride);
+        const bool free = slot->tag == TAG_FREE;
+        if (slot->offset != i * stride || (!free && slot->next_free != NO_SLOT) ||
+            (!free && slot->tag != TAG_IN_USE && slot->tag != TAG_IN_USE_XAR)) {
+            return 3;
+        }
+        in_use += free ? 0 : 1;
+    }
+    int free_slots = 0;
+    for (int offset = area->first_free; offset != NO_SLOT && free_slots <= entry.slots_per_area;
+         free_slots++) {
+        const slot_header *const slot = slot_at(area, static_cast<std::size_t>(offset));
+        if (slot->tag != TAG_FREE) {
+            return 2;
+        }
+        offset = slot->next_free;
+    }
+    return in_use == area->used && free_slots == entry.slots_per_area - in_use ? 0 : 2;
+}
+
+int check_mem_pool(int pool) {
+    lock_clumps();
+    int broken = is_pool_index(pool) ? 0 : -1;
+    if (broken == 0) {
+        const clump_entry &entry = clump_table[pool];
+        const area_header *prev = nullptr;
+        bool full_seen = false;
+        for (area_header *area = entry.first_area; area != nullptr && broken == 0;
+             area = area->next) {
+            broken = area->prev != prev ? 5 : check_area(entry, pool, area);
+            const bool full = !has_room(entry, area);
+            if (broken == 0 && prev != nullptr) {
+                broken = full_seen && !full ? 4 : 0;
+                full_seen = full_seen || full;
+            }
+            prev = area;
+        }
+        if (broken == 0 && entry.last_area != prev) {
+            broken = 5;
+        }
+    }
+    unlock_clumps();
+    return broken;
+}

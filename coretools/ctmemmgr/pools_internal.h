@@ -1,0 +1,100 @@
+// Pool table, areas and slots: what the files of the pool layer and the allocator share.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "coretools/ctmemmgr/memory_loop.h"
+#include "coretools/ctmemmgr/pools.h"
+
+// An area is one general block:
+//
+//   area_header | slot_header data | slot_header data | ... | rest
+//               +0           +8    +stride
+//
+// A slot's offset counts 8-byte units from the end of the area header, so data leads back to its
+// area; the tag stands in the 16 bits just before the data.
+
+constexpr int Stat_clump_size = 65536; // bytes of an area
+constexpr std::size_t SLOT_UNIT = 8;
+
+struct alignas(8) area_header {
+    int used;                // slots in use
+    std::int16_t pool;       // index of the pool
+    std::int16_t first_free; // offset of the first free slot, NO_SLOT when none
+    area_header *next;
+    area_header *prev;
+    area_header *self; // the area's own address: proves that a slot leads to an area
+};
+
+struct slot_header {
+    std::uint16_t offset;
+    std::int16_t next_free; // NO_SLOT at the end of the free list and while in use
+    std::uint16_t mark;     // memory-loop allocation number, or NO_MARK
+    std::uint16_t tag;
+};
+
+constexpr std::int16_t NO_SLOT = -1;
+constexpr std::uint16_t NO_MARK = 0xFFFF;
+
+// Odd, and so never what a general block holds before its data.
+constexpr std::uint16_t TAG_IN_USE = 12345;
+constexpr std::uint16_t TAG_IN_USE_XAR = 12347;
+constexpr std::uint16_t TAG_FREE = 12349;
+
+static_assert(sizeof(area_header) == (sizeof(void *) == 4 ? 24 : 32));
+static_assert(sizeof(slot_header) == SLOT_UNIT);
+static_assert(offsetof(slot_header, tag) + sizeof(std::uint16_t) == sizeof(slot_header),
+              "the tag stands just before the data");
+static_assert(Stat_clump_size / SLOT_UNIT <= INT16_MAX, "every offset fits next_free");
+
+struct clump_entry {
+    char name[32];
+    int size;
+    int kind;
+    int slots_per_area;
+    int rounded; // the data bytes of a slot
+    // Areas: the one that last served an allocation, then those with room, then the full ones.
+    area_header *first_area;
+    area_header *last_area;
+    memory_loop_record loop;
+};
+
+constexpr int CLUMP_LIMIT = 500;
+
+// Guarded by the pools' lock. A used entry keeps its size and kind for good, so a request that
+// learnt its index through a pool look-up may read these two without it.
+extern clump_entry clump_table[CLUMP_LIMIT];
+extern int clump_count;
+
+void lock_clumps();
+void unlock_clumps();
+
+inline bool is_pool_index(int pool) {
+    return pool >= 0 && pool < clump_count &&
+           (clump_table[pool].kind == POOL_GENERAL || clump_table[pool].kind == POOL_EXPLICIT);
+}
+
+inline std::uint16_t pool_tag_of(const void *data) {
+    std::uint16_t tag;
+    std::memcpy(&tag, static_cast<const char *>(data) - sizeof tag, sizeof tag);
+    return tag;
+}
+
+// Whether data, not null, is a pool record in use.
+inline bool is_pool_record(const void *data) {
+    const std::uint16_t tag = pool_tag_of(data);
+    return tag == TAG_IN_USE || tag == TAG_IN_USE_XAR;
+}
+
+// A zero record of a pool; soft_failure as in manage_memory.
+void *take_pool_record(int pool, int soft_failure, int xar);
+
+// The memory-loop functions of a pool.
+void dbgclump_mark(void *data, int number);
+int dbgclump_index(const void *data);
+int dbgclump_size(const memory_loop_record *record, const void *data);
+
+// The memory-loop record of pool number index, null behind the last pool.
+memory_loop_record *pool_loop_record(int index);
