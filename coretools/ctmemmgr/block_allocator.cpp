@@ -136,11 +136,17 @@ static void *allocate(int size, int soft_failure, int xar) {
                      : manage_memory(size, nullptr, soft_failure, xar);
 }
 
-void *getmem(int size) { return allocate(size, 0, 0); }
+void *getmem(int size) {
+    return allocate(size, 0, 0);
+}
 
-void *getmem_xar(int size, int xar) { return allocate(size, 0, xar); }
+void *getmem_xar(int size, int xar) {
+    return allocate(size, 0, xar);
+}
 
-void *getmem_null(int size) { return allocate(size, 1, 0); }
+void *getmem_null(int size) {
+    return allocate(size, 1, 0);
+}
 
 void *relocmem_xar(void *data, int new_size, int xar) {
     if (data == nullptr) {

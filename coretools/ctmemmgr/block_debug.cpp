@@ -9,13 +9,14 @@
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctmemmgr/har.h"
 #include "coretools/ctmemmgr/memory_trap.h"
+#include "coretools/ctmisc/lazy_mutex.h"
 
 static std::atomic<int> static_dont_release_memory{0};
 static std::atomic<int> static_always_relocate{0};
 static std::atomic<int> stat_marking_mem{0};
 
 static constexpr int RELEASED_LIST_STEP = 100;
-static std::atomic<thrMutex *> released_list_lock{nullptr};
+static constinit lazy_mutex released_list_lock{thrMutex_Create};
 static void **static_released_blocks_har = nullptr;
 static int released_block_count = 0;
 
@@ -23,36 +24,27 @@ static int released_block_count = 0;
 static thread_local bool extending_list = false;
 
 void set_dont_release_memory(int on) {
-    LockInitializationMutex();
-    if (released_list_lock.load(std::memory_order_relaxed) == nullptr) {
-        released_list_lock.store(thrMutex_Create(), std::memory_order_release);
-    }
-    UnlockInitializationMutex();
     static_dont_release_memory.store(on, std::memory_order_release);
 }
 
-void set_always_relocate(int on) { static_always_relocate.store(on, std::memory_order_relaxed); }
+void set_always_relocate(int on) {
+    static_always_relocate.store(on, std::memory_order_relaxed);
+}
 
-void set_marking_mem_to_preserve(int on) { stat_marking_mem.store(on, std::memory_order_relaxed); }
+void set_marking_mem_to_preserve(int on) {
+    stat_marking_mem.store(on, std::memory_order_relaxed);
+}
 
-int marking_mem_to_preserve() { return stat_marking_mem.load(std::memory_order_relaxed); }
+int marking_mem_to_preserve() {
+    return stat_marking_mem.load(std::memory_order_relaxed);
+}
 
 bool keeps_released_blocks() {
     return static_dont_release_memory.load(std::memory_order_acquire) != 0 && !extending_list;
 }
 
-bool always_relocates() { return static_always_relocate.load(std::memory_order_relaxed) != 0; }
-
-static void lock_released_list() {
-    if (thrMutex *lock = released_list_lock.load(std::memory_order_acquire)) {
-        thrMutex_Lock(lock);
-    }
-}
-
-static void unlock_released_list() {
-    if (thrMutex *lock = released_list_lock.load(std::memory_order_acquire)) {
-        thrMutex_Unlock(lock);
-    }
+bool always_relocates() {
+    return static_always_relocate.load(std::memory_order_relaxed) != 0;
 }
 
 static void make_list_slot(void *slot) {
@@ -67,7 +59,7 @@ static void make_list_slot(void *slot) {
 
 void add_block_to_released_list(void *block, std::size_t whole_size) {
     void *slot = nullptr;
-    lock_released_list();
+    lazy_mutex_lock(&released_list_lock);
     extending_list = true;
     const trapped_call outcome = call_with_memory_trap(make_list_slot, &slot);
     extending_list = false;
@@ -76,7 +68,7 @@ void add_block_to_released_list(void *block, std::size_t whole_size) {
         released_block_count++;
     }
     if (outcome != trapped_call::TRAPPED) {
-        unlock_released_list();
+        lazy_mutex_unlock(&released_list_lock);
     }
     if (slot == nullptr) {
         std::free(block);
@@ -84,12 +76,12 @@ void add_block_to_released_list(void *block, std::size_t whole_size) {
 }
 
 bool get_released_block(int index, released_block *entry) {
-    lock_released_list();
+    lazy_mutex_lock(&released_list_lock);
     const bool known = index >= 0 && index < released_block_count;
     if (known) {
         *entry = *static_cast<released_block *>(
             har_access(&static_released_blocks_har, index, nullptr, nullptr));
     }
-    unlock_released_list();
+    lazy_mutex_unlock(&released_list_lock);
     return known;
 }

@@ -82,7 +82,9 @@ constexpr std::size_t rounded_size(int size) {
     return (static_cast<std::size_t>(size) + (BLOCK_UNIT - 1)) & ~(BLOCK_UNIT - 1);
 }
 
-constexpr std::size_t whole_size(int size) { return rounded_size(size) + BLOCK_OVERHEAD; }
+constexpr std::size_t whole_size(int size) {
+    return rounded_size(size) + BLOCK_OVERHEAD;
+}
 
 inline int block_size(const block_header *block) {
     return static_cast<int>((static_cast<std::uint32_t>(block->size_high >> 1) << 16) |

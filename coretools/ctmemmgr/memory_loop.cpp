@@ -10,6 +10,7 @@
 #include "coretools/ctmemmgr/memory_trap.h"
 #include "coretools/ctmemmgr/pools_internal.h"
 #include "coretools/ctmemmgr/xar.h"
+#include "coretools/ctmisc/lazy_mutex.h"
 
 namespace {
 
@@ -30,7 +31,7 @@ static std::atomic<void (*)()> debug_memory_func{nullptr};
 
 // Guards the records, and changes of the level. It is taken before any other lock of the memory
 // layer, because the records' arrays come from there.
-static std::atomic<thrMutex *> loop_lock{nullptr};
+static constinit lazy_mutex loop_lock{thrMutex_Create};
 
 // What this thread allocates while it keeps the records, or inside the callback, is not followed:
 // for it the level is 0.
@@ -40,32 +41,14 @@ static int current_level() {
     return in_bookkeeping ? LOOP_OFF : dbgmem_loop_level.load(std::memory_order_acquire);
 }
 
-static void lock_loop() {
-    if (thrMutex *lock = loop_lock.load(std::memory_order_acquire)) {
-        thrMutex_Lock(lock);
-    }
-}
-
-static void unlock_loop() {
-    if (thrMutex *lock = loop_lock.load(std::memory_order_acquire)) {
-        thrMutex_Unlock(lock);
-    }
-}
-
-static void make_loop_lock() {
-    LockInitializationMutex();
-    if (loop_lock.load(std::memory_order_relaxed) == nullptr) {
-        loop_lock.store(thrMutex_Create(), std::memory_order_release);
-    }
-    UnlockInitializationMutex();
-}
-
 static bool is_followed(const memory_loop_record *record, const void *data) {
     const int wanted = debug_memory_loop_size.load(std::memory_order_relaxed);
     return wanted == MEMORY_LOOP_ALL_SIZES || record->size(record, data) == wanted;
 }
 
-int get_in_debug_memory_loop() { return current_level() > LOOP_OFF ? 1 : 0; }
+int get_in_debug_memory_loop() {
+    return current_level() > LOOP_OFF ? 1 : 0;
+}
 
 void set_debug_memory_loop_size(int size) {
     debug_memory_loop_size.store(size, std::memory_order_relaxed);
@@ -90,13 +73,13 @@ static void drop_addresses(memory_loop_record *record) {
 }
 
 void debug_cancel_memory_loop() {
-    lock_loop();
+    lazy_mutex_lock(&loop_lock);
     dbgmem_loop_level.store(LOOP_OFF, std::memory_order_release);
     for (int i = 0; memory_loop_record *record = record_at(i); i++) {
         record->active.store(0, std::memory_order_relaxed);
         drop_addresses(record);
     }
-    unlock_loop();
+    lazy_mutex_unlock(&loop_lock);
 }
 
 // False when the passes do not match.
@@ -119,8 +102,7 @@ void debug_memory_loop() {
     if (in_bookkeeping) {
         return;
     }
-    make_loop_lock();
-    lock_loop();
+    lazy_mutex_lock(&loop_lock);
     const int level = dbgmem_loop_level.load(std::memory_order_relaxed);
     bool matches = true;
     for (int i = 0; matches; i++) {
@@ -134,7 +116,7 @@ void debug_memory_loop() {
         dbgmem_loop_level.store(level == LOOP_REPORTING ? LOOP_RECORDING : level + 1,
                                 std::memory_order_release);
     }
-    unlock_loop();
+    lazy_mutex_unlock(&loop_lock);
     if (!matches) {
         std::printf("Two previous loops had different numbers of memory allocations.\n");
         std::printf("Cancelling memory loop handling.  Try again.\n");
@@ -163,7 +145,7 @@ void debug_memory_loop_alloc(memory_loop_record *record, void *data) {
     if (current_level() == LOOP_OFF || !is_followed(record, data)) {
         return;
     }
-    lock_loop();
+    lazy_mutex_lock(&loop_lock);
     // Read again: the loop may have been cancelled meanwhile.
     const int level = current_level();
     const int number = record->count;
@@ -172,7 +154,7 @@ void debug_memory_loop_alloc(memory_loop_record *record, void *data) {
         const auto *const entry =
             static_cast<void **>(har_access(&record->addresses, number, nullptr, nullptr));
         if (entry == nullptr) {
-            unlock_loop();
+            lazy_mutex_unlock(&loop_lock);
             std::printf("debug_memory_loop_alloc: too many allocations.");
             std::printf(" Cancelling memory loop.\n");
             debug_cancel_memory_loop();
@@ -190,7 +172,7 @@ void debug_memory_loop_alloc(memory_loop_record *record, void *data) {
         in_bookkeeping = false;
         if (wanted.slot == nullptr) {
             if (outcome != trapped_call::TRAPPED) {
-                unlock_loop();
+                lazy_mutex_unlock(&loop_lock);
             }
             debug_cancel_memory_loop();
             return;
@@ -201,7 +183,7 @@ void debug_memory_loop_alloc(memory_loop_record *record, void *data) {
     if (level != LOOP_OFF) {
         record->count++;
     }
-    unlock_loop();
+    lazy_mutex_unlock(&loop_lock);
     if (was_kept) {
         debug_memory_not_released(record, data);
     }
@@ -213,13 +195,13 @@ void debug_mark_released_memory(memory_loop_record *record, void *data) {
         return;
     }
     const int number = record->index(data);
-    lock_loop();
+    lazy_mutex_lock(&loop_lock);
     auto *const entry =
         static_cast<void **>(har_access(&record->addresses, number, nullptr, nullptr));
     if (entry != nullptr && *entry == data) {
         *entry = nullptr;
     }
-    unlock_loop();
+    lazy_mutex_unlock(&loop_lock);
 }
 
 void debug_memory_not_released(const memory_loop_record *record, const void *data) {
@@ -242,13 +224,17 @@ static void dbggetmem_mark(void *data, int number) {
     set_block_serial(data, static_cast<std::uint32_t>(number));
 }
 
-static int dbggetmem_index(const void *data) { return memdebug_serial(data); }
+static int dbggetmem_index(const void *data) {
+    return memdebug_serial(data);
+}
 
 int dbggetmem_size(const memory_loop_record *, const void *data) {
     return data != nullptr ? block_size(header_of(data)) : 0;
 }
 
-memory_loop_record dbggetmem = {
-    {0}, 0, 0, nullptr, dbggetmem_mark, dbggetmem_index, dbggetmem_size};
+memory_loop_record dbggetmem = {{0},           0, 0, nullptr, dbggetmem_mark, dbggetmem_index,
+                                dbggetmem_size};
 
-void dbggetmem_access(memory_loop_record **record) { *record = &dbggetmem; }
+void dbggetmem_access(memory_loop_record **record) {
+    *record = &dbggetmem;
+}

@@ -35,15 +35,25 @@ static std::atomic<int> Clump_mode_off{0};
 static std::atomic<int> automatic_clumps_on{0};
 static std::atomic<int> dbg_memory_config{0};
 
-void set_clump_mode_off_low(int on) { Clump_mode_off_low.store(on, std::memory_order_relaxed); }
+void set_clump_mode_off_low(int on) {
+    Clump_mode_off_low.store(on, std::memory_order_relaxed);
+}
 
-void set_clump_mode_off(int on) { Clump_mode_off.store(on, std::memory_order_relaxed); }
+void set_clump_mode_off(int on) {
+    Clump_mode_off.store(on, std::memory_order_relaxed);
+}
 
-void set_automatic_clumps_on(int on) { automatic_clumps_on.store(on, std::memory_order_relaxed); }
+void set_automatic_clumps_on(int on) {
+    automatic_clumps_on.store(on, std::memory_order_relaxed);
+}
 
-void set_dbg_memory_config(int on) { dbg_memory_config.store(on, std::memory_order_relaxed); }
+void set_dbg_memory_config(int on) {
+    dbg_memory_config.store(on, std::memory_order_relaxed);
+}
 
-int get_dbg_memory_config() { return dbg_memory_config.load(std::memory_order_relaxed); }
+int get_dbg_memory_config() {
+    return dbg_memory_config.load(std::memory_order_relaxed);
+}
 
 int init_clump_lock() {
     LockInitializationMutex();

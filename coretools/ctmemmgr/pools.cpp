@@ -125,9 +125,13 @@ void *take_pool_record(int pool, int soft_failure, int xar) {
     return data;
 }
 
-void *getmem_pool_xar(int pool, int xar) { return take_pool_record(pool, 0, xar); }
+void *getmem_pool_xar(int pool, int xar) {
+    return take_pool_record(pool, 0, xar);
+}
 
-void *getmem_pool(int pool) { return take_pool_record(pool, 0, 0); }
+void *getmem_pool(int pool) {
+    return take_pool_record(pool, 0, 0);
+}
 
 int rlsmem_clump(void *data) {
     if (data == nullptr) {
@@ -194,8 +198,8 @@ void *relocmem_clump(void *data, int new_size, int xar) {
     }
     const int record_xar = slot->tag == TAG_IN_USE_XAR ? 1 : 0;
     // Size 0 gives a block of no bytes, as the resize of a general block does.
-    void *const moved = new_size != 0 ? getmem_xar(new_size, record_xar)
-                                      : manage_memory(0, nullptr, 0, record_xar);
+    void *const moved =
+        new_size != 0 ? getmem_xar(new_size, record_xar) : manage_memory(0, nullptr, 0, record_xar);
     if (moved == nullptr) {
         return nullptr;
     }

@@ -1,7 +1,7 @@
 // Zones: arenas whose memory is given back all at once.
 #include "coretools/ctmemmgr/zones.h"
 
-#include <atomic>
+#include <cstddef>
 #include <cstdint>
 
 #include "basictk/baselib/inc/thrMutex.h"
@@ -9,6 +9,7 @@
 #include "coretools/ctmemmgr/memory_trap.h"
 #include "coretools/ctmemmgr/serious_errors.h"
 #include "coretools/ctmemmgr/xar.h"
+#include "coretools/ctmisc/lazy_mutex.h"
 
 namespace {
 
@@ -37,29 +38,7 @@ constexpr int ZONE_LIMIT = INT16_MAX; // an array keeps its zone in 16 bits
 
 static zone_record *zone_arr = nullptr; // extensible array
 static int num_in_zone_arr = 0;
-static std::atomic<thrMutex *> zone_arr_mutex{nullptr};
-
-static void lock_zones() {
-    thrMutex *lock = zone_arr_mutex.load(std::memory_order_acquire);
-    if (lock == nullptr) {
-        LockInitializationMutex();
-        lock = zone_arr_mutex.load(std::memory_order_relaxed);
-        if (lock == nullptr) {
-            lock = thrMutex_Create();
-            zone_arr_mutex.store(lock, std::memory_order_release);
-        }
-        UnlockInitializationMutex();
-    }
-    if (lock != nullptr) {
-        thrMutex_Lock(lock);
-    }
-}
-
-static void unlock_zones() {
-    if (thrMutex *lock = zone_arr_mutex.load(std::memory_order_acquire)) {
-        thrMutex_Unlock(lock);
-    }
-}
+static constinit lazy_mutex zone_arr_mutex{thrMutex_Create};
 
 static void *memory_error() {
     error_break("Memory error.");
@@ -71,8 +50,8 @@ static void append_to_array(void *argument) {
     if (*append->handle == nullptr) {
         *append->handle = xar_alloc(0, append->element_size, append->step);
     }
-    append->done = *append->handle != nullptr &&
-                   xar_append(append->handle, 1, append->element) != nullptr;
+    append->done =
+        *append->handle != nullptr && xar_append(append->handle, 1, append->element) != nullptr;
 }
 
 // Appends one element while the zones are locked. When memory is exhausted the lock is released
@@ -85,7 +64,7 @@ static bool append_or_unlock(T **array, const T &element, int step) {
     if (append.done) {
         *array = static_cast<T *>(handle);
     } else if (outcome != trapped_call::TRAPPED) {
-        unlock_zones();
+        lazy_mutex_unlock(&zone_arr_mutex);
     }
     return append.done;
 }
@@ -95,7 +74,9 @@ static zone_record *open_zone(int zone) {
                                                                              : nullptr;
 }
 
-static int units_of(int size) { return size / ZONE_UNIT + (size % ZONE_UNIT != 0 ? 1 : 0); }
+static int units_of(int size) {
+    return size / ZONE_UNIT + (size % ZONE_UNIT != 0 ? 1 : 0);
+}
 
 int zone_open(int chunk_size) {
     // The last multiple of 8 that is an int ends the range.
@@ -103,7 +84,7 @@ int zone_open(int chunk_size) {
         return -1;
     }
     const zone_record fresh = {nullptr, 0, units_of(chunk_size), -1, 1};
-    lock_zones();
+    lazy_mutex_lock(&zone_arr_mutex);
     int zone = 0;
     while (zone < num_in_zone_arr && zone_arr[zone].in_use != 0) {
         zone++;
@@ -118,7 +99,7 @@ int zone_open(int chunk_size) {
         }
         num_in_zone_arr++;
     }
-    unlock_zones();
+    lazy_mutex_unlock(&zone_arr_mutex);
     return zone;
 }
 
@@ -134,16 +115,16 @@ static void *take_from_chunk(zone_record *record, int units) {
 }
 
 void *zone_getmem(int zone, int size) {
-    lock_zones();
+    lazy_mutex_lock(&zone_arr_mutex);
     zone_record *record = open_zone(zone);
     const int units = size > 0 ? units_of(size) : 0;
     if (record == nullptr || size < 0 || units > record->chunk_units) {
-        unlock_zones();
+        lazy_mutex_unlock(&zone_arr_mutex);
         return memory_error();
     }
     void *piece = take_from_chunk(record, units);
     const int chunk_bytes = record->chunk_units * ZONE_UNIT;
-    unlock_zones();
+    lazy_mutex_unlock(&zone_arr_mutex);
     if (piece != nullptr || size == 0) {
         return size != 0 ? piece : nullptr;
     }
@@ -152,10 +133,10 @@ void *zone_getmem(int zone, int size) {
     if (chunk == nullptr) {
         return nullptr;
     }
-    lock_zones();
+    lazy_mutex_lock(&zone_arr_mutex);
     record = open_zone(zone);
     if (record == nullptr || units > record->chunk_units) {
-        unlock_zones();
+        lazy_mutex_unlock(&zone_arr_mutex);
         rlsmem(chunk);
         return memory_error();
     }
@@ -166,12 +147,12 @@ void *zone_getmem(int zone, int size) {
     record->current_chunk++;
     record->used_units = 0;
     piece = take_from_chunk(record, units);
-    unlock_zones();
+    lazy_mutex_unlock(&zone_arr_mutex);
     return piece;
 }
 
 static void release_chunks(int zone, bool closes) {
-    lock_zones();
+    lazy_mutex_lock(&zone_arr_mutex);
     zone_record *const record = open_zone(zone);
     if (record != nullptr) {
         for (int i = 0; i <= record->current_chunk; i++) {
@@ -182,9 +163,13 @@ static void release_chunks(int zone, bool closes) {
         record->used_units = 0;
         record->in_use = closes ? 0 : 1;
     }
-    unlock_zones();
+    lazy_mutex_unlock(&zone_arr_mutex);
 }
 
-void zone_empty(int zone) { release_chunks(zone, false); }
+void zone_empty(int zone) {
+    release_chunks(zone, false);
+}
 
-void zone_close(int zone) { release_chunks(zone, true); }
+void zone_close(int zone) {
+    release_chunks(zone, true);
+}
