@@ -22,7 +22,13 @@ struct rbtree_node : btree_node {
     int colour;
 };
 
-struct btree;
+struct btree_block;
+
+// Null is the root of an empty tree. The node blocks are an extensible array of the tree's own.
+struct btree {
+    btree_node *root;
+    btree_block *blocks;
+};
 
 // Negative when a sorts before b, 0 when they are equal, positive when a sorts after b.
 using btree_compare = int (*)(const void *a, const void *b);
@@ -70,8 +76,18 @@ rbtree_node *insert_data_into_rbtree(btree *tree, void *data, btree_compare comp
 int rbtree_delete_node(btree *tree, btree_node *node);
 
 // The node whose data compares equal to the key, or null. The key is the comparison's first
-// argument.
-btree_node *btree_lookup(const btree *tree, const void *key, btree_compare compare);
+// argument. Inline, so that a comparison known at the call needs no calls.
+inline btree_node *btree_lookup(const btree *tree, const void *key, btree_compare compare) {
+    btree_node *node = tree->root;
+    while (node != nullptr) {
+        const int order = compare(key, node->data);
+        if (order == 0) {
+            return node;
+        }
+        node = order > 0 ? node->right : node->left;
+    }
+    return nullptr;
+}
 // 1 when an equal node exists, which *equal receives (the other outputs are not written); else 0,
 // and *below and *above receive the nearest nodes, null where there is none. Outputs may be null.
 int btree_locate(const btree *tree, const void *key, btree_compare compare, btree_node **equal,

@@ -11,11 +11,10 @@
 // and the operation answers null or 0.
 #pragma once
 
+#include "coretools/ctmemmgr/xar_layout.h"
+
 #include <cstring>
 #include <type_traits>
-
-// No array holds more than XAR_LIMIT_BYTES / element size elements, on any host.
-constexpr int XAR_LIMIT_BYTES = 2047984;
 
 // A new array of count zero elements of element_size bytes (1 to 65535) that first grows by step
 // elements (kept at 8191 at most). Null, and nothing made, when count and step are both 0.
@@ -80,8 +79,18 @@ auto xar_with_untyped(T **handle, Operation operation) {
     return result;
 }
 
+// An append that neither moves the array nor copies from it is made in place.
 template <xar_element T>
 T *xar_append(T **handle, int count, const std::type_identity_t<T> *source) {
+    if (count > 0 && source != nullptr && handle != nullptr && xar_is_valid(*handle) &&
+        xar_header_of(*handle)->element_size == sizeof(T) &&
+        xar_offset_in_use(*handle, source) < 0) {
+        void *first = xar_take_room(*handle, count, static_cast<int>(sizeof(T)));
+        if (first != nullptr) {
+            std::memcpy(first, source, static_cast<std::size_t>(count) * sizeof(T));
+            return static_cast<T *>(first);
+        }
+    }
     return static_cast<T *>(xar_with_untyped(handle, [count, source](void **untyped) {
         return xar_append(untyped, count, static_cast<const void *>(source));
     }));

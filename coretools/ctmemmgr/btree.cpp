@@ -1,0 +1,143 @@
+// Searching, walking and plain insertion, for both kinds of tree.
+#include "coretools/ctmemmgr/btree_internal.h"
+
+#include <cstdio>
+
+btree_place btree_find_place(btree *tree, const void *key, btree_compare compare, int mode) {
+    btree_place place{&tree->root, nullptr, nullptr};
+    while (*place.link != nullptr) {
+        btree_node *node = *place.link;
+        int order = compare(node->data, key);
+        if (order == 0) {
+            switch (mode) {
+            case BTREE_UNIQUE:
+                return {nullptr, nullptr, node};
+            case BTREE_BEFORE_EQUAL:
+                order = 1;
+                break;
+            case BTREE_AFTER_EQUAL:
+                order = -1;
+                break;
+            default:
+                std::printf("Illegal mode in insert_into_btree().\n");
+                return {nullptr, nullptr, nullptr};
+            }
+        }
+        place.parent = node;
+        place.link = order > 0 ? &node->left : &node->right;
+    }
+    return place;
+}
+
+void btree_attach(btree_node *node, const btree_place &place) {
+    node->parent = place.parent;
+    node->left = nullptr;
+    node->right = nullptr;
+    *place.link = node;
+}
+
+int insert_node_into_btree(btree *tree, btree_node **node, void *data, btree_compare compare,
+                           int mode) {
+    const btree_place place = btree_find_place(tree, data, compare, mode);
+    if (place.link == nullptr) {
+        if (*node == nullptr) {
+            *node = place.equal;
+        }
+        return 0;
+    }
+    if (*node == nullptr) {
+        *node = new_btree_node(tree);
+        if (*node == nullptr) {
+            return 0;
+        }
+    }
+    (*node)->data = data;
+    btree_attach(*node, place);
+    return 1;
+}
+
+int btree_locate(const btree *tree, const void *key, btree_compare compare, btree_node **equal,
+                 btree_node **below, btree_node **above) {
+    btree_node *nearest_below = nullptr;
+    btree_node *nearest_above = nullptr;
+    btree_node *node = tree->root;
+    while (node != nullptr) {
+        const int order = compare(key, node->data);
+        if (order == 0) {
+            if (equal != nullptr) {
+                *equal = node;
+            }
+            return 1;
+        }
+        if (order > 0) {
+            nearest_below = node;
+            node = node->right;
+        } else {
+            nearest_above = node;
+            node = node->left;
+        }
+    }
+    if (below != nullptr) {
+        *below = nearest_below;
+    }
+    if (above != nullptr) {
+        *above = nearest_above;
+    }
+    return 0;
+}
+
+void get_least_node(btree_node *subtree, btree_node **least) {
+    while (subtree != nullptr && subtree->left != nullptr) {
+        subtree = subtree->left;
+    }
+    *least = subtree;
+}
+
+void get_greatest_node(btree_node *subtree, btree_node **greatest) {
+    while (subtree != nullptr && subtree->right != nullptr) {
+        subtree = subtree->right;
+    }
+    *greatest = subtree;
+}
+
+namespace {
+
+// The neighbour on the side of the child `towards`: the end of that child's subtree nearest to the
+// node, or the first ancestor that the way up reaches from its other side.
+btree_node *neighbour(btree_node *node, btree_node *btree_node::*towards,
+                      btree_node *btree_node::*away) {
+    if (node->*towards != nullptr) {
+        node = node->*towards;
+        while (node->*away != nullptr) {
+            node = node->*away;
+        }
+        return node;
+    }
+    while (node->parent != nullptr && node->parent->*towards == node) {
+        node = node->parent;
+    }
+    return node->parent;
+}
+
+} // namespace
+
+btree_node *next_btree_node(const btree *tree, btree_node *node, int direction) {
+    btree_node *end = nullptr;
+    switch (direction) {
+    case BTREE_NEXT:
+        if (node != nullptr) {
+            return neighbour(node, &btree_node::right, &btree_node::left);
+        }
+        get_least_node(tree->root, &end);
+        return end;
+    case BTREE_PREVIOUS:
+        if (node != nullptr) {
+            return neighbour(node, &btree_node::left, &btree_node::right);
+        }
+        get_greatest_node(tree->root, &end);
+        return end;
+    default:
+        std::printf("Unknown mode in next_btree_node()\n");
+        return nullptr;
+    }
+}

@@ -1,0 +1,184 @@
+// The nodes of a tree: blocks that double in size, and lists of released nodes.
+#include "coretools/ctmemmgr/btree_internal.h"
+
+#include "coretools/ctmemmgr/getmem.h"
+#include "coretools/ctmemmgr/xar.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstdint>
+#include <cstring>
+
+namespace {
+
+constexpr int NO_NODE = -1;
+
+// One descriptor at first, room for more in steps: log2 of the number of nodes is never large.
+constexpr int BLOCKS_AT_FIRST = 1;
+constexpr int BLOCKS_STEP = 5;
+
+btree_node *node_at(const btree_block &block, int index, int node_size) {
+    void *node = block.nodes + static_cast<std::ptrdiff_t>(index) * node_size;
+    return static_cast<btree_node *>(node);
+}
+
+// A node on a free list holds the index of the next one in its first word and is its own child on
+// both sides, which no node of a tree can be.
+
+bool is_free(const btree_node *node) {
+    return node->left == node && node->right == node;
+}
+
+void push_free(btree_block &block, btree_node *node, int index, int node_size) {
+    std::memset(static_cast<void *>(node), 0, static_cast<std::size_t>(node_size));
+    std::memcpy(static_cast<void *>(node), &block.free_head, sizeof block.free_head);
+    node->left = node;
+    node->right = node;
+    block.free_head = index;
+}
+
+int pop_free(btree_block &block, int node_size) {
+    const int index = block.free_head;
+    btree_node *node = node_at(block, index, node_size);
+    std::memcpy(&block.free_head, static_cast<const void *>(node), sizeof block.free_head);
+    std::memset(static_cast<void *>(node), 0, static_cast<std::size_t>(node_size));
+    return index;
+}
+
+// The storage of a block of nodes; null also for a size that no block can have.
+char *node_storage(int capacity, int node_size) {
+    const std::int64_t bytes = std::int64_t{capacity} * node_size;
+    if (bytes < 1 || bytes > INT_MAX) {
+        return nullptr;
+    }
+    return static_cast<char *>(getmem(static_cast<int>(bytes)));
+}
+
+// The block and the index of a node that was handed out, or no block.
+struct node_position {
+    btree_block *block;
+    int index;
+};
+
+node_position position_of(const btree *tree, const btree_node *node, int node_size) {
+    const auto address = reinterpret_cast<std::uintptr_t>(node);
+    for (int i = xar_count(&tree->blocks) - 1; i >= 0; --i) {
+        btree_block &block = tree->blocks[i];
+        const auto offset = address - reinterpret_cast<std::uintptr_t>(block.nodes);
+        const auto size = static_cast<std::uintptr_t>(node_size);
+        if (offset < static_cast<std::uintptr_t>(block.used) * size) {
+            const bool at_a_node = offset % size == 0;
+            return {at_a_node ? &block : nullptr, static_cast<int>(offset / size)};
+        }
+    }
+    return {nullptr, NO_NODE};
+}
+
+// The plain binary tree never takes a released node again.
+btree_block *block_with_free_node(btree *tree, int node_size) {
+    if (node_size == static_cast<int>(sizeof(btree_node))) {
+        return nullptr;
+    }
+    for (int i = xar_count(&tree->blocks) - 1; i >= 0; --i) {
+        if (tree->blocks[i].free_head != NO_NODE) {
+            return &tree->blocks[i];
+        }
+    }
+    return nullptr;
+}
+
+// Makes room for the descriptor first, so that the tree has changed only when nothing can fail.
+btree_block *add_block(btree *tree, int maximum, int node_size) {
+    if (xar_extend(&tree->blocks, 1) == nullptr) {
+        return nullptr;
+    }
+    xar_shrink(&tree->blocks, 1);
+    const int last_capacity = xar_last(&tree->blocks)->capacity;
+    const int capacity = last_capacity > maximum / 2 ? maximum : 2 * last_capacity;
+    char *nodes = node_storage(capacity, node_size);
+    if (nodes == nullptr) {
+        return nullptr;
+    }
+    btree_block *block = xar_extend(&tree->blocks, 1);
+    *block = {capacity, 0, nodes, NO_NODE};
+    return block;
+}
+
+} // namespace
+
+btree *new_btree_low(int initial_nodes, int maximum_per_block, int node_size) {
+    if (maximum_per_block < 1 || node_size < static_cast<int>(sizeof(btree_node))) {
+        return nullptr;
+    }
+    const int wanted = initial_nodes > 0 ? initial_nodes : BTREE_DEFAULT_NODES;
+    const int capacity = std::min(wanted, maximum_per_block);
+    btree *tree = static_cast<btree *>(getmem(static_cast<int>(sizeof(btree))));
+    if (tree == nullptr) {
+        return nullptr;
+    }
+    tree->blocks = xar_alloc_of<btree_block>(BLOCKS_AT_FIRST, BLOCKS_STEP);
+    if (tree->blocks != nullptr) {
+        tree->blocks[0] = {capacity, 0, node_storage(capacity, node_size), NO_NODE};
+    }
+    if (tree->blocks == nullptr || tree->blocks[0].nodes == nullptr) {
+        free_btree(&tree);
+    }
+    return tree;
+}
+
+void free_btree(btree **tree) {
+    if (tree == nullptr || *tree == nullptr) {
+        return;
+    }
+    const int count = xar_count(&(*tree)->blocks);
+    for (int i = 0; i < count; ++i) {
+        rlsmem((*tree)->blocks[i].nodes);
+    }
+    xar_free(&(*tree)->blocks);
+    relmem(tree);
+}
+
+void *new_btree_node_low(btree *tree, int maximum_per_block, int node_size, int *index) {
+    btree_block *block = block_with_free_node(tree, node_size);
+    if (block != nullptr) {
+        *index = pop_free(*block, node_size);
+        return block->nodes;
+    }
+    block = xar_last(&tree->blocks);
+    if (block->used == block->capacity) {
+        block = add_block(tree, maximum_per_block, node_size);
+        if (block == nullptr) {
+            *index = NO_NODE;
+            return nullptr;
+        }
+    }
+    *index = block->used++;
+    return block->nodes;
+}
+
+btree_node *new_btree_node(btree *tree) {
+    int index = NO_NODE;
+    void *nodes = new_btree_node_low(tree, BTREE_NODES_PER_BLOCK,
+                                     static_cast<int>(sizeof(btree_node)), &index);
+    return nodes == nullptr ? nullptr : static_cast<btree_node *>(nodes) + index;
+}
+
+rbtree_node *new_rbtree_node(btree *tree) {
+    int index = NO_NODE;
+    void *nodes = new_btree_node_low(tree, RBTREE_NODES_PER_BLOCK,
+                                     static_cast<int>(sizeof(rbtree_node)), &index);
+    return nodes == nullptr ? nullptr : static_cast<rbtree_node *>(nodes) + index;
+}
+
+int btree_add_node_to_free_list(btree *tree, btree_node *node, int node_size) {
+    const node_position position = position_of(tree, node, node_size);
+    if (position.block == nullptr || is_free(node)) {
+        return 0;
+    }
+    push_free(*position.block, node, position.index, node_size);
+    return 1;
+}
+
+int btree_is_live_node(const btree *tree, const btree_node *node, int node_size) {
+    return position_of(tree, node, node_size).block != nullptr && !is_free(node) ? 1 : 0;
+}

@@ -1,0 +1,299 @@
+// Extensible arrays: creation, growth, shrinking and release.
+#include "coretools/ctmemmgr/xar.h"
+
+#include "coretools/ctmemmgr/getmem.h"
+#include "coretools/ctmemmgr/serious_errors.h"
+#include "coretools/ctmemmgr/zones.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+constexpr int GENERAL_ALLOCATOR = -1;
+
+// Small arrays that grow one element at a time would move at every append.
+constexpr int SMALL_ELEMENT_BYTES = 128;
+
+// For the operations that take a null handle as no array at all.
+bool is_valid_or_none(const void *const *handle, const char *tag) {
+    if (handle != nullptr && (*handle == nullptr || xar_is_valid(*handle))) {
+        return true;
+    }
+    err_crash(tag, "invalid array");
+    return false;
+}
+
+bool require_valid(const void *const *handle, const char *tag) {
+    if (handle != nullptr && xar_is_valid(*handle)) {
+        return true;
+    }
+    err_crash(tag, "invalid array");
+    return false;
+}
+
+void unwind(const char *tag, const char *text) {
+    std::printf("%s:  %s\n", tag, text);
+    error_break("Memory error.");
+}
+
+int limit_of(int element_size) {
+    return XAR_LIMIT_BYTES / element_size;
+}
+
+// The capacity is within the limit, so that nothing here can overflow.
+int block_bytes(int capacity, int element_size) {
+    const int bytes = capacity * element_size;
+    return (bytes + XAR_UNIT_BYTES - 1) / XAR_UNIT_BYTES * XAR_UNIT_BYTES + XAR_OVERHEAD_BYTES;
+}
+
+bool debug_xar() {
+    static const bool set = std::getenv("DEBUG_XAR") != nullptr;
+    return set;
+}
+
+// How much wider than the base step an array grows at its nth move.
+double growth_factor(int move) {
+    constexpr double FIRST_MOVES[] = {1.0, 1.3, 1.6, 2.0};
+    if (move <= 4) {
+        return FIRST_MOVES[move - 1];
+    }
+    return 2.0 * std::pow(1.15, move - 4);
+}
+
+// A step of the limit already grows any array to its limit: no wider one is needed.
+int growth_step(int base, int move) {
+    if (move <= 0) {
+        return base;
+    }
+    const double widened = 0.1 + base * growth_factor(move);
+    return widened < XAR_LIMIT_BYTES ? static_cast<int>(widened) : XAR_LIMIT_BYTES;
+}
+
+int grown_capacity(xar_header *header, int count) {
+    const int element_size = header->element_size;
+    const int move = get_force_ignore_reloc_cnt() != 0 ? 1 : -xar_trailer_of(header)->zone;
+    const int step = growth_step(xar_step(header), move);
+    const int capacity = xar_element_bytes(header) / element_size;
+    return std::min(capacity + ((count - 1) / step + 1) * step, limit_of(element_size));
+}
+
+// The block of a zone array stays with its zone; only its contents move.
+void *resized_block(xar_header *header, int zone, int old_bytes, int new_bytes) {
+    if (zone < 0) {
+        return relocmem_xar(header, new_bytes, 1);
+    }
+    void *block = zone_getmem(zone, new_bytes);
+    if (block != nullptr) {
+        std::memcpy(block, header, static_cast<std::size_t>(old_bytes));
+    }
+    return block;
+}
+
+// Moves the array to a block with room for count more elements and takes them into use.
+void *extend_by_moving(void **handle, int count) {
+    xar_header *header = xar_header_of(*handle);
+    const xar_trailer old_trailer = *xar_trailer_of(header);
+    const int element_size = header->element_size;
+    if (count > limit_of(element_size) - old_trailer.count) {
+        unwind(" XAR_PRE_RELOC", "too big array");
+        return nullptr;
+    }
+    const int old_element_bytes = xar_element_bytes(header);
+    const int new_bytes = block_bytes(grown_capacity(header, count), element_size);
+    void *block =
+        resized_block(header, old_trailer.zone, old_element_bytes + XAR_OVERHEAD_BYTES, new_bytes);
+    if (block == nullptr) {
+        unwind(" XAR_EXTEND", "out of memory");
+        return nullptr;
+    }
+
+    header = static_cast<xar_header *>(block);
+    char *elements = static_cast<char *>(xar_elements_of(header));
+    std::memset(elements + old_element_bytes, 0, sizeof(xar_trailer));
+    header->units_and_step = xar_pack(new_bytes / XAR_UNIT_BYTES, xar_step(header));
+    int zone = old_trailer.zone;
+    if (zone < 0 && zone > INT16_MIN) {
+        --zone;
+    }
+    *xar_trailer_of(header) = {XAR_TRAILER_MAGIC, static_cast<std::int16_t>(zone),
+                               old_trailer.count + count};
+    *handle = elements;
+    return elements + static_cast<std::ptrdiff_t>(old_trailer.count) * element_size;
+}
+
+} // namespace
+
+void *xar_alloc(int count, int element_size, int step) {
+    return zone_xar_alloc(GENERAL_ALLOCATOR, count, element_size, step);
+}
+
+void *zone_xar_alloc(int zone, int count, int element_size, int step) {
+    if (count == 0 && step == 0) {
+        return nullptr;
+    }
+    if (count < 0 || element_size < 1 || element_size > XAR_MAXIMUM_ELEMENT_SIZE || step < 1 ||
+        zone > INT16_MAX) {
+        err_crash("XAR_ALLOC", "invalid request");
+        return nullptr;
+    }
+    if (count == 0 && step == 1 && element_size < SMALL_ELEMENT_BYTES) {
+        step = 2;
+    }
+    if (get_force_ext_no() != 0) {
+        step = 1;
+    }
+    if (count > limit_of(element_size)) {
+        err_crash("XAR_ALLOC", "too big array");
+        return nullptr;
+    }
+    const int capacity = count == 0 && !debug_xar() ? 1 : count;
+    const int bytes = block_bytes(capacity, element_size);
+    void *block = zone < 0 ? getmem_xar(bytes, 1) : zone_getmem(zone, bytes);
+    if (block == nullptr) {
+        unwind("XAR_ALLOC", "out of memory");
+        return nullptr;
+    }
+    auto *header = static_cast<xar_header *>(block);
+    *header = {xar_pack(bytes / XAR_UNIT_BYTES, std::min(step, XAR_MAXIMUM_STEP)),
+               static_cast<std::uint16_t>(element_size), XAR_HEADER_MAGIC};
+    const int owner = zone < 0 ? GENERAL_ALLOCATOR : zone;
+    *xar_trailer_of(header) = {XAR_TRAILER_MAGIC, static_cast<std::int16_t>(owner), count};
+    return xar_elements_of(header);
+}
+
+void *xar_extend(void **handle, int count) {
+    if (!require_valid(handle, "XAR_EXTEND")) {
+        return nullptr;
+    }
+    if (count < 0) {
+        err_crash("XAR_EXTEND", "invalid request");
+        return nullptr;
+    }
+    if (count == 0) {
+        return nullptr;
+    }
+    void *first = xar_take_room(*handle, count, xar_header_of(*handle)->element_size);
+    return first != nullptr ? first : extend_by_moving(handle, count);
+}
+
+void *xar_append(void **handle, int count, const void *source) {
+    if (count == 0) {
+        return xar_last(handle);
+    }
+    // A source in the array itself moves with it.
+    std::ptrdiff_t offset = -1;
+    if (source != nullptr && handle != nullptr && xar_is_valid(*handle)) {
+        offset = xar_offset_in_use(*handle, source);
+        if (offset >= 0) {
+            dbg_print_info("XAR_APPEND", ": don't ask for trouble. Use xar_replicate");
+        }
+    }
+    void *first = xar_extend(handle, count);
+    if (first == nullptr || source == nullptr) {
+        return first;
+    }
+    if (offset >= 0) {
+        source = static_cast<const char *>(*handle) + offset;
+    }
+    const std::size_t element_size = xar_header_of(*handle)->element_size;
+    std::memmove(first, source, static_cast<std::size_t>(count) * element_size);
+    return first;
+}
+
+int xar_count(const void *const *handle) {
+    if (!is_valid_or_none(handle, "XAR_COUNT") || *handle == nullptr) {
+        return 0;
+    }
+    return xar_trailer_of(xar_header_of(*handle))->count;
+}
+
+void *xar_last(void *const *handle) {
+    if (!is_valid_or_none(handle, "XAR_LAST") || *handle == nullptr) {
+        return nullptr;
+    }
+    xar_header *header = xar_header_of(*handle);
+    const int count = xar_trailer_of(header)->count;
+    if (count == 0) {
+        return nullptr;
+    }
+    return static_cast<char *>(*handle) +
+           static_cast<std::ptrdiff_t>(count - 1) * header->element_size;
+}
+
+void *xar_shrink(void **handle, int count) {
+    if (!require_valid(handle, "XAR_SHRINK")) {
+        return nullptr;
+    }
+    xar_header *header = xar_header_of(*handle);
+    xar_trailer *trailer = xar_trailer_of(header);
+    if (count < 0 || count > trailer->count) {
+        err_crash("XAR_SHRINK", "invalid request");
+        return nullptr;
+    }
+    trailer->count -= count;
+    const std::size_t element_size = header->element_size;
+    std::memset(static_cast<char *>(*handle) +
+                    static_cast<std::size_t>(trailer->count) * element_size,
+                0, static_cast<std::size_t>(count) * element_size);
+    return xar_last(handle);
+}
+
+int xar_resize(void **handle, int new_count) {
+    if (handle != nullptr && *handle == nullptr && new_count == 0) {
+        return 0;
+    }
+    if (!require_valid(handle, "XAR_RESIZE")) {
+        return 0;
+    }
+    if (new_count < 0) {
+        err_crash("XAR_RESIZE", "invalid request");
+        return 0;
+    }
+    const int count = xar_count(handle);
+    if (new_count > count) {
+        return xar_extend(handle, new_count - count) == nullptr ? -1 : 0;
+    }
+    xar_shrink(handle, count - new_count);
+    return 0;
+}
+
+void xar_params(const void *const *handle, int *element_size, int *step, int *count, int *maximum) {
+    if (!is_valid_or_none(handle, "XAR_PARAMS") || *handle == nullptr) {
+        return;
+    }
+    xar_header *header = xar_header_of(*handle);
+    if (element_size != nullptr) {
+        *element_size = header->element_size;
+    }
+    if (step != nullptr) {
+        *step = xar_step(header);
+    }
+    if (count != nullptr) {
+        *count = xar_trailer_of(header)->count;
+    }
+    if (maximum != nullptr) {
+        *maximum = limit_of(header->element_size);
+    }
+}
+
+void xar_free(void **handle) {
+    if (!is_valid_or_none(handle, "XAR_FREE") || *handle == nullptr) {
+        return;
+    }
+    xar_header *header = xar_header_of(*handle);
+    const bool general = xar_trailer_of(header)->zone < 0;
+    *handle = nullptr;
+    if (general) {
+        rlsmem(header);
+    }
+}
+
+int int_in_list(int value, const int *handle) {
+    const void *untyped = handle;
+    const int count = xar_count(&untyped);
+    const int *found = std::find(handle, handle + count, value);
+    return found == handle + count ? -1 : static_cast<int>(found - handle);
+}

@@ -1,0 +1,81 @@
+// The per-thread debugging switches of the extensible arrays.
+#include "coretools/ctmemmgr/xar.h"
+
+#include "basictk/baselib/inc/thrLocalObject.h"
+#include "basictk/baselib/inc/thrMutex.h"
+#include "coretools/ctmemmgr/getmem.h"
+
+#include <atomic>
+
+namespace {
+
+// What a thread reads until it sets a value of its own.
+constexpr int force_ext_noTSDStaticData = 0;
+constexpr int force_ignore_reloc_cntTSDStaticData = 0;
+
+struct thread_switch {
+    std::atomic<thrLocalObject *> object;
+    int process_default;
+};
+
+thread_switch force_ext_no{nullptr, force_ext_noTSDStaticData};
+thread_switch force_ignore_reloc_cnt{nullptr, force_ignore_reloc_cntTSDStaticData};
+
+// A thread that never sets the switch needs no block of its own to read it.
+int read_switch(const thread_switch &from) {
+    const thrLocalObject *object = from.object.load(std::memory_order_acquire);
+    const void *own = object == nullptr ? nullptr : thrLocalObject_GetData(object);
+    return own == nullptr ? from.process_default : *static_cast<const int *>(own);
+}
+
+thrLocalObject *object_of(thread_switch &of) {
+    thrLocalObject *object = of.object.load(std::memory_order_acquire);
+    if (object == nullptr) {
+        LockInitializationMutex();
+        object = of.object.load(std::memory_order_relaxed);
+        if (object == nullptr) {
+            object = thrLocalObject_Create();
+            of.object.store(object, std::memory_order_release);
+        }
+        UnlockInitializationMutex();
+    }
+    return object;
+}
+
+// Without memory, which getmem has reported, the switch stays as it was.
+void write_switch(thread_switch &to, int value) {
+    if (read_switch(to) == value) {
+        return;
+    }
+    thrLocalObject *object = object_of(to);
+    if (object == nullptr) {
+        return;
+    }
+    auto *own = static_cast<int *>(thrLocalObject_GetData(object));
+    if (own == nullptr) {
+        own = static_cast<int *>(getmem(static_cast<int>(sizeof(int))));
+        if (own == nullptr) {
+            return;
+        }
+        thrLocalObject_SetData(object, own);
+    }
+    *own = value;
+}
+
+} // namespace
+
+int get_force_ext_no() {
+    return read_switch(force_ext_no);
+}
+
+void set_force_ext_no(int value) {
+    write_switch(force_ext_no, value);
+}
+
+int get_force_ignore_reloc_cnt() {
+    return read_switch(force_ignore_reloc_cnt);
+}
+
+void set_force_ignore_reloc_cnt(int value) {
+    write_switch(force_ignore_reloc_cnt, value);
+}

@@ -1,0 +1,44 @@
+// Local and network file systems, told apart by their type numbers.
+#include "coretools/ctplatform/file_system.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <iterator>
+#include <linux/magic.h>
+#include <sys/statfs.h>
+
+namespace {
+
+// Not in linux/magic.h: their file systems live outside the kernel's own tree.
+constexpr std::uint32_t BEEGFS_SUPER_MAGIC = 0x19830326;
+constexpr std::uint32_t GPFS_SUPER_MAGIC = 0x47504653;
+constexpr std::uint32_t LUSTRE_SUPER_MAGIC = 0x0bd00bd0;
+constexpr std::uint32_t ORANGEFS_SUPER_MAGIC = 0x20030528;
+
+constexpr std::uint32_t NETWORK_TYPES[] = {
+    NFS_SUPER_MAGIC,    SMB_SUPER_MAGIC,  CIFS_SUPER_MAGIC,   SMB2_SUPER_MAGIC,     AFS_SUPER_MAGIC,
+    AFS_FS_MAGIC,       CODA_SUPER_MAGIC, CEPH_SUPER_MAGIC,   V9FS_MAGIC,           NCP_SUPER_MAGIC,
+    BEEGFS_SUPER_MAGIC, GPFS_SUPER_MAGIC, LUSTRE_SUPER_MAGIC, ORANGEFS_SUPER_MAGIC,
+};
+
+} // namespace
+
+int ctp_is_network_type(long long type) {
+    const auto number = static_cast<std::uint32_t>(type);
+    const auto *end = std::end(NETWORK_TYPES);
+    return std::find(std::begin(NETWORK_TYPES), end, number) != end ? 1 : 0;
+}
+
+int ctp_is_network_path(const char *path) {
+    struct statfs status {};
+    if (path == nullptr) {
+        return 0;
+    }
+    while (statfs(path, &status) != 0) {
+        if (errno != EINTR) {
+            return 0;
+        }
+    }
+    return ctp_is_network_type(static_cast<long long>(status.f_type));
+}
