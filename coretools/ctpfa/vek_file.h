@@ -33,6 +33,8 @@ enum pfa_status : int {
 // terminating zero.
 constexpr int PFA_PATH_SIZE = 260;
 constexpr int PFA_HOST_SIZE = 32;
+// A name below this length is short enough for every object type.
+constexpr int PFA_SHORT_NAME_SIZE = 32;
 
 // A record is valid while it carries this number; an operation with a status answers 11 to a null
 // or invalid record.

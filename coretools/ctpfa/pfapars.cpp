@@ -1,0 +1,242 @@
+// Parsing a name into a path record, and the standard form that fixes its object type.
+#include "coretools/ctpfa/pfapars.h"
+
+#include "coretools/ctfileutil/objextension.h"
+#include "coretools/ctpfa/pfa_std_location.h"
+#include "coretools/ctpfa/pfacomponent.h"
+#include "coretools/ctpfa/pfacurdir.h"
+#include "coretools/ctpfa/pfainfo.h"
+#include "coretools/ctpfa/pfaloc_call.h"
+#include "coretools/ctpfa/pfapars_internal.h"
+#include "coretools/ctpfa/pfaput.h"
+#include "coretools/ctwcfun/wstr_ret.h"
+#include "coretools/genutil1/invstr.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+bool is_digit(char character) {
+    return character >= '0' && character <= '9';
+}
+
+// Cuts the '.' and the version off the end of name and answers the version, 0 when there is none. A
+// number that starts with 0 is no version, with or without a sign.
+std::int16_t cut_version(char *name) {
+    char *dot = std::strrchr(name, '.');
+    if (dot == nullptr || dot == name) {
+        return 0;
+    }
+    const char *number = dot + 1;
+    if (is_vers_string(number) == 0 || number[number[0] == '-' ? 1 : 0] == '0') {
+        return 0;
+    }
+    *dot = '\0';
+    return static_cast<std::int16_t>(std::strtol(number, nullptr, 10));
+}
+
+// Cuts the last '.' and the extension after it off name and answers the extension. Empty, and
+// nothing cut, when the '.' is the first or the last character.
+const char *cut_extension(char *name) {
+    char *dot = std::strrchr(name, '.');
+    if (dot == nullptr || dot == name || dot[1] == '\0') {
+        return "";
+    }
+    *dot = '\0';
+    return dot + 1;
+}
+
+// What the type looks like from the name alone. Only a text that is all location is a directory.
+int guess_type(const char *name, const char *extension) {
+    if (extension[0] == '\0') {
+        return OBJ_TYPE_NO_MEMBER;
+    }
+    const int type = extension_to_type(extension);
+    if (type == OBJ_TYPE_UNKNOWN_EXTENSION || type == OBJ_TYPE_DIRECTORY) {
+        return OBJ_TYPE_NO_MEMBER;
+    }
+    const int length = static_cast<int>(std::strlen(name));
+    if (length >= PFA_SHORT_NAME_SIZE && length > type_to_name_length(type)) {
+        return OBJ_TYPE_NO_MEMBER;
+    }
+    vek_wchar wide[PFA_PATH_SIZE];
+    const bool invalid = invalid_string(strtows(wide, name)) != 0;
+    return invalid && type_to_weird_chars_OK(type) == 0 ? OBJ_TYPE_NO_MEMBER : type;
+}
+
+// Fills a cleared record from text, a copy that is cut up on the way.
+int split(vek_file *record, int parse_location, char *text, int length) {
+    std::int16_t rest = 0;
+    if (parse_location != 0) {
+        const int result = pfa_parse_location(record, text, &rest, -1);
+        if (result != PFA_E_NO_ERROR) {
+            return result;
+        }
+        if (rest < 0 || rest > length) {
+            return PFA_E_ERROR;
+        }
+    }
+    char *name = text + rest;
+    if (name[0] == '\0') {
+        return pfa_put_obj_type(record, OBJ_TYPE_DIRECTORY);
+    }
+    std::int16_t version = 0;
+    const char *extension = "";
+    if (name[0] != '.') {
+        version = cut_version(name);
+        extension = cut_extension(name);
+    }
+    int result = pfa_put_component(record, PFA_NAME, name);
+    if (result == PFA_E_NO_ERROR) {
+        result = pfa_put_component(record, PFA_EXTENSION, extension);
+    }
+    record->type = static_cast<std::int16_t>(guess_type(name, extension));
+    record->version = version;
+    return result;
+}
+
+int expand_and_parse(vek_file *record, vek_file *base, const char *text, int directory) {
+    char with_values[PFA_PATH_SIZE];
+    if (std::strchr(text, '$') != nullptr) {
+        if (substitute_env_vars(text, with_values, PFA_PATH_SIZE) != PFA_E_NO_ERROR) {
+            return PFA_E_INVALID_INPUT;
+        }
+        text = with_values;
+    }
+    char with_home[PFA_PATH_SIZE];
+    if (text[0] == '~') {
+        if (substitute_unix_home_dir(text, with_home, PFA_PATH_SIZE) != PFA_E_NO_ERROR) {
+            return PFA_E_INVALID_INPUT;
+        }
+        text = with_home;
+    }
+    int result = parse_to_pfa(record, 1, text);
+    if (result != PFA_E_NO_ERROR) {
+        return result;
+    }
+    if (pfa_has_location(base, nullptr) != 0 && pfa_path_is_absolute(record) == 0 &&
+        pfafs_loc_is_NT_drive_relative(record) == 0) {
+        result = pfa_concat_locations(base, record, record);
+        if (result != PFA_E_NO_ERROR) {
+            return result;
+        }
+    }
+    if (record->type == OBJ_TYPE_DIRECTORY && pfa_has_component(record, PFA_NAME) == 0) {
+        return PFA_E_NO_ERROR;
+    }
+    record->type = OBJ_TYPE_NOT_YET;
+    return pfa_to_standard_form_private(record, directory);
+}
+
+// Whether the name breaks the rules of names: 0, 1, or -1 without memory.
+int name_is_invalid(const vek_file *record) {
+    char name[PFA_PATH_SIZE];
+    pfa_get_component(record, PFA_NAME, name, PFA_PATH_SIZE);
+    if (name[0] == '.') {
+        return 1;
+    }
+    const vek_wchar *wide = wstr_ret(name);
+    return wide != nullptr ? invalid_string(wide) : -1;
+}
+
+// Types a record whose type is not known yet. Nothing here may follow the folder test of a record
+// that is no folder: the caller reads errno.
+int find_type(vek_file *record, int directory) {
+    const int invalid = name_is_invalid(record);
+    if (invalid < 0) {
+        return PFA_E_OUT_OF_MEMORY;
+    }
+    const int result =
+        pfa_put_extension_to_type(record, pfa_component_length(record, PFA_NAME), invalid);
+    if (result != PFA_E_NO_ERROR || directory == 0 || pfa_is_local(record) == 0) {
+        return result;
+    }
+    const int answer = directory == 1 ? PFA_E_EXIST : pfaloc_call_F(record, PfaIsFolder);
+    if (answer == PFA_E_OUT_OF_MEMORY) {
+        return answer;
+    }
+    return answer == PFA_E_EXIST ? pfa_put_obj_type(record, OBJ_TYPE_DIRECTORY) : PFA_E_NO_ERROR;
+}
+
+} // namespace
+
+int pfa_parse_to_vek_file(vek_file *record, const char *text) {
+    return pfa_parse_to_vek_file_private(record, nullptr, text, -1);
+}
+
+int pfa_parse_to_vek_file_private(vek_file *record, vek_file *base, const char *text,
+                                  int directory) {
+    if (pfa_is_valid(record) == 0) {
+        return PFA_E_NOT_VALID;
+    }
+    if (record == pfa_get_cur_dir() || text == nullptr ||
+        strnlen(text, PFA_PATH_SIZE) == PFA_PATH_SIZE) {
+        return PFA_E_INVALID_INPUT;
+    }
+    vek_file before = *record;
+    const int result = expand_and_parse(record, base == record ? &before : base, text, directory);
+    if (result != PFA_E_NO_ERROR) {
+        *record = before;
+    }
+    return result;
+}
+
+int parse_to_pfa(vek_file *record, int parse_location, const char *text) {
+    if (pfa_is_valid(record) == 0) {
+        return PFA_E_NOT_VALID;
+    }
+    const std::size_t length = text != nullptr ? strnlen(text, PFA_PATH_SIZE) : PFA_PATH_SIZE;
+    if (length == PFA_PATH_SIZE) {
+        return PFA_E_INVALID_INPUT;
+    }
+    // The text may be the record's own.
+    char copy[PFA_PATH_SIZE];
+    std::memcpy(copy, text, length + 1);
+    const vek_file before = *record;
+    record->text[0] = '\0';
+    for (pfa_bounds &bounds : record->bounds) {
+        bounds = {0, 0};
+    }
+    record->version = 0;
+    record->type = OBJ_TYPE_NOT_YET;
+    const int result = split(record, parse_location, copy, static_cast<int>(length));
+    if (result != PFA_E_NO_ERROR) {
+        *record = before;
+    }
+    return result;
+}
+
+int pfa_to_standard_form(vek_file *record) {
+    return pfa_to_standard_form_private(record, -1);
+}
+
+int pfa_to_standard_form_private(vek_file *record, int directory) {
+    if (pfa_is_valid(record) == 0 || record->type != OBJ_TYPE_NOT_YET) {
+        return PFA_E_NOT_VALID;
+    }
+    const int result = find_type(record, directory);
+    if (result != PFA_E_NO_ERROR) {
+        record->type = OBJ_TYPE_NOT_YET;
+    }
+    return result;
+}
+
+int is_vers_string(const char *text) {
+    if (text == nullptr) {
+        return 0;
+    }
+    const bool negative = text[0] == '-';
+    const char *digits = negative ? text + 1 : text;
+    if (!is_digit(digits[0]) || (digits[0] == '0' && !negative)) {
+        return 0;
+    }
+    for (const char *at = digits; *at != '\0'; at++) {
+        if (!is_digit(*at)) {
+            return 0;
+        }
+    }
+    const long number = std::strtol(text, nullptr, 10);
+    return number >= INT16_MIN && number <= INT16_MAX ? 1 : 0;
+}

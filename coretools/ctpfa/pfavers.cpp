@@ -1,0 +1,123 @@
+// The versions of a file: a search of its directory for the names it may have.
+#include "coretools/ctpfa/pfavers.h"
+
+#include "coretools/ctfileutil/objextension.h"
+#include "coretools/ctpfa/pfa_dir_filter.h"
+#include "coretools/ctpfa/pfadir.h"
+#include "coretools/ctpfa/pfadirpath.h"
+#include "coretools/ctpfa/pfainfo.h"
+#include "coretools/ctpfa/pfaloc_call.h"
+#include "coretools/ctpfa/pfamem.h"
+#include "coretools/ctpfa/pfapars.h"
+#include "coretools/ctpfa/pfastream.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <strings.h>
+
+namespace {
+
+enum version_selector : int { OWN_VERSION = 0, LATEST_VERSION = 1, NEXT_VERSION = 2 };
+
+// What a walk over a directory has found of a name: the highest version of an entry that is the
+// name exactly, and of one that differs from it only in case. -1 for none, 0 for no version.
+struct found_versions {
+    const char *name;
+    std::size_t name_length;
+    int exact;
+    int other_case;
+};
+
+void take_max_vers(int *maximum, int version) {
+    if (version > *maximum) {
+        *maximum = version;
+    }
+}
+
+// Looks at every entry and passes over it, so that one read runs through the whole directory.
+int vers_filter(vek_file *, const char *entry, void *argument) {
+    found_versions *found = static_cast<found_versions *>(argument);
+    if (strncasecmp(entry, found->name, found->name_length) != 0) {
+        return 1;
+    }
+    const char *rest = entry + found->name_length;
+    int version = 0;
+    if (rest[0] != '\0') {
+        if (rest[0] != '.' || is_vers_string(rest + 1) == 0) {
+            return 1;
+        }
+        version = static_cast<int>(std::strtol(rest + 1, nullptr, 10));
+    }
+    const bool exact = std::strncmp(entry, found->name, found->name_length) == 0;
+    take_max_vers(exact ? &found->exact : &found->other_case, version);
+    return 1;
+}
+
+int pfa_search_file_versions(vek_file *directory, found_versions *found) {
+    const pfa_dir_filter filter = {vers_filter, nullptr};
+    const int result = pfaloc_call_FLPPPI(directory, PfaDirReadNext, nullptr, &filter, found, 0);
+    if (result == PFA_E_QUIT) {
+        return PFA_E_NO_ERROR;
+    }
+    return result > 0 ? result : PFA_E_ERROR;
+}
+
+// Whether names of this type, or in this location, are the same in either case.
+bool ignores_case(vek_file *directory, int type) {
+    return type == OBJ_TYPE_NO_MEMBER || (type >= 134 && type <= 137) ||
+           pfaloc_call_F(directory, PfaCaseSensitiveLoc) == 0;
+}
+
+int pfa_get_file_vers_low(vek_file *directory, const char *name, int selector, int *version,
+                          int type) {
+    if (pfa_open_dir_subset(directory, name) != PFA_E_NO_ERROR) {
+        return PFA_E_NO_ACCESS;
+    }
+    found_versions found = {name, std::strlen(name), -1, -1};
+    int result = pfa_search_file_versions(directory, &found);
+    int highest = found.exact;
+    if (found.other_case > highest && ignores_case(directory, type)) {
+        highest = found.other_case;
+    }
+    pfa_close(directory);
+    if (result == PFA_E_NO_ERROR && selector == LATEST_VERSION && highest == -1) {
+        result = PFA_E_NOT_FOUND;
+    }
+    if (result != PFA_E_NO_ERROR) {
+        return result;
+    }
+    if (selector == LATEST_VERSION) {
+        *version = highest;
+    } else {
+        // A file without a version stands for the first.
+        *version = highest == -1 ? 1 : highest == 0 ? 2 : highest + 1;
+    }
+    return PFA_E_NO_ERROR;
+}
+
+} // namespace
+
+int pfa_get_file_vers(vek_file *record, int selector, int *version) {
+    if (pfa_is_valid(record) == 0) {
+        return PFA_E_NOT_VALID;
+    }
+    if (version == nullptr || selector < OWN_VERSION || selector > NEXT_VERSION) {
+        return PFA_E_INVALID_INPUT;
+    }
+    if (selector == OWN_VERSION) {
+        *version = record->version;
+        return PFA_E_NO_ERROR;
+    }
+    char name[PFA_PATH_SIZE];
+    const int named = pfa_get_file_name(record, PFA_NAME_AND_EXTENSION, name);
+    if (named != PFA_E_NO_ERROR) {
+        return named;
+    }
+    vek_file *directory = extract_pfa_dir(record);
+    if (directory == nullptr) {
+        return PFA_E_OUT_OF_MEMORY;
+    }
+    const int result = pfa_get_file_vers_low(directory, name, selector, version, record->type);
+    pfa_free_vek_file(&directory);
+    return result;
+}
