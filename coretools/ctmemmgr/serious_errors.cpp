@@ -158,7 +158,8 @@ static void report_serious_error(const char *name, bool shown, const char *text,
 }
 
 int dbg_err_crash(const char *name, const char *format, ...) {
-    if (order_debug == 0 || !in_progress_enter(&dbg_crash_called)) {
+    in_progress_call call;
+    if (order_debug == 0 || !in_progress_enter(&call, &dbg_crash_called)) {
         return 0;
     }
     const bool shown = user_run_mode() == 0 && name != nullptr;
@@ -169,7 +170,7 @@ int dbg_err_crash(const char *name, const char *format, ...) {
     lock_dbg_crash();
     decide_what_a_serious_error_does();
     report_serious_error(name, shown, text, shown && format != nullptr);
-    in_progress_leave(&dbg_crash_called);
+    in_progress_leave(&call);
     unlock_dbg_crash();
     return 1;
 }
@@ -215,10 +216,21 @@ int err_crash(const char *name, const char *text) {
     return 0;
 }
 
+// The hook may itself run out of memory, which then is not told a second time.
+static void tell_hook(const char *text) {
+    static thread_local in_progress_mark telling;
+    in_progress_call call;
+    if (in_progress_enter(&call, &telling)) {
+        mgr_msg_put(text, text);
+        in_progress_leave(&call);
+    }
+}
+
 void error_break(const char *text) {
-    mgr_msg_put(text, text);
+    tell_hook(text);
     dbg_err_crash("error_break", text);
-    // The jump may leave reports and formatting calls of this thread for good.
-    in_progress_abandon_all();
+    // The jump, if there is one, leaves reports and formatting calls of this thread for good.
+    in_progress_call *const abandoned = in_progress_abandon_all();
     trp_execute(TRP_CLASS_MEMORY);
+    in_progress_resume(abandoned);
 }

@@ -130,7 +130,8 @@ static bool wants_signal(message_kind kind, const char *name) {
 
 static void dbg_msg_tool(message_kind kind, const char *name, char level, const char *format,
                          std::va_list arguments) {
-    if (!in_progress_enter(&dbg_msg_tool_called)) {
+    in_progress_call call;
+    if (!in_progress_enter(&call, &dbg_msg_tool_called)) {
         return;
     }
     // Formatted before the lock is taken and a file is open: formatting can run out of memory, and
@@ -148,7 +149,7 @@ static void dbg_msg_tool(message_kind kind, const char *name, char level, const 
         write_box(heading, message);
     }
     unlock_dbg_msg_tool();
-    in_progress_leave(&dbg_msg_tool_called);
+    in_progress_leave(&call);
     if (signals) {
         kill(getpid(), SIGUSR1);
     }

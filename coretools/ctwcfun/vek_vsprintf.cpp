@@ -87,7 +87,7 @@ static work_record **thread_slot() {
 }
 
 // The first record of the thread that no call is using, marked busy; null without memory.
-static work_record *enter_work_record() {
+static work_record *enter_work_record(in_progress_call *call) {
     work_record **link = thread_slot();
     while (link != nullptr) {
         if (*link == nullptr) {
@@ -97,7 +97,7 @@ static work_record *enter_work_record() {
             }
             *link = ::new (block) work_record;
         }
-        if (in_progress_enter(&(*link)->busy)) {
+        if (in_progress_enter(call, &(*link)->busy)) {
             return *link;
         }
         link = &(*link)->nested;
@@ -275,7 +275,8 @@ char *vek_vsprintf(char *destination, const char *format, std::va_list arguments
         std::printf("vek_sprintf   format too long \n");
         return nullptr;
     }
-    work_record *record = enter_work_record();
+    in_progress_call call;
+    work_record *record = enter_work_record(&call);
     if (record == nullptr) {
         return nullptr;
     }
@@ -290,7 +291,7 @@ char *vek_vsprintf(char *destination, const char *format, std::va_list arguments
         }
     }
     va_end(passed.list);
-    in_progress_leave(&record->busy);
+    in_progress_leave(&call);
     return result;
 }
 
