@@ -1,0 +1,64 @@
+// Text copies with a limit, and the plain name alphabet.
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "coretools/ctmemmgr/getmem.h"
+#include "coretools/ctwcfun/wstr_ret.h"
+#include "coretools/genutil1/invstr.h"
+#include "coretools/genutil1/text_copy.h"
+
+namespace {
+
+TEST(TextCopy, NeverWritesBeyondItsLimit) {
+    for (const int size : {0, 1, 4, 300}) {
+        for (const int length : {0, 1, 2, 3, 4, 5, 299, 300}) {
+            const std::string source(static_cast<std::size_t>(length), 'x');
+            std::vector<char> destination(static_cast<std::size_t>(size) + 1, '?');
+            const bool fits = length < size;
+            EXPECT_EQ(strcpy_limit(source.c_str(), size, destination.data()), fits ? 0 : 1);
+            if (size > 0) {
+                EXPECT_EQ(std::string(destination.data()), fits ? source : "");
+            }
+            EXPECT_EQ(destination.back(), '?');
+        }
+    }
+    char destination[4] = "xyz";
+    EXPECT_EQ(strcpy_limit(nullptr, 4, destination), 1);
+    EXPECT_STREQ(destination, "");
+}
+
+TEST(TextCopy, CopiesIntoOwnMemory) {
+    for (const std::string &text : {std::string(), std::string("abc"), std::string(5000, 'x')}) {
+        char *copy = make_scopy(text.c_str());
+        ASSERT_NE(copy, nullptr);
+        EXPECT_NE(copy, text.c_str());
+        EXPECT_EQ(copy, text);
+        relmem(&copy);
+    }
+    EXPECT_EQ(make_scopy(nullptr), nullptr);
+}
+
+TEST(NameAlphabet, FirstCharacterThatBreaksIt) {
+    const struct {
+        const char *name;
+        int index;
+        int invalid;
+    } rows[] = {
+        {"", 0, 0},        {"part_01", 7, 0},    {"a-b", 3, 0},         {"_", 1, 0},
+        {"9Zz", 3, 0},     {"-part", 0, 1},      {"-", 0, 1},           {"part.01", 4, 1},
+        {"part 01", 4, 1}, {"ab\xe9\xa1", 2, 1}, {"ab\x8e\xb1x", 2, 1}, {"$a", 0, 1},
+        {"a\n", 1, 1},     {"a[", 1, 1},         {"a`", 1, 1},          {"a{", 1, 1},
+        {"a@", 1, 1},      {"a/", 1, 1},         {"a:", 1, 1},
+    };
+    for (const auto &[name, index, invalid] : rows) {
+        EXPECT_EQ(invalid_name_idx(wstr_ret(name)), index) << name;
+        EXPECT_EQ(invalid_string(wstr_ret(name)), invalid) << name;
+    }
+    for (const vek_wchar beyond : {-1, 0x141, 0x10061}) {
+        EXPECT_EQ(is_valid_wc(beyond), 0);
+    }
+}
+
+} // namespace

@@ -1,0 +1,11 @@
+// Makes malloc and realloc fail on request, in programs linked with --wrap=malloc,--wrap=realloc
+// (FAILING_MALLOC_LINK_OPTIONS in CMake).
+#pragma once
+
+#include <climits>
+
+constexpr long NO_FAILURE = LONG_MAX;
+
+// The calling process's nth allocation from now on (0 the next) fails, and with persistently all
+// that follow. Counts all threads.
+void fail_allocation(long nth, bool persistently);

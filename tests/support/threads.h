@@ -1,0 +1,22 @@
+// Runs a piece of a test on several threads at once, with the locks of the core really taken.
+#pragma once
+
+#include <functional>
+#include <thread>
+#include <vector>
+
+#include "basictk/baselib/inc/thrThread.h"
+
+inline void run_on_threads(int count, const std::function<void(int)> &body) {
+    EnableThreading();
+    thrThread::c_iActiveThreadsInUse = count;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < count; ++i) {
+        threads.emplace_back(body, i);
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    thrThread::c_iActiveThreadsInUse = 0;
+    DisableThreading();
+}
