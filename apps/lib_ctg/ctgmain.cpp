@@ -1,0 +1,58 @@
+// The tool's main routine: command line, environment, exit status.
+#include "apps/lib_ctg/ctgmain.h"
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include <fcntl.h>
+
+#include "apps/lib_ctg/ctgcore.h"
+#include "coretools/ctpfa/vek_file.h"
+#include "coretools/genutil1/text_copy.h"
+
+namespace {
+
+constexpr char INTERNAL_VERSION[] = "J-01-32";
+
+// A process may be started with standard output closed or with nobody reading it. The numbers 0 to
+// 2 are kept in use, so that no message can end up in a file that is opened later under one of
+// them, and a broken pipe must not end the run before the catalog is complete.
+void secure_standard_streams() {
+    for (int fd = 0; fd <= 2; ++fd) {
+        if (fcntl(fd, F_GETFD) == -1) {
+            open("/dev/null", O_RDWR);
+        }
+    }
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+} // namespace
+
+const char *get_internal_version() {
+    static char version[16];
+    if (version[0] == '\0') {
+        std::snprintf(version, sizeof version, "%s", INTERNAL_VERSION);
+    }
+    return version;
+}
+
+void cxx_main(int argc, char **argv) {
+    secure_standard_streams();
+    if (argc >= 2 && std::strcmp(argv[1], "-verify") == 0) {
+        std::printf("vek_build_librar_ctg %s\n", get_internal_version());
+        std::exit(0);
+    }
+    const char *value = std::getenv("VEK_LIBRARY_DIR");
+    if (value == nullptr) {
+        std::printf("Error: VEK_LIBRARY_DIR not set.\n");
+        std::exit(1);
+    }
+    char root[PFA_PATH_SIZE];
+    if (strcpy_limit(value, PFA_PATH_SIZE, root) != 0) {
+        std::printf("Error: VEK_LIBRARY_DIR has more than %d characters.\n", PFA_PATH_SIZE - 1);
+        std::exit(0);
+    }
+    std::exit(make_catalog_file(root));
+}
