@@ -1,0 +1,118 @@
+// The catalog builder from inside one process; tests/tool runs it as a program.
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "apps/lib_ctg/ctgcore.h"
+#include "apps/lib_ctg/ctgfile.h"
+#include "apps/lib_ctg/ctgroot.h"
+#include "apps/lib_ctg/ctgscan.h"
+
+namespace {
+
+int sign(int value) {
+    return (value > 0) - (value < 0);
+}
+
+TEST(CompFunc, TypeThenNameThenPath) {
+    const struct {
+        sort_entry entry;
+    } ascending[] = {
+        {{INT_MIN, const_cast<char *>("b"), const_cast<char *>("")}},
+        {{-7, const_cast<char *>("b"), const_cast<char *>("")}},
+        {{1, const_cast<char *>("z"), const_cast<char *>("z")}},
+        {{2, const_cast<char *>("Bolt"), const_cast<char *>("")}},
+        {{2, const_cast<char *>("bolt"), const_cast<char *>("")}},
+        {{2, const_cast<char *>("bolt"), const_cast<char *>("a")}},
+        {{2, const_cast<char *>("bolt"), const_cast<char *>("\xe9")}},
+        {{2, const_cast<char *>("bolt_"), const_cast<char *>("")}},
+        {{INT_MAX, const_cast<char *>("a"), const_cast<char *>("")}},
+    };
+    constexpr int COUNT = static_cast<int>(std::size(ascending));
+    for (int i = 0; i < COUNT; ++i) {
+        for (int j = 0; j < COUNT; ++j) {
+            EXPECT_EQ(sign(comp_func(&ascending[i].entry, &ascending[j].entry)), sign(i - j))
+                << i << " " << j;
+        }
+    }
+}
+
+class Library : public testing::Test {
+  protected:
+    Library() {
+        char pattern[] = "/tmp/vek_lib_XXXXXX";
+        root_ = mkdtemp(pattern);
+    }
+    ~Library() override { std::filesystem::remove_all(root_); }
+
+    void file(const char *name) const { std::ofstream(root_ + "/" + name); }
+
+    // The member count of the catalog after a build, -1 after a build that failed.
+    int members_built() const {
+        char root[PFA_PATH_SIZE];
+        std::snprintf(root, sizeof root, "%s/", root_.c_str());
+        if (make_catalog_file(root) != 1) {
+            return -1;
+        }
+        EXPECT_EQ(src_list, nullptr);
+        EXPECT_EQ(sorted_list, nullptr);
+        std::ifstream catalog(root_ + root_.substr(root_.rfind('/')) + ".ctg.1");
+        std::string name;
+        int members = -1;
+        catalog >> name >> members;
+        return members;
+    }
+
+    std::string root_;
+};
+
+// The second build must not be answered from the listing that the first one left in the cache.
+TEST_F(Library, BuiltTwiceInOneProcess) {
+    file("bolt.prt");
+    EXPECT_EQ(members_built(), 1);
+    file("nut.prt");
+    EXPECT_EQ(members_built(), 2);
+    std::filesystem::remove(root_ + "/bolt.prt");
+    EXPECT_EQ(members_built(), 1);
+}
+
+TEST_F(Library, StopsAtTheMostMembersThatTheListsHold) {
+    file("bolt.prt");
+    src_list = xar_alloc_of<member_record *>(MEMBER_LIMIT - 1, LIST_STEP);
+    std::strcpy(target_dir, root_.c_str());
+    const int prefix = static_cast<int>(root_.size()) + 1;
+    EXPECT_EQ(scan_dir(target_dir, prefix), CTG_DONE);
+    EXPECT_EQ(xar_count(&src_list), MEMBER_LIMIT);
+    EXPECT_EQ(scan_dir(target_dir, prefix), CTG_TOO_MANY);
+    EXPECT_EQ(xar_count(&src_list), MEMBER_LIMIT);
+    release_memory_used();
+    xar_free(&src_list);
+}
+
+TEST(ResolveRoot, PrefixCountsThePathOnly) {
+    const struct {
+        const char *root;
+        ctg_result result;
+        int prefix;
+    } rows[] = {
+        {"/usr/lib", CTG_DONE, 9},         {"C:/lib", CTG_DONE, 5},
+        {"otherhost:/lib/x", CTG_DONE, 7}, {"/////otherhost/lib/x", CTG_DONE, 7},
+        {"otherhost::lib", CTG_FAILED, 0}, {"otherhost:/lib/^", CTG_FAILED, 0},
+        {"///device/lib", CTG_FAILED, 0},  {"C:lib", CTG_FAILED, 0},
+        {"/usr/^", CTG_FAILED, 0},         {"/usr\\lib", CTG_FAILED, 0},
+    };
+    for (const auto &row : rows) {
+        char target[PFA_PATH_SIZE];
+        int prefix = 0;
+        EXPECT_EQ(resolve_root(row.root, target, &prefix), row.result) << row.root;
+        EXPECT_STREQ(target, row.root);
+        EXPECT_EQ(prefix, row.prefix) << row.root;
+    }
+}
+
+} // namespace
