@@ -19,25 +19,20 @@ int sign(int value) {
     return (value > 0) - (value < 0);
 }
 
+sort_entry entry_of(int type, const char *name, const char *path) {
+    return {type, const_cast<char *>(name), const_cast<char *>(path)};
+}
+
 TEST(CompFunc, TypeThenNameThenPath) {
-    const struct {
-        sort_entry entry;
-    } ascending[] = {
-        {{INT_MIN, const_cast<char *>("b"), const_cast<char *>("")}},
-        {{-7, const_cast<char *>("b"), const_cast<char *>("")}},
-        {{1, const_cast<char *>("z"), const_cast<char *>("z")}},
-        {{2, const_cast<char *>("Bolt"), const_cast<char *>("")}},
-        {{2, const_cast<char *>("bolt"), const_cast<char *>("")}},
-        {{2, const_cast<char *>("bolt"), const_cast<char *>("a")}},
-        {{2, const_cast<char *>("bolt"), const_cast<char *>("\xe9")}},
-        {{2, const_cast<char *>("bolt_"), const_cast<char *>("")}},
-        {{INT_MAX, const_cast<char *>("a"), const_cast<char *>("")}},
+    const sort_entry ascending[] = {
+        entry_of(INT_MIN, "b", ""),  entry_of(-7, "b", ""),    entry_of(1, "z", "z"),
+        entry_of(2, "Bolt", ""),     entry_of(2, "bolt", ""),  entry_of(2, "bolt", "a"),
+        entry_of(2, "bolt", "\xe9"), entry_of(2, "bolt_", ""), entry_of(INT_MAX, "a", ""),
     };
     constexpr int COUNT = static_cast<int>(std::size(ascending));
     for (int i = 0; i < COUNT; ++i) {
         for (int j = 0; j < COUNT; ++j) {
-            EXPECT_EQ(sign(comp_func(&ascending[i].entry, &ascending[j].entry)), sign(i - j))
-                << i << " " << j;
+            EXPECT_EQ(sign(comp_func(&ascending[i], &ascending[j])), sign(i - j)) << i << " " << j;
         }
     }
 }
