@@ -163,7 +163,8 @@ bool could_not_look(int error) {
     return error != 0 && error != ENOENT && error != ENOTDIR && error != ELOOP;
 }
 
-ctg_result take_entry(vek_file *entry, const scan_level *level) {
+// read_status tells whether the layer had room for the entry's directory beside its name.
+ctg_result take_entry(vek_file *entry, int read_status, const scan_level *level) {
     char path[PFA_PATH_SIZE];
     {
         char name[PFA_PATH_SIZE];
@@ -176,7 +177,7 @@ ctg_result take_entry(vek_file *entry, const scan_level *level) {
             return CTG_DONE;
         }
         const std::size_t name_length = std::strlen(name);
-        if (level->length + name_length >= sizeof path) {
+        if (read_status != PFA_E_NO_ERROR || level->length + name_length >= sizeof path) {
             std::printf("Warning: Path too long: %s%s\n", level->path, name);
             return CTG_DONE;
         }
@@ -219,8 +220,8 @@ ctg_result read_level(vek_file *directory, vek_file *entry, const scan_level *le
         if (is_out_of_memory(status)) {
             return CTG_OUT_OF_MEMORY;
         }
-        if (status == PFA_E_NO_ERROR) {
-            const ctg_result result = take_entry(entry, level);
+        if (status == PFA_E_NO_ERROR || status == PFA_E_INVALID_NAME) {
+            const ctg_result result = take_entry(entry, status, level);
             if (result != CTG_DONE) {
                 return result;
             }
