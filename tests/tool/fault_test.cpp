@@ -25,11 +25,12 @@ class Faults : public testing::Test {
 #ifdef VEK_SANITIZED
         GTEST_SKIP() << "the sanitizers have an allocator of their own";
 #endif
+        int parts = 0;
         for (int k = 0; k < 18; ++k) {
             for (const char *where :
                  {"", "sub/", "sub/deep/", "sub/deep/er/", "other.bak/", "z/"}) {
-                const std::string name = where + ("part" + std::to_string(k)) + where[0];
-                library_.file(name + (k % 2 == 0 ? ".prt.1" : ".ASM"));
+                const std::string number = std::to_string(parts++);
+                library_.file(where + ("part" + number) + (k % 2 == 0 ? ".prt.1" : ".ASM"));
             }
         }
         library_.file("sub/bolt.prt");
@@ -72,10 +73,11 @@ class Faults : public testing::Test {
     void expect_right_or_failed(const fault_result &fault, bool writes_may_fail) const {
         const std::string &output = fault.result.output;
         const std::string catalog = library_.catalog();
-        if (fault.result.status == 1) {
-            if (!writes_may_fail) {
-                EXPECT_EQ(catalog, read_library(library_.root(), refused(output)).catalog());
-            }
+        if (output.starts_with("Error initializing clump lock.")) { // the core ends the process
+            EXPECT_EQ(catalog, OLD_CATALOG);
+        } else if (fault.result.status == 1) {
+            const bool right = catalog == read_library(library_.root(), refused(output)).catalog();
+            EXPECT_TRUE(right || writes_may_fail) << catalog;
         } else {
             EXPECT_EQ(fault.result.status, 0);
             EXPECT_NE(output.find("Error: "), std::string::npos);
@@ -136,9 +138,9 @@ TEST_F(Faults, Fwrite) {
 TEST_F(Faults, DirectoryRemovedWhileScanning) {
     for (int at = 2; at <= 6; ++at) {
         const fault_result fault = run("opendir", at, false, library_.path("sub"));
+        std::filesystem::rename(library_.path("sub.gone"), library_.path("sub"));
         expect_right_or_failed(fault, false);
         EXPECT_EQ(fault.result.status, 1);
-        std::filesystem::rename(library_.path("sub.gone"), library_.path("sub"));
     }
 }
 
