@@ -1,0 +1,190 @@
+// Ordered trees: red-black rules under random operations against a set while memory runs out,
+// insertion modes, node blocks and misuse.
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <random>
+#include <set>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "coretools/ctmemmgr/btree_internal.h"
+#include "coretools/ctmemmgr/xar.h"
+#include "tests/support/child_process.h"
+#include "tests/support/failing_malloc.h"
+
+namespace {
+
+// Keys are small integers held by value: the first, 0, is a null pointer.
+void *word(int key) {
+    return reinterpret_cast<void *>(static_cast<std::intptr_t>(key));
+}
+
+int key_of(const void *data) {
+    return static_cast<int>(reinterpret_cast<std::intptr_t>(data));
+}
+
+int compare_keys(const void *a, const void *b) {
+    return key_of(a) - key_of(b);
+}
+
+int compare_tens(const void *a, const void *b) {
+    return key_of(a) / 10 - key_of(b) / 10;
+}
+
+rbtree_node *insert(btree *tree, int key) {
+    return insert_data_into_rbtree(tree, word(key), compare_keys);
+}
+
+bool red(const btree_node *node) {
+    return node != nullptr && static_cast<const rbtree_node *>(node)->colour == RBTREE_RED;
+}
+
+// The black height of a subtree.
+int check_rules(const btree_node *node, const btree_node *parent) {
+    if (node == nullptr) {
+        return 0;
+    }
+    EXPECT_EQ(node->parent, parent);
+    EXPECT_FALSE(red(node) && (red(parent) || parent == nullptr));
+    const int left = check_rules(node->left, node);
+    EXPECT_EQ(left, check_rules(node->right, node));
+    return left + (red(node) ? 0 : 1);
+}
+
+std::vector<int> keys_in_order(const btree *tree, int direction) {
+    std::vector<int> keys;
+    btree_node *node = nullptr;
+    while ((node = next_btree_node(tree, node, direction)) != nullptr) {
+        keys.push_back(key_of(node->data));
+    }
+    return keys;
+}
+
+void check_rbtree(const btree *tree, const std::set<int> &model) {
+    check_rules(tree->root, nullptr);
+    ASSERT_EQ(keys_in_order(tree, BTREE_NEXT), std::vector<int>(model.begin(), model.end()));
+    ASSERT_EQ(keys_in_order(tree, BTREE_PREVIOUS), std::vector<int>(model.rbegin(), model.rend()));
+}
+
+void check_locate(const btree *tree, const std::set<int> &model, int key) {
+    btree_node untouched{nullptr, nullptr, nullptr, word(-2)};
+    btree_node none{nullptr, nullptr, nullptr, word(-1)};
+    btree_node *equal = nullptr;
+    btree_node *below = &untouched;
+    btree_node *above = &untouched;
+    const int found = btree_locate(tree, word(key), compare_keys, &equal, &below, &above);
+    EXPECT_EQ(btree_lookup(tree, word(key), compare_keys), equal);
+    ASSERT_EQ(found, model.count(key));
+    const auto next = model.lower_bound(key);
+    const int before = next == model.begin() ? -1 : *std::prev(next);
+    const int after = next == model.end() ? -1 : *next;
+    EXPECT_EQ(key_of((equal == nullptr ? &none : equal)->data), found == 1 ? key : -1);
+    EXPECT_EQ(key_of((below == nullptr ? &none : below)->data), found == 1 ? -2 : before);
+    EXPECT_EQ(key_of((above == nullptr ? &none : above)->data), found == 1 ? -2 : after);
+}
+
+TEST(Rbtree, RandomOperationsAgreeWithASet) {
+    std::mt19937 random(3);
+    for (const unsigned keys : {1U, 3U, 40U, 300U}) {
+        btree *tree = nullptr;
+        for (long nth = 0; tree == nullptr; ++nth) {
+            fail_allocation(nth, false);
+            tree = new_rbtree(7);
+        }
+        std::set<int> model;
+        for (int i = 0; i < 3000; ++i) {
+            const int key = static_cast<int>(random() % keys);
+            // More insertions in some stretches, more deletions in others.
+            if (random() % 10 < (i / 500 % 2 == 0 ? 7U : 3U)) {
+                const bool fails = random() % 4 == 0;
+                fail_allocation(fails ? static_cast<long>(random() % 2) : NO_FAILURE, false);
+                const bool inserted = insert(tree, key) != nullptr;
+                fail_allocation(NO_FAILURE, false);
+                ASSERT_TRUE(inserted == (model.count(key) == 0) || (fails && !inserted));
+                if (inserted) {
+                    model.insert(key);
+                }
+            } else {
+                btree_node *node = btree_lookup(tree, word(key), compare_keys);
+                ASSERT_EQ(rbtree_delete_node(tree, node), model.erase(key));
+            }
+            check_rbtree(tree, model);
+            check_locate(tree, model, key);
+        }
+        // Released nodes are used again: the blocks hold no more than there were keys at once.
+        EXPECT_LE(xar_last(&tree->blocks)->capacity, std::max(7U, 2 * keys));
+        free_btree(&tree);
+    }
+}
+
+TEST(Rbtree, AscendingKeysBlocksAndDump) {
+    btree *tree = new_rbtree(0);
+    for (int key = 1; key <= 7; ++key) {
+        insert(tree, key);
+    }
+    const auto child = run_in_child([tree] {
+        dbg_dump_rbtree(tree, [](const void *data) { std::printf("%d", key_of(data)); });
+    });
+    EXPECT_EQ(child.out, "          [R] 7\n       [B] 6\n          [R] 5\n    [R] 4\n       [B] 3\n"
+                         "  [B] 2\n    [B] 1\n\n\n");
+    for (int key = 8; key <= 512 + 1024 + 2048 + 4096 + 6553 + 1; ++key) {
+        insert(tree, key);
+    }
+    std::vector<int> capacities;
+    for (int i = 0; i < xar_count(&tree->blocks); ++i) {
+        capacities.push_back(tree->blocks[i].capacity);
+    }
+    EXPECT_EQ(capacities, (std::vector<int>{512, 1024, 2048, 4096, 6553, 6553}));
+    free_btree(&tree);
+}
+
+TEST(Rbtree, NodesThatAreNotInTheTreeAreRefused) {
+    EXPECT_EQ(new_btree_low(0x7fffffff, 0x7fffffff, sizeof(rbtree_node)), nullptr);
+    btree *tree = new_rbtree(4);
+    rbtree_node *kept = insert(tree, 1);
+    rbtree_node *stale = insert(tree, 2);
+    rbtree_node foreign{};
+    EXPECT_EQ(rbtree_delete_node(tree, stale), 1);
+    auto *between = reinterpret_cast<btree_node *>(&kept->left);
+    for (btree_node *node : std::vector<btree_node *>{stale, &foreign, between, kept + 2}) {
+        EXPECT_EQ(btree_add_node_to_free_list(tree, node, sizeof(rbtree_node)), 0);
+        EXPECT_EQ(rbtree_delete_node(tree, node), 0);
+    }
+    EXPECT_EQ(rbtree_delete_node(tree, new_rbtree_node(tree)), 0); // hangs nowhere
+    check_rbtree(tree, {1});
+    free_btree(&tree);
+}
+
+// The tens order the keys; the last digit tells equal ones apart.
+TEST(Btree, InsertionModes) {
+    struct {
+        int mode;
+        std::vector<int> order;
+    } const rows[] = {
+        {BTREE_UNIQUE, {10, 20, 30}},
+        {BTREE_BEFORE_EQUAL, {11, 10, 24, 22, 20, 30}},
+        {BTREE_AFTER_EQUAL, {10, 11, 20, 22, 24, 30}},
+        {3, {10, 20, 30}},
+    };
+    for (const auto &row : rows) {
+        btree *tree = new_btree_low(1, BTREE_NODES_PER_BLOCK, sizeof(btree_node));
+        for (const int key : {20, 10, 30, 22, 11, 24}) {
+            const bool inserts = key % 10 == 0 || row.mode % 3 != 0;
+            btree_node *own = key == 11 ? new_btree_node(tree) : nullptr;
+            btree_node *node = own;
+            EXPECT_EQ(insert_node_into_btree(tree, &node, word(key), compare_tens, row.mode),
+                      inserts);
+            if (own != nullptr || (row.mode == 3 && !inserts)) {
+                EXPECT_EQ(node, own);
+            } else {
+                EXPECT_EQ(key_of(node->data), inserts ? key : key / 10 * 10);
+            }
+        }
+        EXPECT_EQ(keys_in_order(tree, BTREE_NEXT), row.order);
+        free_btree(&tree);
+    }
+}
+
+} // namespace
