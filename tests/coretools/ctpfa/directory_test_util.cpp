@@ -1,0 +1,66 @@
+#include "tests/coretools/ctpfa/directory_test_util.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "coretools/ctpfa/pfadir.h"
+#include "coretools/ctpfa/pfaget.h"
+#include "coretools/ctpfa/pfamem.h"
+#include "coretools/ctpfa/pfapars.h"
+#include "coretools/ctpfa/pfastream.h"
+
+std::time_t test_clock = 0;
+
+extern "C" std::time_t time(std::time_t *out) noexcept {
+    timespec now = {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    const std::time_t answer = test_clock != 0 ? test_clock : now.tv_sec;
+    if (out != nullptr) {
+        *out = answer;
+    }
+    return answer;
+}
+
+scratch_tree::scratch_tree() {
+    char made[] = "/tmp/pfa_test.XXXXXX";
+    path = std::string(mkdtemp(made)) + "/";
+}
+
+scratch_tree::~scratch_tree() {
+    std::filesystem::remove_all(path);
+}
+
+scoped_record::scoped_record(const std::string &name) {
+    if (pfa_alloc_vek_file(&file) == PFA_E_NO_ERROR && !name.empty()) {
+        pfa_parse_to_vek_file(file, name.c_str());
+    }
+}
+
+scoped_record::~scoped_record() {
+    pfa_close(file);
+    pfa_free_vek_file(&file);
+}
+
+void write_text(const std::string &path, const std::string &text) {
+    std::ofstream(path, std::ios::binary) << text;
+}
+
+std::vector<std::string> read_names(vek_file *directory) {
+    std::vector<std::string> names;
+    scoped_record entry;
+    while (pfa_read_dir(directory, entry) == PFA_E_NO_ERROR) {
+        char name[PFA_PATH_SIZE];
+        pfa_get_file_name_mixed_case(entry, PFA_NAME_AND_VERSION, name, 0);
+        names.push_back(name);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::string location_of(vek_file *record) {
+    char text[PFA_PATH_SIZE] = "";
+    pfa_get_location(record, text, nullptr);
+    return text;
+}

@@ -1,0 +1,160 @@
+#include "tests/coretools/ctpfa/memory_location.h"
+
+#include <cstring>
+#include <set>
+
+#include "coretools/ctpfa/pfa_dir_filter.h"
+#include "coretools/ctpfa/pfacomponent.h"
+#include "coretools/ctpfa/pfadirpath.h"
+#include "coretools/ctpfa/pfaloc.h"
+#include "coretools/ctpfa/pfapars.h"
+#include "coretools/ctpfa/pfaput.h"
+#include "tests/coretools/ctpfa/directory_test_util.h"
+
+namespace {
+
+constexpr int TYPE = PfaInSession;
+
+memory_store store;
+
+struct memory_stream {
+    std::string *file;
+    std::size_t position = 0;
+};
+
+struct memory_listing {
+    std::set<std::string> names;
+    std::set<std::string>::iterator next;
+    int generation;
+};
+
+memory_listing *listing_of(void **data) {
+    return static_cast<memory_listing *>(*data);
+}
+
+int claim(vek_file *record, plm_ptr name_in, plm_ptr, plm_ptr rest) {
+    const char *name = name_in.as<const char>();
+    if (name == nullptr || std::strncmp(name, "mem:/", 5) != 0) {
+        return PFA_E_INVALID_INPUT;
+    }
+    const std::string path(name + 4);
+    const std::size_t length = rest.as<void>() ? path.rfind('/') + 1 : path.size();
+    if (rest.as<void>() != nullptr) {
+        *rest.as<std::int16_t>() = static_cast<std::int16_t>(length + 4);
+    }
+    return pfa_put_path(record, path.substr(0, length).c_str());
+}
+
+int location_string(vek_file *record, plm_ptr out, plm_ptr length_in, int capacity) {
+    auto *length = length_in.as<std::int16_t>();
+    pfa_strcat("mem:", out.as<char>(), length);
+    return pfa_append_component(record, PFA_PATH, out.as<char>(), length, capacity);
+}
+
+int open_file(vek_file *record, void **data, plm_ptr, plm_ptr mode, int) {
+    char name[PFA_PATH_SIZE];
+    pfa_get_full_name(record, name);
+    store.generation += mode.as<const char>()[0] == 'w';
+    *data = new memory_stream{&store.files[name]};
+    return 0;
+}
+
+int close_file(vek_file *, void **data) {
+    delete static_cast<memory_stream *>(*data);
+    return store.close_status;
+}
+
+int write_file(vek_file *, void **data, plm_ptr bytes, int size, int) {
+    static_cast<memory_stream *>(*data)->file->append(bytes.as<const char>(), std::size_t(size));
+    return 0;
+}
+
+int read_file(vek_file *, void **data, plm_ptr out, plm_ptr count, int size) {
+    auto *stream = static_cast<memory_stream *>(*data);
+    const auto read = stream->file->copy(out.as<char>(), std::size_t(size), stream->position);
+    stream->position += read;
+    *count.as<int>() = static_cast<int>(read);
+    return read == 0 ? PFA_E_QUIT : 0;
+}
+
+int open_dir(vek_file *, void **data, plm_ptr location, plm_ptr pattern) {
+    if (store.open_status == PFA_E_NO_ACCESS) {
+        return store.open_status;
+    }
+    if (*data == nullptr) {
+        const std::string prefix =
+            location.as<const char>() + std::string(pattern.as<void>() ? pattern.as<char>() : "");
+        const std::size_t start = std::strlen(location.as<const char>());
+        auto *listing = new memory_listing{{}, {}, store.generation};
+        for (auto at = store.files.lower_bound(prefix);
+             at != store.files.end() && at->first.rfind(prefix, 0) == 0; ++at) {
+            listing->names.insert(at->first.substr(start, at->first.find('/', start) - start));
+        }
+        *data = listing;
+        ++store.listings_made;
+    }
+    listing_of(data)->next = listing_of(data)->names.begin();
+    return store.open_status;
+}
+
+int read_dir(vek_file *directory, void **data, plm_ptr out, plm_ptr filter_in, plm_ptr argument,
+             int) {
+    const auto *filter = filter_in.as<const pfa_dir_filter>();
+    while (listing_of(data)->next != listing_of(data)->names.end()) {
+        const char *name = (listing_of(data)->next++)->c_str();
+        if (filter == nullptr || filter->by_name(directory, name, argument.as<void>()) == 0) {
+            return parse_to_pfa(out.as<vek_file>(), 0, name);
+        }
+    }
+    return PFA_E_QUIT;
+}
+
+int close_dir(vek_file *, void **data) {
+    delete listing_of(data);
+    return 0;
+}
+
+bool register_memory_location() {
+    const scoped_record first; // the system registers its own types before
+    pfa_loc_register_setup(TYPE);
+    pfa_loc_method_register<PfaHostIdx>(
+        TYPE, +[](vek_file *) { return -1; });
+    pfa_loc_method_register<PfaDeviceIdx>(
+        TYPE, +[](vek_file *) { return -1; });
+    pfa_loc_method_register<PfaPathIdx>(
+        TYPE, +[](vek_file *) -> int { return PFA_PATH; });
+    pfa_loc_method_register<PfaClaimLocation>(TYPE, claim);
+    pfa_loc_method_register<PfaGetLocationString>(TYPE, location_string);
+    pfa_loc_method_register<PfaGetNeutralLocation>(TYPE, location_string);
+    pfa_loc_method_register<PfaFopen>(TYPE, open_file);
+    pfa_loc_method_register<PfaCloseFile>(TYPE, close_file);
+    pfa_loc_method_register<PfaWriteFile>(TYPE, write_file);
+    pfa_loc_method_register<PfaReadFile>(TYPE, read_file);
+    pfa_loc_method_register<PfaDirOpen>(TYPE, open_dir);
+    pfa_loc_method_register<PfaDirReadNext>(TYPE, read_dir);
+    pfa_loc_method_register<PfaDirClose>(TYPE, close_dir);
+    pfa_loc_method_register<PfaDirCanOpenSubset>(
+        TYPE, +[](vek_file *) { return 0; });
+    pfa_loc_method_register<PfaIsVirtualFolder>(
+        TYPE, +[](vek_file *) { return store.is_virtual; });
+    pfa_loc_method_register<PfaDirCacheEligible>(
+        TYPE, +[](vek_file *, plm_ptr) { return store.eligible; });
+    pfa_loc_method_register<PfaDirCacheInvalid>(
+        TYPE, +[](vek_file *, void **data, plm_ptr) -> int {
+            return listing_of(data)->generation != store.generation;
+        });
+    pfa_loc_method_register<PfaMakeParent>(
+        TYPE,
+        +[](vek_file *record, vek_file *parent) { return pfa_copy_vek_file(record, parent); });
+    return pfa_loc_register_setup(0) == 1;
+}
+
+} // namespace
+
+memory_store &fresh_memory_store() {
+    static const bool registered = register_memory_location();
+    const int generation = store.generation + registered; // no listing of before is of use
+    store = memory_store();
+    store.generation = generation;
+    return store;
+}

@@ -1,0 +1,151 @@
+// Records made from records, the current and home directory, and the names of notices.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <unistd.h>
+
+#include "coretools/ctpfa/pfacurdir.h"
+#include "coretools/ctpfa/pfadir.h"
+#include "coretools/ctpfa/pfadircache.h"
+#include "coretools/ctpfa/pfadirpath.h"
+#include "coretools/ctpfa/pfamem.h"
+#include "coretools/ctpfa/pfapars.h"
+#include "coretools/ctpfa/pfastream.h"
+#include "tests/coretools/ctpfa/directory_test_util.h"
+
+namespace {
+
+std::string full_name(vek_file *record) {
+    char name[PFA_PATH_SIZE] = "";
+    pfa_get_full_name_mixed_case(record, name, 0);
+    return name;
+}
+
+TEST(pfadirpath, ParentDirectoryAndSubdirectory) {
+    const std::string here = location_of(pfa_get_cur_dir());
+    const struct {
+        std::string name;
+        std::string parent;    // pfa_make_parent; empty: PFA_E_ROOT_DIR
+        std::string directory; // extract_pfa_dir
+        std::string subdir;    // pfa_make_subdir of that with "s"
+    } rows[] = {
+        {"/a/b/", "/a/", "/a/b/", "/a/b/s/"},
+        {"/a/", "/", "/a/", "/a/s/"},
+        {"/", "", "/", "/s/"},
+        {"//", "", "/", "/s/"},
+        {"/a//", "/", "/a/", "/a/s/"},
+        {"/a/../", "", "/", "/s/"},
+        {"/../", "", "/../", "/../s/"},
+        {"/a/b/p.prt.3", "/a/b/", "/a/b/", "/a/b/s/"},
+        {"p.prt", here, "./", "s/"},
+        {"x/", here, "x/", "x/s/"},
+    };
+    for (const auto &row : rows) {
+        scoped_record record, parent, subdir;
+        parse_to_pfa(record, 1, row.name.c_str());
+        const int status = row.parent.empty() ? PFA_E_ROOT_DIR : PFA_E_NO_ERROR;
+        EXPECT_EQ(pfa_make_parent(record, parent), status) << row.name;
+        if (status == PFA_E_NO_ERROR) {
+            EXPECT_EQ(full_name(parent), row.parent) << row.name;
+            EXPECT_EQ(parent->type * 10 + parent->version, -50);
+        }
+        vek_file *directory = extract_pfa_dir(record);
+        ASSERT_NE(directory, nullptr) << row.name;
+        EXPECT_EQ(full_name(directory), row.directory) << row.name;
+        EXPECT_EQ(pfa_make_subdir(directory, "s", subdir), 0) << row.name;
+        EXPECT_EQ(full_name(subdir), row.subdir) << row.name;
+        pfa_free_vek_file(&directory);
+        EXPECT_EQ(pfa_make_parent(record, record), status) << row.name;
+    }
+}
+
+// HOME and the working directory are read at the first use: each case has a process of its own,
+// whose exit code counts what went wrong.
+TEST(pfacurdir, ReadsHomeOnce) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto run = [] {
+        scoped_record home;
+        int wrong = unsetenv("HOME") != 0 || pfa_get_home_dir(home) != PFA_E_ERROR;
+        for (const std::string &bad :
+             {std::string("~"), std::string("~/x"), std::string(300, 'h')}) {
+            setenv("HOME", bad.c_str(), 1);
+            wrong += pfa_get_home_dir(home) != PFA_E_ERROR;
+        }
+        setenv("HOME", "/no/such.prt.2", 1);
+        wrong += pfa_get_home_dir(nullptr) != PFA_E_NOT_VALID;
+        setenv("HOME", "/later", 1);
+        wrong += pfa_get_home_dir(home) != 0 || home->type != -5;
+        _exit(wrong + (full_name(home) != "/no/such.prt.2/"));
+    };
+    EXPECT_EXIT(run(), testing::ExitedWithCode(0), "");
+}
+
+TEST(pfacurdir, ReadsTheWorkingDirectoryOnce) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto run = [] {
+        scratch_tree tree;
+        int wrong = get_Cur_Dir() != nullptr || chdir(tree.path.c_str()) != 0;
+        vek_file *current = pfa_get_cur_dir();
+        wrong += chdir("/") != 0 || location_of(current) != tree.path;
+        wrong += pfa_get_cur_dir() != current || get_Cur_Dir() != current;
+        scoped_record relative("x/"), absolute(tree.path);
+        load_pfa_cur_dir(relative);
+        wrong += location_of(current) != "/" || pfa_open_dir(current) != 0;
+        load_pfa_cur_dir(absolute);
+        wrong += location_of(current) != tree.path || current->flags != 0;
+        wrong += pfa_make_absolute_path(relative) != 0 || location_of(relative) != tree.path + "x/";
+        // A working directory that exists no more.
+        wrong += chdir(tree.path.c_str()) != 0 || rmdir(tree.path.c_str()) != 0;
+        load_pfa_cur_dir(nullptr);
+        wrong += location_of(current) != "" || pfa_make_parent(current, absolute) != PFA_E_ROOT_DIR;
+        scoped_record unlocated("y/");
+        _exit(wrong + (pfa_open_dir(unlocated) != PFA_E_INVALID_NAME));
+    };
+    EXPECT_EXIT(run(), testing::ExitedWithCode(0), "");
+}
+
+bool is_cached(const std::string &key) {
+    return pfa_dir_from_cache(key.c_str(), nullptr, nullptr, 1, nullptr, 0) != 0;
+}
+
+// Whatever the form of the name, the listing is found, nothing expanded and errno kept.
+TEST(pfadircache_update, FindsTheListingThatANoticeConcerns) {
+    scratch_tree tree;
+    std::filesystem::create_directories(tree.path + "sub/$HOME");
+    const std::string here = std::filesystem::current_path().string() + "/";
+    const std::string from_here = std::filesystem::relative(tree.path, here).string() + "/";
+    const auto file = [](const std::string &name) { pfa_file_name_update_dir_cache(name.c_str()); };
+    const auto dir = [](const std::string &name) { pfa_dir_name_update_cache(name.c_str()); };
+    const auto record = [](const std::string &name) { pfa_dir_cache_update(scoped_record(name)); };
+    const struct {
+        std::string key;
+        std::function<void(const std::string &)> notice;
+        std::string name;
+    } rows[] = {
+        {tree.path + "sub/", file, tree.path + "sub/x.prt.1"},
+        {tree.path + "sub/$HOME/", file, tree.path + "sub/$HOME/x"},
+        {tree.path + "sub/", file, tree.path + "sub/../sub//x"},
+        {tree.path + "sub/", file, from_here + "sub/x"},
+        {tree.path + "sub/", dir, tree.path + "sub/"},
+        {tree.path + "sub/", dir, from_here + "sub"},
+        {tree.path, record, tree.path + "sub/"},
+        {here, dir, ""},
+        {here, dir, ".\\"},
+        {here, file, "x.prt"},
+    };
+    for (const auto &row : rows) {
+        scoped_record opened;
+        parse_to_pfa(opened, 1, row.key.c_str());
+        ASSERT_EQ(pfa_open_dir(opened) + pfa_close(opened), 0) << row.key;
+        ASSERT_TRUE(is_cached(row.key));
+        errno = ENOENT;
+        row.notice(row.name);
+        EXPECT_EQ(errno, ENOENT);
+        EXPECT_FALSE(is_cached(row.key)) << row.name;
+    }
+}
+
+} // namespace
