@@ -19,7 +19,6 @@
 #include "coretools/ctpfa/pfamem.h"
 #include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfastream.h"
-#include "coretools/ctpfafs/vek_is_dir.h"
 
 namespace {
 
@@ -158,13 +157,19 @@ ctg_result take_directory(vek_file *entry, char *path, const scan_level *level) 
     return result == CTG_FAILED ? CTG_DONE : result;
 }
 
-// Whether the layer's look at an entry left an errno that says more than "no directory there".
+// What reading an entry told beside its name.
+struct entry_answers {
+    int status;
+    int is_dir;
+    int error; // errno of the look at the entry, where one was needed
+};
+
+// Whether an errno says more than that no directory is there.
 bool could_not_look(int error) {
     return error != 0 && error != ENOENT && error != ENOTDIR && error != ELOOP;
 }
 
-// read_status tells whether the layer had room for the entry's directory beside its name.
-ctg_result take_entry(vek_file *entry, int read_status, const scan_level *level) {
+ctg_result take_entry(vek_file *entry, const entry_answers &read, const scan_level *level) {
     char path[PFA_PATH_SIZE];
     {
         char name[PFA_PATH_SIZE];
@@ -177,16 +182,14 @@ ctg_result take_entry(vek_file *entry, int read_status, const scan_level *level)
             return CTG_DONE;
         }
         const std::size_t name_length = std::strlen(name);
-        if (read_status != PFA_E_NO_ERROR || level->length + name_length >= sizeof path) {
+        if (read.status == PFA_E_INVALID_NAME || level->length + name_length >= sizeof path) {
             std::printf("Warning: Path too long: %s%s\n", level->path, name);
             return CTG_DONE;
         }
         std::memcpy(path, level->path, level->length);
         std::memcpy(path + level->length, name, name_length + 1);
     }
-    errno = 0;
-    const int status = pfa_to_standard_form(entry);
-    const int error = errno;
+    const int status = pfa_to_standard_form_private(entry, read.is_dir);
     if (is_out_of_memory(status)) {
         return CTG_OUT_OF_MEMORY;
     }
@@ -194,13 +197,11 @@ ctg_result take_entry(vek_file *entry, int read_status, const scan_level *level)
     if (type == OBJ_TYPE_DIRECTORY) {
         return take_directory(entry, path, level);
     }
-    // A directory's record needs room for a final '/' and the extension DIR.
-    constexpr std::size_t LONGEST_DIRECTORY = PFA_PATH_SIZE - 1 - 4;
-    if (std::strlen(path) > LONGEST_DIRECTORY && vek_is_dir(path) != 0) {
+    if (read.is_dir != 0) { // its record has no room for the final '/' and the extension DIR
         std::printf("Warning: Path too long: %s\n", path);
         return CTG_DONE;
     }
-    if (could_not_look(error)) {
+    if (could_not_look(read.error)) {
         std::printf("Warning: No access to %s\n", path);
     }
     if (type == OBJ_TYPE_NO_MEMBER || status != PFA_E_NO_ERROR) {
@@ -213,22 +214,25 @@ ctg_result take_entry(vek_file *entry, int read_status, const scan_level *level)
 // that name; the other failures would come back for ever, and end the listing.
 ctg_result read_level(vek_file *directory, vek_file *entry, const scan_level *level) {
     for (;;) {
-        const int status = pfa_read_dir(directory, entry);
-        if (status == PFA_E_QUIT) {
+        entry_answers read = {};
+        errno = 0;
+        read.status = pfa_read_dir_and_kind(directory, entry, &read.is_dir);
+        read.error = errno;
+        if (read.status == PFA_E_QUIT) {
             return CTG_DONE;
         }
-        if (is_out_of_memory(status)) {
+        if (is_out_of_memory(read.status)) {
             return CTG_OUT_OF_MEMORY;
         }
-        if (status == PFA_E_NO_ERROR || status == PFA_E_INVALID_NAME) {
-            const ctg_result result = take_entry(entry, status, level);
+        if (read.status == PFA_E_NO_ERROR || read.status == PFA_E_INVALID_NAME) {
+            const ctg_result result = take_entry(entry, read, level);
             if (result != CTG_DONE) {
                 return result;
             }
             continue;
         }
         std::printf("Warning: Could not read an entry of %s\n", level->path);
-        if (status == -1 || status == PFA_E_INACTIVE || status == PFA_E_NOT_VALID ||
+        if (read.status == -1 || read.status == PFA_E_INACTIVE || read.status == PFA_E_NOT_VALID ||
             directory->location_handle == nullptr) {
             return CTG_DONE;
         }

@@ -1,6 +1,8 @@
 // Opens, reads and closes directories, through the directory cache.
 #include "coretools/ctpfa/pfadir.h"
 
+#include "coretools/ctpfa/pfa_dir_filter.h"
+
 #include <cstdio>
 
 #include "coretools/ctfileutil/objextension.h"
@@ -59,6 +61,27 @@ void trace_opening(const char *key, const char *subset, bool from_cache) {
     }
 }
 
+// With a filter the location is asked for each entry's kind.
+int read_next(vek_file *directory, vek_file *entry, const pfa_dir_filter *filter, void *argument) {
+    if (!is_directory_record(directory) || !pfa_is_valid(entry)) {
+        return PFA_E_NOT_VALID;
+    }
+    if (!pfa_file_is_open(directory)) {
+        return PFA_E_INACTIVE;
+    }
+    if (pfa_file_is_open(entry)) {
+        return PFA_E_NOT_ALLOWED;
+    }
+    const int status = pfaloc_call_FLPPPI(directory, PfaDirReadNext, entry, filter, argument,
+                                          filter != nullptr ? 1 : 0);
+    if (status != PFA_E_NO_ERROR) {
+        return status;
+    }
+    entry->type = OBJ_TYPE_NOT_YET;
+    return pfa_copy_location(directory, entry) == PFA_E_NO_ERROR ? PFA_E_NO_ERROR
+                                                                 : PFA_E_INVALID_NAME;
+}
+
 } // namespace
 
 int pfa_open_dir(vek_file *directory) {
@@ -108,22 +131,16 @@ int pfa_open_dir_subset(vek_file *directory, const char *subset) {
 }
 
 int pfa_read_dir(vek_file *directory, vek_file *entry) {
-    if (!is_directory_record(directory) || !pfa_is_valid(entry)) {
-        return PFA_E_NOT_VALID;
-    }
-    if (!pfa_file_is_open(directory)) {
-        return PFA_E_INACTIVE;
-    }
-    if (pfa_file_is_open(entry)) {
-        return PFA_E_NOT_ALLOWED;
-    }
-    const int status = pfaloc_call_FLPPPI(directory, PfaDirReadNext, entry, nullptr, nullptr, 0);
-    if (status != PFA_E_NO_ERROR) {
-        return status;
-    }
-    entry->type = OBJ_TYPE_NOT_YET;
-    return pfa_copy_location(directory, entry) == PFA_E_NO_ERROR ? PFA_E_NO_ERROR
-                                                                 : PFA_E_INVALID_NAME;
+    return read_next(directory, entry, nullptr, nullptr);
+}
+
+int pfa_read_dir_and_kind(vek_file *directory, vek_file *entry, int *is_dir) {
+    static constexpr pfa_dir_filter TAKE_AND_TELL = {
+        nullptr, [](vek_file *, const char *, int answer, void *argument) {
+            *static_cast<int *>(argument) = answer;
+            return 0;
+        }};
+    return read_next(directory, entry, &TAKE_AND_TELL, is_dir);
 }
 
 int pfa_close_dir(vek_file *directory) {

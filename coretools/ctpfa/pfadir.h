@@ -31,6 +31,9 @@ int pfa_open_dir_subset(vek_file *directory, const char *subset);
 //   -1                   the location offers no "PfaDirReadNext"
 //   otherwise            what the location answers
 int pfa_read_dir(vek_file *directory, vek_file *entry);
+// The same, and whether the entry is a directory: 1 or 0 in *is_dir. The listing mostly knows;
+// where the location has to ask for it, a failure to find out answers 0 and leaves its errno.
+int pfa_read_dir_and_kind(vek_file *directory, vek_file *entry, int *is_dir);
 
 // Closes an open directory record, which the caller (pfa_close) has checked. A listing on loan goes
 // back to the cache. PFA_E_NO_ACCESS for a record whose listing is out on loan: it stays open.

@@ -64,11 +64,15 @@ pfafs_directory *new_directory(unix_dir *listing) {
         release_directory(block);
         return nullptr;
     }
-    std::fill_n(block->dir_flags, count, DIR_FLAG_UNKNOWN);
+    for (int i = 0; i < count; ++i) {
+        const char *name = listing->names[i];
+        block->dir_flags[i] = name == nullptr ? DIR_FLAG_UNKNOWN : os_listed_as_dir(name);
+    }
     return block;
 }
 
-// Whether the entry just read is a directory: asked of the host once an entry, kept after that.
+// Whether the entry just read is a directory: as it was listed, or asked of the host once an entry
+// (errno then as vek_is_dir left it) and kept after that.
 // path holds 260 characters; path_length is that of the directory's name in it, which is built at
 // the first question of a call: -1 before, 260 when it cannot be built.
 int entry_is_dir(vek_file *directory, pfafs_directory *block, const char *entry, char *path,

@@ -15,7 +15,7 @@ namespace {
 constexpr int NAMES_STEP = 10;
 constexpr int FIRST_TEXT_SIZE = 1024;
 
-// The names read so far, one after the other, each with its terminating zero.
+// The names read so far, one after the other: a byte with the kind, the name, its terminating zero.
 struct name_text {
     char *text = nullptr;
     int used = 0;
@@ -25,7 +25,8 @@ struct name_text {
 
 // While a directory is open, memory comes from getmem_null: a failure of getmem may jump past the
 // closedir. False when memory is exhausted; the names stay as they were.
-bool add_name(name_text *names, const char *name, int size) {
+bool add_name(name_text *names, const dirent *entry) {
+    const int size = static_cast<int>(std::strlen(entry->d_name)) + 2;
     if (size > names->size - names->used) {
         if (names->size > INT_MAX / 2) {
             return false;
@@ -42,7 +43,8 @@ bool add_name(name_text *names, const char *name, int size) {
         names->text = text;
         names->size = new_size;
     }
-    std::memcpy(names->text + names->used, name, static_cast<std::size_t>(size));
+    names->text[names->used] = static_cast<char>(entry->d_type);
+    std::memcpy(names->text + names->used + 1, entry->d_name, static_cast<std::size_t>(size) - 1);
     names->used += size;
     ++names->count;
     return true;
@@ -61,8 +63,7 @@ int read_names(DIR *directory, name_text *names) {
         if (entry == nullptr) {
             return errno;
         }
-        const char *name = entry->d_name;
-        if (is_listed(name) && !add_name(names, name, static_cast<int>(std::strlen(name)) + 1)) {
+        if (is_listed(entry->d_name) && !add_name(names, entry)) {
             return ENOMEM;
         }
     }
@@ -78,10 +79,10 @@ char **index_names(const name_text &names) {
     if (array == nullptr) {
         return nullptr;
     }
-    char *name = names.text;
+    char *kind = names.text;
     for (int i = 0; i < names.count; ++i) {
-        array[i] = name;
-        name += std::strlen(name) + 1;
+        array[i] = kind + 1;
+        kind += std::strlen(kind + 1) + 2;
     }
     return array;
 }
@@ -123,6 +124,18 @@ const char *unix_readdir(unix_dir *snapshot, int *index) {
     return name;
 }
 
+int unix_listed_as_dir(const char *name) {
+    switch (static_cast<unsigned char>(name[-1])) {
+    case DT_DIR:
+        return 1;
+    case DT_LNK:
+    case DT_UNKNOWN:
+        return -1;
+    default:
+        return 0;
+    }
+}
+
 int unix_closedir(unix_dir *snapshot) {
     if (snapshot != nullptr) {
         xar_free(&snapshot->names);
@@ -138,6 +151,10 @@ unix_dir *os_opendir(const char *name, const char *pattern) {
 
 const char *os_readdir(unix_dir *snapshot, int *index) {
     return unix_readdir(snapshot, index);
+}
+
+int os_listed_as_dir(const char *name) {
+    return unix_listed_as_dir(name);
 }
 
 int os_closedir(unix_dir *snapshot) {
