@@ -192,7 +192,9 @@ TEST(Golden, UnreadableDirectory) {
     library.file("open/bolt.prt");
     library.file("shut/bolt.prt");
     library.file("listed/bolt.prt");
-    library.file("listed/readme.txt");
+    library.file("listed/sub/bolt.prt");
+    library.link("listed/linked.prt", "bolt.prt");
+    library.link("listed/link", "sub");
     chmod(library.path("shut").c_str(), 0);
     chmod(library.path("listed").c_str(), 0744); // its names can be read, its files not looked at
     tool_run run;
@@ -201,12 +203,14 @@ TEST(Golden, UnreadableDirectory) {
     chmod(library.path("shut").c_str(), 0755);
     chmod(library.path("listed").c_str(), 0755);
     if (geteuid() == 0) {
-        const model_library model = read_library(library.root(), {"shut"});
+        const model_library model =
+            read_library(library.root(), {"shut", "listed/sub", "listed/link"});
         const std::string no_access = "Warning: No access to " + library.root();
         EXPECT_EQ(result.status, 1);
         EXPECT_EQ(sorted_lines(result.output),
-                  sorted_lines(no_access + "/shut/\n" + no_access + "/listed/bolt.prt\n" +
-                               no_access + "/listed/readme.txt\n" + model.duplicate_report()));
+                  sorted_lines(no_access + "/shut/\n" + no_access + "/listed/sub/\n" + no_access +
+                               "/listed/link\n" + no_access + "/listed/linked.prt\n" +
+                               model.duplicate_report()));
         EXPECT_EQ(library.catalog(), model.catalog());
     }
 }
