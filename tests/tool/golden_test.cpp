@@ -1,4 +1,5 @@
 // Whole runs on libraries as people have them: the catalog and the messages, byte for byte.
+#include <cstring>
 #include <fstream>
 #include <string>
 
@@ -257,6 +258,23 @@ TEST(Golden, RootForms) {
         }
         EXPECT_EQ(result, (tool_result{1, model.duplicate_report()})) << row.root;
         EXPECT_EQ(library.catalog(), model.catalog()) << row.root;
+    }
+}
+
+TEST(Golden, RootOnThisHostByName) {
+    char host[64];
+    gethostname(host, sizeof host);
+    if (std::strlen(host) >= 32) {
+        GTEST_SKIP() << "the host's name is too long for a root";
+    }
+    scratch_library library;
+    library.file("bolt.prt");
+    library.file("sub/dir/bolt.prt");
+    for (const std::string &before : {host + std::string(":"), std::string("/////") + host}) {
+        const model_library model{before + library.root(), read_library(library.root()).members};
+        unlink(library.catalog_path().c_str());
+        EXPECT_EQ(build_catalog(model.root), (tool_result{1, model.duplicate_report()}));
+        EXPECT_EQ(library.catalog(), model.catalog());
     }
 }
 
