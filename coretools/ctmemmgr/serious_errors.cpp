@@ -119,7 +119,7 @@ static void put_in_trail(const char *text) {
 }
 
 // The trail's line for a report: name and message, 258 characters at most and always without the
-// last character. Without a prefix and message it is empty.
+// last character.
 static void make_trail_line(char (&line)[TRAIL_SIZE], const char *name, const char *message) {
     std::snprintf(line, sizeof line, "%s  :", name);
     const std::size_t prefix = std::strlen(line);
