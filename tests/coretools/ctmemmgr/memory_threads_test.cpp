@@ -1,0 +1,119 @@
+// Eight threads at once on blocks, pools and the debugging switches: nothing races, nothing is
+// lost.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstring>
+#include <random>
+#include <thread>
+#include <vector>
+
+#include "basictk/baselib/inc/thrThread.h"
+#include "coretools/ctmemmgr/block_debug.h"
+#include "coretools/ctmemmgr/getmem.h"
+#include "coretools/ctmemmgr/memory_loop.h"
+#include "coretools/ctmemmgr/pools.h"
+#include "coretools/ctmemmgr/zones.h"
+
+namespace {
+
+constexpr int THREADS = 8;
+
+void use_memory(unsigned seed, int pool, int zone) {
+    std::mt19937 random(seed);
+    std::vector<unsigned char *> live;
+    for (int step = 0; step < 4000; step++) {
+        const int size = static_cast<int>(random() % 700 + 1);
+        void *fresh = nullptr;
+        switch (random() % 6) {
+        case 0:
+        case 1:
+            fresh = getmem(size);
+            break;
+        case 2:
+            fresh = getmem_pool(pool);
+            break;
+        case 3:
+            if (!live.empty()) {
+                fresh = relocmem_xar(live.back(), size, 0);
+                live.pop_back();
+            }
+            break;
+        case 4:
+            std::memset(zone_getmem(zone, 16), 1, 16);
+            break;
+        default:
+            for (int i = 0; i < 3 && !live.empty(); i++) {
+                std::swap(live[random() % live.size()], live.back());
+                ASSERT_EQ(live.back()[0], seed);
+                rlsmem(live.back());
+                live.pop_back();
+            }
+        }
+        if (fresh != nullptr) {
+            live.push_back(static_cast<unsigned char *>(fresh));
+            live.back()[0] = static_cast<unsigned char>(seed);
+        }
+        if (step % 500 == 0) {
+            ASSERT_EQ(check_memory_chain(), 0);
+            ASSERT_EQ(check_mem_pool(pool), 0);
+        }
+    }
+    for (unsigned char *data : live) {
+        rlsmem(data);
+    }
+}
+
+void run_threads(int pool, int zone) {
+    std::vector<std::thread> threads;
+    for (unsigned i = 0; i < THREADS; i++) {
+        threads.emplace_back(use_memory, i + 1, pool, zone);
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+}
+
+TEST(MemoryThreads, TotalsReturnToTheStart) {
+    const int pool = create_mem_pool("threads", 600);
+    register_clump("threads", 312);
+    rlsmem(getmem(1));
+    const int zone = zone_open(4000);
+    const memory_statistics before = get_memory_statistics();
+    EnableThreading();
+    thrThread::c_iThreadsInUse = THREADS; // above the limit of safe threads: the lock is taken
+    run_threads(pool, zone);
+    zone_empty(zone);
+    const memory_statistics after = get_memory_statistics();
+    EXPECT_EQ(after.num_blocks, before.num_blocks);
+    EXPECT_EQ(after.application_size, before.application_size);
+    EXPECT_EQ(after.system_size, before.system_size);
+
+    // The same with everything switched on, and a loop started and ended meanwhile.
+    set_always_relocate(1);
+    set_automatic_clumps_on(1);
+    std::atomic<bool> done{false};
+    std::thread loops([&done] {
+        while (!done) {
+            debug_memory_loop();
+            set_dont_release_memory(1);
+            std::this_thread::yield();
+            set_dont_release_memory(0);
+            debug_cancel_memory_loop();
+        }
+    });
+    testing::internal::CaptureStdout();
+    run_threads(pool, zone);
+    done = true;
+    loops.join();
+    testing::internal::GetCapturedStdout();
+    set_always_relocate(0);
+    set_automatic_clumps_on(0);
+    EXPECT_EQ(check_memory_chain(), 0);
+    EXPECT_EQ(check_mem_pool(pool), 0);
+    zone_close(zone);
+    thrThread::c_iThreadsInUse = 0;
+    DisableThreading();
+}
+
+} // namespace
