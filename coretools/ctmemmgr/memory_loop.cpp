@@ -33,12 +33,9 @@ static std::atomic<void (*)()> debug_memory_func{nullptr};
 // layer, because the records' arrays come from there.
 static constinit lazy_mutex loop_lock{thrMutex_Create};
 
-// What this thread allocates while it keeps the records, or inside the callback, is not followed:
-// for it the level is 0.
-static thread_local bool in_bookkeeping = false;
-
+// What the memory layer itself allocates is not followed: for this thread the level is 0 then.
 static int current_level() {
-    return in_bookkeeping ? LOOP_OFF : dbgmem_loop_level.load(std::memory_order_acquire);
+    return in_memory_bookkeeping ? LOOP_OFF : dbgmem_loop_level.load(std::memory_order_acquire);
 }
 
 static bool is_followed(const memory_loop_record *record, const void *data) {
@@ -64,12 +61,10 @@ static memory_loop_record *record_at(int number) {
 }
 
 static void drop_addresses(memory_loop_record *record) {
-    in_bookkeeping = true;
-    if (record->addresses != nullptr) {
-        har_free(&record->addresses);
-        record->addresses = nullptr;
-    }
-    in_bookkeeping = false;
+    const bool outer = in_memory_bookkeeping;
+    in_memory_bookkeeping = true;
+    har_free(&record->addresses);
+    in_memory_bookkeeping = outer;
 }
 
 void debug_cancel_memory_loop() {
@@ -99,7 +94,7 @@ static bool cross_boundary(memory_loop_record *record, int level) {
 }
 
 void debug_memory_loop() {
-    if (in_bookkeeping) {
+    if (in_memory_bookkeeping) {
         return;
     }
     lazy_mutex_lock(&loop_lock);
@@ -167,9 +162,7 @@ void debug_memory_loop_alloc(memory_loop_record *record, void *data) {
     }
     if (level == LOOP_RECORDING) {
         address_slot wanted = {&record->addresses, nullptr};
-        in_bookkeeping = true;
         const trapped_call outcome = call_with_memory_trap(make_address_slot, &wanted);
-        in_bookkeeping = false;
         if (wanted.slot == nullptr) {
             if (outcome != trapped_call::TRAPPED) {
                 lazy_mutex_unlock(&loop_lock);
@@ -204,18 +197,21 @@ void debug_mark_released_memory(memory_loop_record *record, void *data) {
     lazy_mutex_unlock(&loop_lock);
 }
 
+static void call_debug_memory_func(void *) {
+    if (void (*function)() = debug_memory_func.load(std::memory_order_relaxed)) {
+        function();
+    }
+}
+
 void debug_memory_not_released(const memory_loop_record *record, const void *data) {
     if (current_level() == LOOP_OFF) {
         return;
     }
-    in_bookkeeping = true;
     std::printf("debug_memory_not_released: %u bytes at %lx won't get released.\n",
                 static_cast<unsigned>(record->size(record, data)),
                 reinterpret_cast<unsigned long>(data));
-    if (void (*function)() = debug_memory_func.load(std::memory_order_relaxed)) {
-        function();
-    }
-    in_bookkeeping = false;
+    // Should the function run out of memory, the program that is being watched goes on.
+    static_cast<void>(call_with_memory_trap(call_debug_memory_func, nullptr));
 }
 
 // The general blocks' record: the number stands where allocation replay keeps its serial.

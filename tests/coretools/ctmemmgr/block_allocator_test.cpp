@@ -14,6 +14,7 @@
 #include "coretools/ctmemmgr/block_debug.h"
 #include "coretools/ctmemmgr/block_internal.h"
 #include "coretools/ctmemmgr/getmem.h"
+#include "coretools/ctmemmgr/pools.h"
 #include "coretools/ctmemmgr/serious_errors.h"
 #include "coretools/ctmisc/wlx_exit.h"
 #include "memory_faults.h"
@@ -39,10 +40,12 @@ class BlockAllocator : public testing::Test {
   protected:
     void SetUp() override {
         rlsmem(getmem(1)); // the first request of a process also makes the size cache
+        set_clump_mode_off(1);
         before = get_memory_statistics();
     }
 
     void TearDown() override {
+        set_clump_mode_off(0);
         EXPECT_EQ(check_memory_chain(), 0);
         const memory_statistics now = get_memory_statistics();
         EXPECT_EQ(now.num_blocks, before.num_blocks);
