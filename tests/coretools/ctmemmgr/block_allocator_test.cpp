@@ -17,7 +17,23 @@
 #include "coretools/ctmemmgr/pools.h"
 #include "coretools/ctmemmgr/serious_errors.h"
 #include "coretools/ctmisc/wlx_exit.h"
-#include "memory_faults.h"
+#include "tests/support/child_process.h"
+#include "tests/support/failing_malloc.h"
+
+// Every free of the code under test comes through here.
+static void (*free_watcher)(void *) = nullptr;
+
+extern "C" {
+void __real_free(void *pointer);
+void __wrap_free(void *pointer);
+
+void __wrap_free(void *pointer) {
+    if (free_watcher != nullptr) {
+        free_watcher(pointer);
+    }
+    __real_free(pointer);
+}
+}
 
 namespace {
 
@@ -183,16 +199,16 @@ TEST_F(BlockAllocator, OverwritesReleasedMemory) {
         void *data = getmem(row.size);
         std::memset(data, 1, static_cast<std::size_t>(row.size));
         fill = {header_of(data), whole_size(row.size), false, false, false};
-        watch_free([](void *pointer) {
+        free_watcher = [](void *pointer) {
             if (pointer == fill.block) {
                 const std::size_t end = std::min<std::size_t>(1000, fill.whole);
                 fill.first = all_are(pointer, end, 0xFF);
                 fill.middle = all_are(pointer, fill.whole, 0xFF);
                 fill.last = all_are(bytes(pointer) + fill.whole - end, end, 0xFF);
             }
-        });
+        };
         rlsmem(data);
-        watch_free(nullptr);
+        free_watcher = nullptr;
         EXPECT_TRUE(fill.first && fill.last) << row.size;
         EXPECT_EQ(fill.middle, row.whole) << row.size;
     }
@@ -265,44 +281,46 @@ constexpr damage DAMAGES[] = {
      false},
 };
 
-TEST(BlockDamageDeathTest, EndsTheProcess) {
+TEST(BlockDamage, EndsTheProcess) {
     for (const damage &row : DAMAGES) {
         if (row.needs_guard && sizeof(void *) == 4) {
             continue;
         }
         for (const bool resizes : {false, true}) {
-            const std::string report = std::string(resizes ? "manage_memory" : "rlsmem") +
-                                       ":  memory chain is corrupt\nSerious internal error";
-            EXPECT_EXIT(show_output([&] {
-                            char *blocks[3];
-                            for (char *&block : blocks) {
-                                block = static_cast<char *>(getmem(40));
-                            }
-                            row.inflict(blocks[0], blocks[1], blocks[2]);
-                            resizes ? void(relocmem_xar(blocks[1], 80, 0))
-                                    : void(rlsmem(blocks[1]));
-                        }),
-                        testing::ExitedWithCode(2), report)
-                << row.what;
+            const child_result child = run_in_child([&] {
+                char *blocks[3];
+                for (char *&block : blocks) {
+                    block = static_cast<char *>(getmem(40));
+                }
+                row.inflict(blocks[0], blocks[1], blocks[2]);
+                resizes ? void(relocmem_xar(blocks[1], 80, 0)) : void(rlsmem(blocks[1]));
+            });
+            EXPECT_EQ(child.status, 2) << row.what << child.err;
+            EXPECT_EQ(child.out, std::string(resizes ? "manage_memory" : "rlsmem") +
+                                     ":  memory chain is corrupt\n"
+                                     "Serious internal error; cannot continue.\n");
         }
     }
 }
 
-TEST(BlockDamageDeathTest, ForeignAndReleasedAddresses) {
+TEST(BlockDamage, AddressesAndSizesThatAreNone) {
     alignas(8) static char foreign[256];
-    EXPECT_EXIT(rlsmem(foreign + 128), testing::ExitedWithCode(2), "");
-    EXPECT_EXIT(rlsmem(foreign + 129), testing::ExitedWithCode(2), "");
-    EXPECT_EXIT(
-        {
+    void (*const misuses[])() = {
+        [] { rlsmem(foreign + 128); },
+        [] { rlsmem(foreign + 129); },
+        [] {
             set_dont_release_memory(1); // the memory of the block is still there
             void *data = getmem(40);
             rlsmem(data);
             rlsmem(data);
         },
-        testing::ExitedWithCode(2), "");
-    EXPECT_EXIT(static_cast<void>(getmem(-1)), testing::ExitedWithCode(2), "");
-    EXPECT_EXIT(static_cast<void>(getmem_null(INT_MIN)), testing::ExitedWithCode(2), "");
-    EXPECT_EXIT(static_cast<void>(relocmem_xar(getmem(8), -8, 0)), testing::ExitedWithCode(2), "");
+        [] { static_cast<void>(getmem(-1)); },
+        [] { static_cast<void>(getmem_null(INT_MIN)); },
+        [] { static_cast<void>(relocmem_xar(getmem(8), -8, 0)); },
+    };
+    for (void (*misuse)() : misuses) {
+        EXPECT_EQ(run_in_child(misuse).status, 2);
+    }
 }
 
 TEST_F(BlockAllocator, AReportThatReturnsChangesNothing) {
@@ -342,7 +360,7 @@ TEST_F(BlockAllocator, ExhaustedMemoryUnwindsAndLosesNothing) {
             came_back = 0;
             ASSERT_EQ(trp_push_frame(TRP_CLASS_MEMORY, &context), 1);
             if (setjmp(context) == 0) {
-                fail_malloc_from(0);
+                fail_allocation(0, true);
                 void *answer = request == 0   ? getmem_null(50)
                                : request == 1 ? getmem(INT_MAX)
                                               : relocmem_xar(data, 5000, 0);
@@ -350,7 +368,7 @@ TEST_F(BlockAllocator, ExhaustedMemoryUnwindsAndLosesNothing) {
                 came_back = 1;
             }
             trp_pop_frame();
-            stop_failing_malloc();
+            fail_allocation(NO_FAILURE, false);
             EXPECT_EQ(came_back, request == 0 ? 1 : 0);
             EXPECT_EQ(testing::internal::GetCapturedStdout(),
                       request == 0 ? ""
@@ -362,10 +380,10 @@ TEST_F(BlockAllocator, ExhaustedMemoryUnwindsAndLosesNothing) {
     }
     set_always_relocate(0);
     testing::internal::CaptureStdout();
-    fail_malloc_from(0); // and no trap frame takes it
+    fail_allocation(0, true); // and no trap frame takes it
     EXPECT_EQ(getmem(50), nullptr);
     EXPECT_EQ(relocmem_xar(data, 5000, 0), nullptr);
-    stop_failing_malloc();
+    fail_allocation(NO_FAILURE, false);
     testing::internal::GetCapturedStdout();
     rlsmem(data);
     thrThread::c_iActiveThreadsInUse = 0;
@@ -374,13 +392,14 @@ TEST_F(BlockAllocator, ExhaustedMemoryUnwindsAndLosesNothing) {
 
 TEST(MemoryStartDeathTest, EndsTheProcessWithoutALock) {
     GTEST_FLAG_SET(death_test_style, "threadsafe"); // a process that has made no lock yet
-    EXPECT_EXIT(show_output([] {
-                    EnableThreading();
-                    fail_malloc_from(0);
-                    static_cast<void>(getmem(8));
-                }),
-                testing::ExitedWithCode(1),
-                "Unable to initialize memory manager locks.  Exiting.\n");
+    EXPECT_EXIT(
+        {
+            dup2(STDERR_FILENO, STDOUT_FILENO);
+            EnableThreading();
+            fail_allocation(0, true);
+            static_cast<void>(getmem(8));
+        },
+        testing::ExitedWithCode(1), "Unable to initialize memory manager locks.  Exiting.\n");
 }
 
 TEST_F(BlockAllocator, ReplayReportsTheBlocksOfTheFile) {

@@ -9,7 +9,7 @@
 #include "coretools/ctmemmgr/memory_loop.h"
 #include "coretools/ctmemmgr/pools.h"
 #include "coretools/ctmemmgr/xar.h"
-#include "memory_faults.h"
+#include "tests/support/failing_malloc.h"
 
 namespace {
 
@@ -189,9 +189,9 @@ TEST_F(MemoryLoop, ExhaustedMemoryEndsTheLoopNotTheOperation) {
         failing++;
         testing::internal::CaptureStdout();
         debug_memory_loop();
-        fail_malloc_from(failing);
+        fail_allocation(failing, true);
         void *data = getmem(40);
-        stop_failing_malloc();
+        fail_allocation(NO_FAILURE, false);
         testing::internal::GetCapturedStdout();
         ASSERT_NE(data, nullptr);
         rlsmem(data);

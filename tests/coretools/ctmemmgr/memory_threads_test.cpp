@@ -8,19 +8,19 @@
 #include <thread>
 #include <vector>
 
-#include "basictk/baselib/inc/thrThread.h"
 #include "coretools/ctmemmgr/block_debug.h"
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctmemmgr/memory_loop.h"
 #include "coretools/ctmemmgr/pools.h"
 #include "coretools/ctmemmgr/zones.h"
+#include "tests/support/threads.h"
 
 namespace {
 
 constexpr int THREADS = 8;
 
-void use_memory(unsigned seed, int pool, int zone) {
-    std::mt19937 random(seed);
+void use_memory(int seed, int pool, int zone) {
+    std::mt19937 random(static_cast<unsigned>(seed));
     if (seed % 2 == 0) {
         pool = create_mem_pool(nullptr, 600);
     }
@@ -67,36 +67,29 @@ void use_memory(unsigned seed, int pool, int zone) {
     }
 }
 
-void run_threads(int pool, int zone) {
-    std::vector<std::thread> threads;
-    for (unsigned i = 0; i < THREADS; i++) {
-        threads.emplace_back(use_memory, i + 1, pool, zone);
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
-}
-
 TEST(MemoryThreads, TotalsReturnToTheStart) {
     const int pool = create_mem_pool("threads", 600);
     register_clump("threads", 312);
     rlsmem(getmem(1));
     const int zone = zone_open(4000);
     const memory_statistics before = get_memory_statistics();
-    EnableThreading();
-    thrThread::c_iThreadsInUse = THREADS; // above the limit of safe threads: the lock is taken
-    run_threads(pool, zone);
+    run_on_threads(THREADS, [&](int i) { use_memory(i + 1, pool, zone); });
     zone_empty(zone);
     const memory_statistics after = get_memory_statistics();
     EXPECT_EQ(after.num_blocks, before.num_blocks);
     EXPECT_EQ(after.application_size, before.application_size);
     EXPECT_EQ(after.system_size, before.system_size);
 
-    // The same with everything switched on, and a loop started and ended meanwhile.
+    // The same with everything switched on, and loops started and ended meanwhile.
     set_always_relocate(1);
-    std::atomic<bool> done{false};
-    std::thread loops([&done] {
-        while (!done) {
+    std::atomic<int> running{THREADS};
+    testing::internal::CaptureStdout();
+    run_on_threads(THREADS + 1, [&](int i) {
+        if (i < THREADS) {
+            use_memory(i + 1, pool, zone);
+            running--;
+        }
+        while (i == THREADS && running > 0) {
             debug_memory_loop();
             set_dont_release_memory(1);
             std::this_thread::yield();
@@ -104,17 +97,11 @@ TEST(MemoryThreads, TotalsReturnToTheStart) {
             debug_cancel_memory_loop();
         }
     });
-    testing::internal::CaptureStdout();
-    run_threads(pool, zone);
-    done = true;
-    loops.join();
     testing::internal::GetCapturedStdout();
     set_always_relocate(0);
     EXPECT_EQ(check_memory_chain(), 0);
     EXPECT_EQ(check_mem_pool(pool), 0);
     zone_close(zone);
-    thrThread::c_iThreadsInUse = 0;
-    DisableThreading();
 }
 
 } // namespace

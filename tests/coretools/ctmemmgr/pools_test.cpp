@@ -14,7 +14,8 @@
 #include "coretools/ctmemmgr/pools_internal.h"
 #include "coretools/ctmemmgr/serious_errors.h"
 #include "coretools/ctmisc/run_mode.h"
-#include "memory_faults.h"
+#include "tests/support/child_process.h"
+#include "tests/support/failing_malloc.h"
 
 namespace {
 
@@ -201,18 +202,18 @@ TEST(Pools, ExhaustedMemoryKeepsTheRecordAndFreesTheLock) {
     for (static int request = 0; request < 2; request++) {
         ASSERT_EQ(trp_push_frame(TRP_CLASS_MEMORY, &context), 1);
         if (setjmp(context) == 0) {
-            fail_malloc_from(0);
+            fail_allocation(0, true);
             static_cast<void>(request == 0 ? getmem_pool(empty) : relocmem_xar(record, 200, 0));
         } else {
             traps++;
         }
-        stop_failing_malloc();
+        fail_allocation(NO_FAILURE, false);
         trp_pop_frame();
     }
-    fail_malloc_from(0);
+    fail_allocation(0, true);
     EXPECT_EQ(getmem_pool(empty), nullptr);
     EXPECT_EQ(relocmem_xar(record, 200, 0), nullptr);
-    stop_failing_malloc();
+    fail_allocation(NO_FAILURE, false);
     testing::internal::GetCapturedStdout();
     EXPECT_EQ(traps, 2);
     EXPECT_STREQ(record, "text");
@@ -223,63 +224,60 @@ TEST(Pools, ExhaustedMemoryKeepsTheRecordAndFreesTheLock) {
     DisableThreading();
 }
 
-TEST(PoolsDeathTest, MisuseEndsTheProcess) {
+TEST(PoolMisuse, EndsTheProcess) {
     for (const int size : {0, -1, 65536 - static_cast<int>(sizeof(area_header)) - 7, INT32_MAX}) {
-        EXPECT_EXIT(create_mem_pool("bad", size), testing::ExitedWithCode(2), "") << size;
-        EXPECT_EXIT(register_clump("bad", size), testing::ExitedWithCode(2), "") << size;
+        EXPECT_EQ(run_in_child([size] { create_mem_pool("bad", size); }).status, 2) << size;
+        EXPECT_EQ(run_in_child([size] { register_clump("bad", size); }).status, 2) << size;
     }
-    EXPECT_EXIT(find_non_id_clump(0), testing::ExitedWithCode(2), "");
-    EXPECT_EXIT(find_non_id_clump(-40), testing::ExitedWithCode(2), "");
+    EXPECT_EQ(run_in_child([] { find_non_id_clump(0); }).status, 2);
+    EXPECT_EQ(run_in_child([] { find_non_id_clump(-40); }).status, 2);
     alignas(8) static char foreign[4096];
-    EXPECT_EXIT(
-        {
-            std::memcpy(foreign + 2046, &TAG_IN_USE, sizeof TAG_IN_USE);
-            rlsmem(foreign + 2048);
-        },
-        testing::ExitedWithCode(2), "");
-    EXPECT_EXIT(
-        {
-            void *record = getmem_pool(create_mem_pool("damaged", 16));
-            std::memset(static_cast<char *>(record) - 8, 0x55, 2); // the slot's offset
-            static_cast<void>(relocmem_xar(record, 8, 0));
-        },
-        testing::ExitedWithCode(2), "");
-}
-
-TEST(PoolsDeathTest, ReportsOnRequest) {
-    const auto report = [](void (*misuse)(void *), const char *text) {
-        EXPECT_EXIT(show_output([misuse] {
-                        set_verbose_mode(1);
-                        set_run_mode(RUN_MODE_PFA_TRACE);
-                        const int pool = create_mem_pool("reported", 16);
-                        static_cast<void>(getmem_pool(pool));
-                        misuse(getmem_pool(pool));
-                    }),
-                    testing::ExitedWithCode(2), text);
+    std::memcpy(foreign + 2046, &TAG_IN_USE, sizeof TAG_IN_USE);
+    EXPECT_EQ(run_in_child([] { rlsmem(foreign + 2048); }).status, 2);
+    const auto damage = [] {
+        void *record = getmem_pool(create_mem_pool("damaged", 16));
+        std::memset(static_cast<char *>(record) - 8, 0x55, 2); // the slot's offset
+        static_cast<void>(relocmem_xar(record, 8, 0));
     };
-    report(
-        [](void *record) {
-            rlsmem(record);
-            rlsmem(record);
-        },
-        "rlsmem_clump:   release of already released object\n");
-    report([](void *record) { static_cast<void>(relocmem_xar(record, 32, 0)); },
-           "relocmem_clump:  Cannot reallocate a user registered clump!\n");
+    EXPECT_EQ(run_in_child(damage).status, 2);
 }
 
-TEST(PoolsDeathTest, AFullTable) {
-    const auto fill_table = [](int mode) {
-        int made = 0;
-        while (made < 499 && create_mem_pool(nullptr, 8) >= 0) {
-            made++;
+TEST(PoolMisuse, IsReportedOnRequest) {
+    const struct {
+        void (*misuse)(void *record);
+        const char *report;
+    } rows[] = {
+        {[](void *record) {
+             rlsmem(record);
+             rlsmem(record);
+         },
+         "rlsmem_clump:   release of already released object\n"},
+        {[](void *record) { static_cast<void>(relocmem_xar(record, 32, 0)); },
+         "relocmem_clump:  Cannot reallocate a user registered clump!\n"},
+    };
+    for (const auto &row : rows) {
+        const child_result child = run_in_child([&row] {
+            set_verbose_mode(1);
+            set_run_mode(RUN_MODE_PFA_TRACE);
+            const int pool = create_mem_pool("reported", 16);
+            static_cast<void>(getmem_pool(pool));
+            row.misuse(getmem_pool(pool));
+        });
+        EXPECT_EQ(child.status, 2);
+        EXPECT_EQ(child.out.find(row.report), 0u) << child.out;
+    }
+}
+
+TEST(PoolMisuse, AFullTable) {
+    const auto one_pool_too_many = [](int mode) {
+        while (getmem_pool(499) == nullptr) {
+            create_mem_pool(nullptr, 8);
         }
-        create_mem_pool(nullptr, 8);
         set_run_mode(mode);
-        const int refused = create_mem_pool(nullptr, 8);
-        std::exit(refused == -1 && getmem_pool(499) != nullptr ? 0 : 1);
+        _exit(create_mem_pool(nullptr, 8) == -1 ? 0 : 1);
     };
-    EXPECT_EXIT(fill_table(RUN_MODE_USER), testing::ExitedWithCode(0), "");
-    EXPECT_EXIT(fill_table(RUN_MODE_PFA_TRACE), testing::ExitedWithCode(2), "");
+    EXPECT_EQ(run_in_child([&] { one_pool_too_many(RUN_MODE_USER); }).status, 0);
+    EXPECT_EQ(run_in_child([&] { one_pool_too_many(RUN_MODE_PFA_TRACE); }).status, 2);
 }
 
 } // namespace

@@ -10,7 +10,7 @@
 #include "basictk/baselib/inc/thrThread.h"
 #include "coretools/ctmemmgr/block_debug.h"
 #include "coretools/ctmemmgr/zones.h"
-#include "memory_faults.h"
+#include "tests/support/failing_malloc.h"
 
 namespace {
 
@@ -76,9 +76,9 @@ TEST(Zones, WhatCannotBeServedIsNull) {
     int needed = 0;
     for (void *piece = nullptr; piece == nullptr; needed++) {
         EXPECT_EQ(get_memory_statistics().num_blocks, before);
-        fail_malloc_from(needed);
+        fail_allocation(needed, true);
         piece = zone_getmem(zone, 8);
-        stop_failing_malloc();
+        fail_allocation(NO_FAILURE, false);
     }
     testing::internal::GetCapturedStdout();
     EXPECT_GT(needed, 2);
