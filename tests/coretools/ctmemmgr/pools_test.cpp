@@ -258,6 +258,7 @@ TEST(PoolMisuse, IsReportedOnRequest) {
     for (const auto &row : rows) {
         const child_result child = run_in_child([&row] {
             set_verbose_mode(1);
+            set_dbg_err_crash(1);
             set_run_mode(RUN_MODE_PFA_TRACE);
             const int pool = create_mem_pool("reported", 16);
             static_cast<void>(getmem_pool(pool));
