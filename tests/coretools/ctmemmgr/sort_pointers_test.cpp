@@ -24,8 +24,9 @@ int compare_counting(const void *a, const void *b, void *calls) {
     return compare_values(a, b);
 }
 
+// Mostly "before": scans that trust it run far.
 int answer_anything(const void *, const void *, void *random) {
-    return static_cast<int>((*static_cast<std::mt19937 *>(random))() % 3) - 1;
+    return (*static_cast<std::mt19937 *>(random))() % 8 == 0 ? 1 : -1;
 }
 
 std::vector<const void *> pointers_to(const std::vector<int> &values) {
