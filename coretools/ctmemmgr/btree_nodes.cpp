@@ -24,7 +24,6 @@ btree_node *node_at(const btree_block &block, int index, int node_size) {
 
 // A node on a free list holds the index of the next one in its first word and is its own child on
 // both sides, which no node of a tree can be.
-
 bool is_free(const btree_node *node) {
     return node->left == node && node->right == node;
 }

@@ -124,6 +124,22 @@ void *extend_by_moving(void **handle, int count) {
     return elements + static_cast<std::ptrdiff_t>(old_trailer.count) * element_size;
 }
 
+void *extend(void **handle, int count) {
+    void *first = xar_take_room(*handle, count, xar_header_of(*handle)->element_size);
+    return first != nullptr ? first : extend_by_moving(handle, count);
+}
+
+bool may_extend(const void *const *handle, int count) {
+    if (!require_valid(handle, "XAR_EXTEND")) {
+        return false;
+    }
+    if (count < 0) {
+        err_crash("XAR_EXTEND", "invalid request");
+        return false;
+    }
+    return true;
+}
+
 } // namespace
 
 void *xar_alloc(int count, int element_size, int step) {
@@ -165,33 +181,25 @@ void *zone_xar_alloc(int zone, int count, int element_size, int step) {
 }
 
 void *xar_extend(void **handle, int count) {
-    if (!require_valid(handle, "XAR_EXTEND")) {
+    if (!may_extend(handle, count) || count == 0) {
         return nullptr;
     }
-    if (count < 0) {
-        err_crash("XAR_EXTEND", "invalid request");
-        return nullptr;
-    }
-    if (count == 0) {
-        return nullptr;
-    }
-    void *first = xar_take_room(*handle, count, xar_header_of(*handle)->element_size);
-    return first != nullptr ? first : extend_by_moving(handle, count);
+    return extend(handle, count);
 }
 
 void *xar_append(void **handle, int count, const void *source) {
     if (count == 0) {
         return xar_last(handle);
     }
-    // A source in the array itself moves with it.
-    std::ptrdiff_t offset = -1;
-    if (source != nullptr && handle != nullptr && xar_is_valid(*handle)) {
-        offset = xar_offset_in_use(*handle, source);
-        if (offset >= 0) {
-            dbg_print_info("XAR_APPEND", ": don't ask for trouble. Use xar_replicate");
-        }
+    if (!may_extend(handle, count)) {
+        return nullptr;
     }
-    void *first = xar_extend(handle, count);
+    // A source in the array itself moves with it.
+    const std::ptrdiff_t offset = source == nullptr ? -1 : xar_offset_in_use(*handle, source);
+    if (offset >= 0) {
+        dbg_print_info("XAR_APPEND", ": don't ask for trouble. Use xar_replicate");
+    }
+    void *first = extend(handle, count);
     if (first == nullptr || source == nullptr) {
         return first;
     }
