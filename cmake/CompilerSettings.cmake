@@ -9,6 +9,11 @@ if(VEK_SANITIZERS)
   add_link_options(-fsanitize=${VEK_SANITIZERS})
 endif()
 
+# The fuzzers need their coverage counters in everything that they link.
+if(VEK_BUILD_FUZZERS)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 function(vek_configure_target target)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow
                                            -Wmissing-declarations)
