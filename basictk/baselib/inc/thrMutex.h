@@ -1,12 +1,73 @@
 // Mutexes that know their owner, and the library initialisation lock.
 #pragma once
 
-class thrMutex;
+#include "basictk/baselib/inc/thrBaseObject.h"
 
+#include <atomic>
+#include <pthread.h>
+
+template <typename Element>
+class btkXArray;
+
+enum thrMutexType : int { thrMutexNormal = 0, thrMutexRecursive = 1 };
+
+// While threading is off, Lock and Unlock do nothing. While it is on, a thread that locks a normal
+// mutex twice, or unlocks one that it does not own, ends the process; a recursive mutex needs as
+// many unlocks as locks. Every mutex stands in one registry from construction to destruction.
+class thrMutex : public thrBaseObject {
+  public:
+    // Without memory the mutex is not valid: locking it does nothing.
+    explicit thrMutex(thrMutexType mutex_type);
+
+    operator thrMutex *() override { return this; }
+    virtual ~thrMutex();
+
+    void Lock();
+    void Unlock();
+    bool IsValid() const { return valid.load(std::memory_order_acquire); }
+
+    // The mutexes that a thread owns, linked through NextCollected; null for none. The links hold
+    // until the thread unlocks the mutex.
+    static thrMutex *CollectOwnedBy(pthread_t thread);
+    thrMutex *NextCollected() const { return nextCollected; }
+
+  private:
+    static bool Register(thrMutex *mutex);
+    static void Unregister(thrMutex *mutex);
+    bool IsOwner(pthread_t thread) const;
+
+    pthread_mutex_t *handle = nullptr;
+    const thrMutexType type;
+    int depth = 0; // locks beyond the first; touched by the owner only
+    std::atomic<bool> valid{false};
+    std::atomic<pthread_t> owner{pthread_t{}};
+    int place = -1; // in the registry, under its lock
+    thrMutex *nextCollected = nullptr;
+
+    static pthread_mutex_t c_mutexOnLockedMutex;
+    static btkXArray<thrMutex *> *c_apLockedMutex;
+};
+
+// Holds a mutex for a block that no trap can leave.
+class thrMutexGuard {
+  public:
+    explicit thrMutexGuard(thrMutex &guarded) : mutex(guarded) { mutex.Lock(); }
+    ~thrMutexGuard() { mutex.Unlock(); }
+    thrMutexGuard(const thrMutexGuard &) = delete;
+    thrMutexGuard &operator=(const thrMutexGuard &) = delete;
+
+  private:
+    thrMutex &mutex;
+};
+
+// A new mutex, destroyed with delete; null when there is no memory.
 thrMutex *thrMutex_Create();
 thrMutex *thrMutex_Create_Recursive();
+// Null is allowed and does nothing.
 void thrMutex_Lock(thrMutex *mutex);
 void thrMutex_Unlock(thrMutex *mutex);
 
+// The lock under which shared objects are made on first use. A normal mutex: code that holds it
+// must not take it again.
 void LockInitializationMutex();
 void UnlockInitializationMutex();
