@@ -11,124 +11,77 @@
 
 namespace {
 
-TEST(ThrMutex, SwitchedOffNothingIsLockedAndNothingIsAnError) {
-    thrMutex mutex(thrMutexNormal);
-    mutex.Lock();
-    mutex.Lock();
-    on_threads(1, [&](int) { mutex.Lock(); });
-    for (int i = 0; i < 4; ++i) {
-        mutex.Unlock();
-    }
-    thrMutex_Lock(nullptr);
-    thrMutex_Unlock(nullptr);
+// Printed before the step that must end the process, so that an earlier end shows.
+void ready() {
+    std::fputs("ready; ", stderr);
 }
 
-TEST(ThrMutex, FatalMisuse) {
-    struct Row {
-        const char *what;
-        const char *description;
-        void (*misuse)();
-    };
-    const Row rows[] = {
-        {"locked twice", g_pszXIllegalAccess,
-         [] {
-             thrMutex *mutex = thrMutex_Create();
-             thrMutex_Lock(mutex);
-             thrMutex_Lock(mutex);
-         }},
-        {"initialisation lock locked twice", g_pszXIllegalAccess,
-         [] {
-             LockInitializationMutex();
-             LockInitializationMutex();
-         }},
-        {"unlocked while free", g_pszXIllegalAccess, [] { thrMutex_Unlock(thrMutex_Create()); }},
-        {"recursive unlocked too often", g_pszXIllegalAccess,
-         [] {
-             thrMutex *mutex = thrMutex_Create_Recursive();
-             for (int i = 0; i < 3; ++i) {
-                 thrMutex_Lock(mutex);
-             }
-             thrThread::CurrentThreadUnlockAllOwnedMutex(); // one of the three levels
-             thrMutex_Unlock(mutex);
-             thrMutex_Unlock(mutex);
-             std::fputs("so far right; ", stderr);
-             thrMutex_Unlock(mutex);
-         }},
-        {"unlocked by another thread", g_pszXIllegalAccess,
-         [] {
-             thrMutex *mutex = thrMutex_Create();
-             thrMutex_Lock(mutex);
-             on_threads(1, [&](int) { thrMutex_Unlock(mutex); });
-         }},
-        {"switched on while threads run", g_pszXThreadingInUse,
-         [] {
-             ++thrThread::c_iThreadsInUse;
-             EnableThreading();
-         }},
-        {"switched off while threads run", g_pszXThreadingInUse,
-         [] {
-             ++thrThread::c_iThreadsInUse;
-             DisableThreading();
-         }},
-        {"memory from the bare interface", "btkMemMgr::AllocMem",
-         [] { static_cast<void>(btkNew(1, new btkMemMgr)); }},
-        {"memory of another manager", "btkBaseMMgr::FreeMem",
-         [] { pStringMemMgr->FreeMem(pBlkObjMemMgr->AllocMem(100, 8)); }},
-    };
-    for (const Row &row : rows) {
-        const std::string report = std::string("FATAL ERROR IN THREAD DETECTED.\nDESCRIPTION: ") +
-                                   row.description + "\nAPPLICATION TERMINATED.\n$";
-        EXPECT_EXIT(
-            {
-                EnableThreading();
-                row.misuse();
-            },
-            testing::KilledBySignal(SIGABRT), report)
-            << row.what;
-    }
+void lock_twice() {
+    LockInitializationMutex();
+    ready();
+    LockInitializationMutex();
 }
 
-TEST(ThrMutex, ConversionsTellTheClass) {
-    thrMutex mutex(thrMutexNormal);
-    thrBaseObject *object = &mutex;
-    EXPECT_EQ(static_cast<thrMutex *>(*object), &mutex);
-    EXPECT_EQ(static_cast<thrLocalObject *>(*object), nullptr);
-    EXPECT_EQ(static_cast<thrCThread *>(*object), nullptr);
+void unlock_from_elsewhere() {
+    LockInitializationMutex();
+    ready();
+    on_threads(1, [](int) { UnlockInitializationMutex(); });
 }
 
-TEST(ThrMutex, RecursiveMutexIsHeldUntilItsLastLevel) {
-    ThreadingOn on;
+void unlock_too_often() {
     thrMutex mutex(thrMutexRecursive);
-    std::atomic<bool> last_unlock{false};
     for (int i = 0; i < 3; ++i) {
         mutex.Lock();
     }
-    std::thread other([&] {
-        mutex.Lock();
-        EXPECT_TRUE(last_unlock);
-        mutex.Unlock();
-    });
-    thrThread::UnlockAllOwnedMutexInternal(pthread_self());
+    thrThread::CurrentThreadUnlockAllOwnedMutex(); // one of the three levels
     mutex.Unlock();
-    last_unlock = true;
     mutex.Unlock();
-    other.join();
+    ready();
+    mutex.Unlock();
 }
 
-// Destroyed mutexes leave gaps in the registry; what is released must not depend on them.
+void switch_while_threads_run() {
+    ++thrThread::c_iThreadsInUse;
+    ready();
+    DisableThreading();
+}
+
+void free_elsewhere() {
+    void *memory = pBlkObjMemMgr->AllocMem(100, 8);
+    ready();
+    pStringMemMgr->FreeMem(memory);
+}
+
+TEST(ThrMutex, MisuseEndsTheProcess) {
+    const struct {
+        void (*misuse)();
+        const char *description;
+    } rows[] = {
+        {lock_twice, g_pszXIllegalAccess},        {unlock_from_elsewhere, g_pszXIllegalAccess},
+        {unlock_too_often, g_pszXIllegalAccess},  {switch_while_threads_run, g_pszXThreadingInUse},
+        {free_elsewhere, "btkBaseMMgr::FreeMem"},
+    };
+    for (const auto &row : rows) {
+        const std::string report =
+            std::string("^ready; FATAL ERROR IN THREAD DETECTED.\nDESCRIPTION: ") +
+            row.description + "\nAPPLICATION TERMINATED.\n$";
+        EXPECT_EXIT((EnableThreading(), row.misuse()), testing::KilledBySignal(SIGABRT), report);
+    }
+}
+
+TEST(ThrMutex, SwitchedOffNothingIsLocked) {
+    thrMutex mutex(thrMutexNormal);
+    mutex.Lock();
+    mutex.Lock();
+    on_threads(2, [&](int) { mutex.Lock(); });
+    on_threads(1, [&](int) { mutex.Unlock(); });
+}
+
+// Destroyed mutexes move others in the registry; what is released must not depend on it.
 TEST(ThrMutex, ReleasesExactlyWhatTheThreadOwns) {
     ThreadingOn on;
     std::mt19937 random(7);
     std::vector<std::unique_ptr<thrMutex>> mutexes(150);
-    thrMutex foreign(thrMutexNormal);
-    std::atomic<int> step{0};
-    std::thread owner([&] {
-        foreign.Lock();
-        step = 1;
-        step.wait(1);
-        foreign.Unlock(); // ends the process unless it is still held
-    });
-    step.wait(0);
     for (int round = 0; round < 50; ++round) {
         for (auto &mutex : mutexes) {
             if (random() % 3 == 0) {
@@ -140,41 +93,33 @@ TEST(ThrMutex, ReleasesExactlyWhatTheThreadOwns) {
         }
         thrThread::CurrentThreadUnlockAllOwnedMutex();
         for (auto &mutex : mutexes) {
-            if (mutex) { // twice locked would end the process, and so would a free one unlocked
-                mutex->Lock();
+            if (mutex) {
+                mutex->Lock(); // ends the process unless it is free
                 mutex->Unlock();
             }
         }
     }
-    step = 2;
-    step.notify_one();
-    owner.join();
 }
 
+// A mutex of another thread released by mistake would end the process as well.
 TEST(ThrMutex, ExcludesOtherThreads) {
     ThreadingOn on;
     thrMutex normal(thrMutexNormal);
     thrMutex recursive(thrMutexRecursive);
-    int plain = 0;
-    int nested = 0;
-    constexpr int THREADS = 8;
-    constexpr int ROUNDS = 2000;
-    on_threads(THREADS, [&](int) {
-        for (int i = 0; i < ROUNDS; ++i) {
+    int counts[2] = {};
+    on_threads(8, [&](int) {
+        for (int i = 0; i < 1000; ++i) {
             thrMutex own(thrMutexNormal); // the registry changes under the others
             own.Lock();
             recursive.Lock();
-            recursive.Lock();
-            ++nested;
-            recursive.Unlock();
-            recursive.Unlock();
+            ++counts[0];
             normal.Lock();
-            ++plain;
+            ++counts[1];
             thrThread::CurrentThreadUnlockAllOwnedMutex();
         }
     });
-    EXPECT_EQ(plain, THREADS * ROUNDS);
-    EXPECT_EQ(nested, THREADS * ROUNDS);
+    EXPECT_EQ(counts[0], 8000);
+    EXPECT_EQ(counts[1], 8000);
 }
 
 } // namespace
