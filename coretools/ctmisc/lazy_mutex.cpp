@@ -26,7 +26,7 @@ void lazy_mutex_lock(lazy_mutex *mutex) {
 
 void lazy_mutex_unlock(lazy_mutex *mutex) {
     thrMutex *handle = mutex->handle.load(std::memory_order_acquire);
-    if (handle != nullptr) {
+    if (thrMutex_IsOwned(handle)) {
         thrMutex_Unlock(handle);
     }
 }

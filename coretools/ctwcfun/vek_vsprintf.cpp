@@ -77,8 +77,7 @@ static work_record **thread_slot() {
         if (slot == nullptr) {
             return nullptr;
         }
-        thrLocalObject_SetData(object, slot);
-        if (thrLocalObject_GetData(object) != slot) {
+        if (!thrLocalObject_SetData(object, slot)) {
             rlsmem(slot);
             return nullptr;
         }

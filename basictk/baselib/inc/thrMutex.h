@@ -25,6 +25,8 @@ class thrMutex : public thrBaseObject {
     void Lock();
     void Unlock();
     bool IsValid() const { return valid.load(std::memory_order_acquire); }
+    // Whether the calling thread holds the mutex.
+    bool IsOwned() const { return IsOwner(pthread_self()); }
 
     // The mutexes that a thread owns, linked through NextCollected; null for none. The links hold
     // until the thread unlocks the mutex.
@@ -66,6 +68,8 @@ thrMutex *thrMutex_Create_Recursive();
 // Null is allowed and does nothing.
 void thrMutex_Lock(thrMutex *mutex);
 void thrMutex_Unlock(thrMutex *mutex);
+// Whether the calling thread holds the mutex: no longer when a trap that returned has released it.
+bool thrMutex_IsOwned(const thrMutex *mutex);
 
 // The lock under which shared objects are made on first use. A normal mutex: code that holds it
 // must not take it again.

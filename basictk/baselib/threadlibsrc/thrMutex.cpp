@@ -132,3 +132,7 @@ void thrMutex_Unlock(thrMutex *mutex) {
         mutex->Unlock();
     }
 }
+
+bool thrMutex_IsOwned(const thrMutex *mutex) {
+    return mutex != nullptr && mutex->IsOwned();
+}
