@@ -1,12 +1,11 @@
 // Opens, reads and closes directories, through the directory cache.
 #include "coretools/ctpfa/pfadir.h"
 
-#include "coretools/ctpfa/pfa_dir_filter.h"
-
 #include <cstdio>
 
 #include "coretools/ctfileutil/objextension.h"
 #include "coretools/ctmemmgr/serious_errors.h"
+#include "coretools/ctpfa/pfa_dir_filter.h"
 #include "coretools/ctpfa/pfacomponent.h"
 #include "coretools/ctpfa/pfadircache.h"
 #include "coretools/ctpfa/pfadirpath.h"

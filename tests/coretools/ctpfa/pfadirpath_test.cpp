@@ -24,41 +24,39 @@ std::string full_name(vek_file *record) {
     return name;
 }
 
-TEST(pfadirpath, ParentDirectoryAndSubdirectory) {
+TEST(pfadirpath, MakesParentAndDirectory) {
     const std::string here = location_of(pfa_get_cur_dir());
     const struct {
         std::string name;
         std::string parent;    // pfa_make_parent; empty: PFA_E_ROOT_DIR
         std::string directory; // extract_pfa_dir
-        std::string subdir;    // pfa_make_subdir of that with "s"
     } rows[] = {
-        {"/a/b/", "/a/", "/a/b/", "/a/b/s/"},
-        {"/a/", "/", "/a/", "/a/s/"},
-        {"/", "", "/", "/s/"},
-        {"//", "", "/", "/s/"},
-        {"/a//", "/", "/a/", "/a/s/"},
-        {"/a/../", "", "/", "/s/"},
-        {"/../", "", "/../", "/../s/"},
-        {"/a/b/p.prt.3", "/a/b/", "/a/b/", "/a/b/s/"},
-        {"p.prt", here, "./", "s/"},
-        {"x/", here, "x/", "x/s/"},
+        {"/a/b/", "/a/", "/a/b/"},
+        {"/a/", "/", "/a/"},
+        {"/", "", "/"},
+        {"//", "", "/"},
+        {"/a//", "/", "/a/"},
+        {"/a/../", "", "/"},
+        {"/a/b/p.prt.3", "/a/b/", "/a/b/"},
+        {"p.prt", here, "./"},
+        {"x/", here, "x/"},
     };
     for (const auto &row : rows) {
-        scoped_record record, parent, subdir;
+        scoped_record record, parent;
         parse_to_pfa(record, 1, row.name.c_str());
         const int status = row.parent.empty() ? PFA_E_ROOT_DIR : PFA_E_NO_ERROR;
-        EXPECT_EQ(pfa_make_parent(record, parent), status) << row.name;
-        if (status == PFA_E_NO_ERROR) {
-            EXPECT_EQ(full_name(parent), row.parent) << row.name;
-            EXPECT_EQ(parent->type * 10 + parent->version, -50);
-        }
         vek_file *directory = extract_pfa_dir(record);
         ASSERT_NE(directory, nullptr) << row.name;
         EXPECT_EQ(full_name(directory), row.directory) << row.name;
-        EXPECT_EQ(pfa_make_subdir(directory, "s", subdir), 0) << row.name;
-        EXPECT_EQ(full_name(subdir), row.subdir) << row.name;
         pfa_free_vek_file(&directory);
+        EXPECT_EQ(pfa_make_parent(record, parent), status) << row.name;
         EXPECT_EQ(pfa_make_parent(record, record), status) << row.name;
+        for (vek_file *made : {parent.file, record.file}) {
+            if (status == PFA_E_NO_ERROR) {
+                EXPECT_EQ(full_name(made), row.parent) << row.name;
+                EXPECT_EQ(made->type * 10 + made->version, -50);
+            }
+        }
     }
 }
 
