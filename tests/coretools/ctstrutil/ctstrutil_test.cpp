@@ -71,6 +71,8 @@ TEST(EucCodes, WholeTableAgreesWithTheCLibrary) {
         ++compared;
     }
     EXPECT_GT(compared, 6800);
+    iconv_close(to_jis);
+    iconv_close(to_sjis);
     unsigned char no_row = 0;
     unsigned char cell = 0x21;
     jis2sjis(&no_row, &cell);
