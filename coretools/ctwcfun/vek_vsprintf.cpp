@@ -165,14 +165,40 @@ static bool append_item(work_record *record, const char *directive, Value value)
     return append(record, record->item, std::strlen(record->item));
 }
 
+// The width of a directive "%s" or "%-<width>s"; -1 for any other one. The width is known to fit.
+static int left_justified_width(const char *directive) {
+    int width = 0;
+    const char *next = directive + 1;
+    if (*next == '-') {
+        for (++next; *next >= '0' && *next <= '9'; ++next) {
+            width = 10 * width + (*next - '0');
+        }
+    }
+    return std::strcmp(next, "s") == 0 ? width : -1;
+}
+
+// Padding on the right, the columns of a table, is worth doing here: snprintf pads byte by byte.
 static bool append_text(work_record *record, const char *directive, const char *text) {
     if (text == nullptr) {
         text = "";
     }
-    if (std::strcmp(directive, "%s") == 0) {
-        return append(record, text, std::strlen(text));
+    const int width = left_justified_width(directive);
+    if (width < 0) {
+        return append_item(record, directive, text);
     }
-    return append_item(record, directive, text);
+    const std::size_t length = std::strlen(text);
+    if (!append(record, text, length)) {
+        return false;
+    }
+    if (length >= static_cast<std::size_t>(width)) {
+        return true;
+    }
+    const int blanks = width - static_cast<int>(length);
+    char *padding = xar_extend(&record->output, blanks);
+    if (padding != nullptr) {
+        std::memset(padding, ' ', static_cast<std::size_t>(blanks));
+    }
+    return padding != nullptr;
 }
 
 static bool append_wide_text(work_record *record, const char *directive, const vek_wchar *text) {
