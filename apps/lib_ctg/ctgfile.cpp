@@ -87,23 +87,35 @@ void write_lines(vek_file *record, const char *name) {
 
 } // namespace
 
+// The entries borrow the members' texts until they are sorted: copied then, the texts lie in memory
+// in the order in which they are written and released.
 ctg_result sort_catalog() {
     const int members = xar_count(&src_list);
     sorted_list = xar_alloc_of<sort_entry>(0, LIST_STEP);
     if (sorted_list == nullptr) {
         return CTG_OUT_OF_MEMORY;
     }
+    if (members == 0) {
+        return CTG_DONE;
+    }
+    if (xar_extend(&sorted_list, members) == nullptr) {
+        return CTG_OUT_OF_MEMORY;
+    }
     for (int k = 0; k < members; ++k) {
-        const member_record *member = src_list[k];
-        sort_entry entry{member->type, copy_text(member->name), copy_text(member->path)};
-        if (entry.name == nullptr || entry.path == nullptr ||
-            xar_append(&sorted_list, 1, &entry) == nullptr) {
+        sorted_list[k] = {src_list[k]->type, src_list[k]->name, src_list[k]->path};
+    }
+    std::qsort(sorted_list, members, sizeof(sort_entry), comp_func);
+    for (int k = 0; k < members; ++k) {
+        sort_entry &entry = sorted_list[k];
+        entry.name = copy_text(entry.name);
+        entry.path = copy_text(entry.path);
+        if (entry.name == nullptr || entry.path == nullptr) {
             rlsmem(entry.name);
             rlsmem(entry.path);
+            xar_shrink(&sorted_list, members - k);
             return CTG_OUT_OF_MEMORY;
         }
     }
-    std::qsort(sorted_list, members, sizeof(sort_entry), comp_func);
     return CTG_DONE;
 }
 
