@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "coretools/ctfileutil/objextension.h"
+#include "coretools/ctmemmgr/getmem.h"
 #include "tests/support/child_process.h"
 #include "tests/support/failing_malloc.h"
 #include "tests/support/threads.h"
@@ -103,6 +104,7 @@ TEST(ObjectType, ExtensionsThatNoTypeHas) {
 // Without memory for the sorted tables the answers are the same, and so they are afterwards.
 TEST(ObjectType, ExhaustedMemoryChangesNoAnswer) {
     const child_result child = run_in_child([] {
+        init_memory(); // without its locks the memory layer ends the process
         fail_allocation(0, true);
         const int type = extension_to_type("Igs");
         const char *extension = type_to_extension(571);
