@@ -25,7 +25,7 @@ int entry_count = -1; // -1 while the registry is off
 constexpr const char *NAME = "pfa_mem_debug";
 
 entry *find(const vek_file *record) {
-    for (int i = entry_count - 1; i >= 0; i--) {
+    for (int i = entry_count - 1; i >= 0; --i) {
         if (entries[i].record == record) {
             return &entries[i];
         }
@@ -80,7 +80,7 @@ int note_release(const vek_file *record) {
 
 void list_live() {
     std::printf("%d allocated pfas", live_count);
-    for (int i = 0; i < entry_count; i++) {
+    for (int i = 0; i < entry_count; ++i) {
         if (entries[i].live != 0) {
             std::printf("%d, at %p, %s\n", i, static_cast<const void *>(entries[i].record),
                         entries[i].record->text);
@@ -110,7 +110,7 @@ void pfa_set_mem_debug(int on) {
         entry_count = entry_count == -1 ? 0 : entry_count;
         return;
     }
-    for (int i = 0; i < entry_count; i++) {
+    for (int i = 0; i < entry_count; ++i) {
         if (entries[i].freed_text != nullptr) {
             relmem(&entries[i].freed_text);
         }

@@ -55,7 +55,7 @@ int replace(vek_file *record, int first, int last, piece source) {
     }
     const int shift = source.length - (end - start);
     record->bounds[last].end = static_cast<std::int16_t>(end + shift);
-    for (int i = last + 1; i < PFA_COMPONENTS; i++) {
+    for (int i = last + 1; i < PFA_COMPONENTS; ++i) {
         record->bounds[i].start = static_cast<std::int16_t>(record->bounds[i].start + shift);
         record->bounds[i].end = static_cast<std::int16_t>(record->bounds[i].end + shift);
     }
@@ -228,7 +228,7 @@ void pfa_substring_to_lower(char *text, int from, int to) {
     if (text == nullptr) {
         return;
     }
-    for (int i = from < 0 ? 0 : from; i < to; i++) {
+    for (int i = from < 0 ? 0 : from; i < to; ++i) {
         text[i] = static_cast<char>(lowercase(static_cast<unsigned char>(text[i])));
     }
 }
@@ -237,7 +237,7 @@ int pfa_last_sep_in_range(const char *text, int low, int high, char separator) {
     if (text == nullptr || low < 0) {
         return -1;
     }
-    for (int i = high - 1; i >= low; i--) {
+    for (int i = high - 1; i >= low; --i) {
         if (text[i] == separator) {
             return i;
         }

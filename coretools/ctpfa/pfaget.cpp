@@ -132,7 +132,7 @@ int pfa_get_name(vek_file *record, char *out) {
     if (record->type != OBJ_TYPE_DIRECTORY) {
         return pfa_get_component(record, PFA_NAME, out, PFA_PATH_SIZE);
     }
-    for (int index = PFA_PATH; index >= PFA_HOST; index--) {
+    for (int index = PFA_PATH; index >= PFA_HOST; --index) {
         const pfa_bounds bounds = record->bounds[index];
         int end = bounds.end;
         while (end > bounds.start && record->text[end - 1] == '/') {

@@ -180,7 +180,7 @@ int pfa_parse_location(vek_file *record, const char *name, std::int16_t *rest, i
     const bool all = only_type == -1;
     const int last = all ? 1 : only_type;
     int result = PFA_E_NOT_FOUND;
-    for (int type = all ? PFA_LOCATION_TYPES - 1 : only_type; type >= last && result != 0; type--) {
+    for (int type = all ? PFA_LOCATION_TYPES - 1 : only_type; type >= last && result != 0; --type) {
         if (type == NoLocation || !is_type(type) || !is_registered(type)) {
             continue;
         }

@@ -259,7 +259,7 @@ inline constexpr loc_method_row locMethodInfo[] = {
 // Each table is indexed by the first field of its rows.
 template <class Row, int COUNT>
 constexpr bool pfaloc_table_in_order(const Row (&table)[COUNT], int Row::*index) {
-    for (int i = 0; i < COUNT; i++) {
+    for (int i = 0; i < COUNT; ++i) {
         if (table[i].*index != i) {
             return false;
         }

@@ -232,7 +232,7 @@ int is_vers_string(const char *text) {
     if (!is_digit(digits[0]) || (digits[0] == '0' && !negative)) {
         return 0;
     }
-    for (const char *at = digits; *at != '\0'; at++) {
+    for (const char *at = digits; *at != '\0'; ++at) {
         if (!is_digit(*at)) {
             return 0;
         }

@@ -95,18 +95,11 @@ int substitute_unix_home_dir(const char *in, char *out, int capacity) {
         if (in[1] != '\0' && in[1] != '/' && in[1] != '\\') {
             return PFA_E_INVALID_INPUT;
         }
-        // The home directory is parsed when it is first asked for, and would ask for itself.
-        static bool asking = false;
-        if (asking) {
-            return PFA_E_INVALID_INPUT;
-        }
         vek_file home;
         char name[PFA_PATH_SIZE];
         pfa_init_vek_file(&home);
-        asking = true;
         const bool known = pfa_get_home_dir(&home) == PFA_E_NO_ERROR &&
                            pfa_get_full_name(&home, name) == PFA_E_NO_ERROR;
-        asking = false;
         if (!known || !expanded.append(name, std::strlen(name))) {
             return PFA_E_INVALID_INPUT;
         }

@@ -10,5 +10,5 @@
 int substitute_env_vars(const char *in, char *out, int capacity);
 
 // Replaces a leading "~", "~/" or "~\" by the home directory. '~' and a user name is refused, and
-// so is a home directory that is itself named with '~'.
+// so is a home directory that is not known.
 int substitute_unix_home_dir(const char *in, char *out, int capacity);

@@ -26,7 +26,8 @@ int neutral_path_start(const vek_file *record, const char *neutral) {
     }
     const int host = pfa_component_length(record, PFA_HOST);
     const int device = pfa_component_length(record, PFA_DEVICE);
-    return (host > 0 ? 5 + host : 0) + (device > 0 ? 3 + device : 0);
+    const int start = (host > 0 ? 5 + host : 0) + (device > 0 ? 3 + device : 0);
+    return neutral[start] == '|' ? start + 1 : start;
 }
 
 // Takes back the elements of text[start, length) that parent steps follow, in place. Answers false

@@ -130,7 +130,7 @@ int pfa_put_location(vek_file *record, const char *text, int only_type) {
         return PFA_E_NOT_VALID;
     }
     const vek_file before = *record;
-    for (int index = PFA_HOST; index <= PFA_PATH; index++) {
+    for (int index = PFA_HOST; index <= PFA_PATH; ++index) {
         pfa_put_component_len(record, index, "", 0);
     }
     const int result = pfa_parse_location(record, text, nullptr, only_type);
