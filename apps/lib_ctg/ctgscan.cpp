@@ -95,9 +95,8 @@ ctg_result open_level(vek_file *directory, const char *dir_path, scan_level *lev
         std::printf("Warning: Directory loop at %s\n", dir_path);
         return CTG_FAILED;
     }
-    errno = 0;
     status = pfa_open_dir(directory);
-    if (is_out_of_memory(status) || (status != PFA_E_NO_ERROR && errno == ENOMEM)) {
+    if (is_out_of_memory(status)) {
         return CTG_OUT_OF_MEMORY;
     }
     if (status != PFA_E_NO_ERROR) {
