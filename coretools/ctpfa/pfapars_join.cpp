@@ -92,10 +92,10 @@ int pfa_path_is_absolute(vek_file *record) {
     if (pfa_has_component(record, device) != 0) {
         return pfafs_loc_is_NT_drive_relative(record) == 0 ? 1 : 0;
     }
-    char first = '\0';
     if (path == -1) {
         return 1;
     }
+    char first = '\0';
     pfa_component_first_char(record, path, &first);
     return first == '/' ? 1 : 0;
 }
