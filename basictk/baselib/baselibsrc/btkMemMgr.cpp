@@ -238,7 +238,7 @@ btkPow2MMgr::btkPow2MMgr() : btkBaseMMgr(BTK_CHUNK_SIZE, BTK_CHUNK_SIZE, table) 
 }
 
 int btkPow2MMgr::SizeClass(std::size_t size) const {
-    return std::bit_width(size - 1);
+    return static_cast<int>(std::bit_width(size - 1));
 }
 
 btkPoolMMgr::btkPoolMMgr() : btkBaseMMgr(BTK_CHUNK_SIZE, BTK_POOL_SIZE, table) {

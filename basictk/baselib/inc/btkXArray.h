@@ -58,8 +58,8 @@ class btkXArray final : public btkXArrayImpl {
     explicit btkXArray(int initialCapacity = BTK_XARRAY_MIN_CAPACITY)
         : btkXArrayImpl(static_cast<int>(sizeof(Element)), initialCapacity) {}
 
-    Element &operator[](int index) { return *static_cast<Element *>(_Elem(index)); }
-    const Element &operator[](int index) const { return *static_cast<Element *>(_Elem(index)); }
+    Element &operator[](int index) { return static_cast<Element *>(_Elem(0))[index]; }
+    const Element &operator[](int index) const { return static_cast<Element *>(_Elem(0))[index]; }
     bool Append(Element element) { return _Append(&element); }
 };
 
