@@ -1,6 +1,8 @@
 // Thread-local objects: values by thread, and the order in which indexes come back.
 #include "basictk/baselib/inc/thrLocalObject.h"
-#include "tests/basictk/baselib/threads.h"
+#include "basictk/baselib/inc/thrMutex.h"
+#include "tests/support/failing_malloc.h"
+#include "tests/support/threads.h"
 
 #include <gtest/gtest.h>
 
@@ -17,12 +19,12 @@ struct IndexModel {
     std::vector<int> given_back;
 
     int take() {
-        if (given_back.empty()) {
-            return next++;
+        if (!given_back.empty()) {
+            const int index = given_back.back();
+            given_back.pop_back();
+            return index;
         }
-        const int index = given_back.back();
-        given_back.pop_back();
-        return index;
+        return next++;
     }
 
     void give_back(int index) {
@@ -58,7 +60,7 @@ TEST(ThrLocalObject, EachThreadHasItsValueAndTheNextOwnerReadsNull) {
     thrLocalObject *object = thrLocalObject_Create();
     const int index = object->Index();
     std::barrier sync(3);
-    on_threads(3, [&](int number) {
+    run_on_threads(3, [&](int number) {
         int mine = 0;
         if (number != 0) { // thread 0 never stores
             EXPECT_TRUE(thrLocalObject_SetData(object, &mine));
@@ -76,14 +78,12 @@ TEST(ThrLocalObject, EachThreadHasItsValueAndTheNextOwnerReadsNull) {
     EXPECT_EQ(object->Index(), index);
     delete object;
     delete keep;
-    EXPECT_EQ(thrLocalObject_GetData(nullptr), nullptr);
-    EXPECT_FALSE(thrLocalObject_SetData(nullptr, &sync));
 }
 
 // More objects than the first storage of a slot array holds, made and destroyed while the other
 // threads lengthen theirs; the manager itself goes and comes again.
 TEST(ThrLocalObject, ManyObjectsOnManyThreads) {
-    on_threads(8, [](int number) {
+    run_on_threads(8, [](int number) {
         std::mt19937 random(static_cast<unsigned>(number));
         for (int round = 0; round < 20; ++round) {
             std::vector<thrLocalObject *> objects(20 + random() % 80);
@@ -97,6 +97,26 @@ TEST(ThrLocalObject, ManyObjectsOnManyThreads) {
                 delete object;
             }
         }
+    });
+}
+
+// The nth allocation fails: an object is either whole or null, and what was made goes away again.
+TEST(ThrLocalObject, WithoutMemoryNothingIsHalfMade) {
+    run_on_threads(1, [](int) {
+        bool stored = false;
+        for (int nth = 0; nth < 20; ++nth) {
+            fail_allocation(nth, true);
+            thrMutex *mutex = thrMutex_Create();
+            thrLocalObject *object = thrLocalObject_Create();
+            stored = thrLocalObject_SetData(object, &stored);
+            fail_allocation(NO_FAILURE, false);
+            EXPECT_EQ(thrLocalObject_GetData(object), stored ? &stored : nullptr) << nth;
+            thrMutex_Lock(mutex);
+            thrMutex_Unlock(mutex);
+            delete mutex;
+            delete object;
+        }
+        EXPECT_TRUE(stored);
     });
 }
 

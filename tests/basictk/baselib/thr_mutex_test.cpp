@@ -1,7 +1,7 @@
 // Mutexes: the switch, ownership, depth, the release of all that a thread owns.
 #include "basictk/baselib/inc/btkMemMgr.h"
 #include "basictk/baselib/inc/thrMutex.h"
-#include "tests/basictk/baselib/threads.h"
+#include "tests/support/threads.h"
 
 #include <gtest/gtest.h>
 
@@ -25,14 +25,14 @@ void lock_twice() {
 void unlock_from_elsewhere() {
     LockInitializationMutex();
     ready();
-    on_threads(1, [](int) { UnlockInitializationMutex(); });
+    run_on_threads(1, [](int) { UnlockInitializationMutex(); });
 }
 
 void unlock_too_often() {
     thrMutex mutex(thrMutexRecursive);
-    for (int i = 0; i < 3; ++i) {
-        mutex.Lock();
-    }
+    mutex.Lock();
+    mutex.Lock();
+    mutex.Lock();
     thrThread::CurrentThreadUnlockAllOwnedMutex(); // one of the three levels
     mutex.Unlock();
     mutex.Unlock();
@@ -73,13 +73,13 @@ TEST(ThrMutex, SwitchedOffNothingIsLocked) {
     thrMutex mutex(thrMutexNormal);
     mutex.Lock();
     mutex.Lock();
-    on_threads(2, [&](int) { mutex.Lock(); });
-    on_threads(1, [&](int) { mutex.Unlock(); });
+    std::thread([&] { mutex.Lock(); }).join();
+    std::thread([&] { mutex.Unlock(); }).join();
 }
 
 // Destroyed mutexes move others in the registry; what is released must not depend on it.
 TEST(ThrMutex, ReleasesExactlyWhatTheThreadOwns) {
-    ThreadingOn on;
+    EnableThreading();
     std::mt19937 random(7);
     std::vector<std::unique_ptr<thrMutex>> mutexes(150);
     for (int round = 0; round < 50; ++round) {
@@ -99,15 +99,15 @@ TEST(ThrMutex, ReleasesExactlyWhatTheThreadOwns) {
             }
         }
     }
+    DisableThreading();
 }
 
 // A mutex of another thread released by mistake would end the process as well.
 TEST(ThrMutex, ExcludesOtherThreads) {
-    ThreadingOn on;
     thrMutex normal(thrMutexNormal);
     thrMutex recursive(thrMutexRecursive);
     int counts[2] = {};
-    on_threads(8, [&](int) {
+    run_on_threads(8, [&](int) {
         for (int i = 0; i < 1000; ++i) {
             thrMutex own(thrMutexNormal); // the registry changes under the others
             own.Lock();

@@ -1,4 +1,4 @@
-// The growable array against std::vector, and its ordered form against std::set.
+// The growable array against std::vector.
 #include "basictk/baselib/inc/btkXArray.h"
 
 #include <gtest/gtest.h>
@@ -7,8 +7,6 @@
 #include <bit>
 #include <climits>
 #include <random>
-#include <set>
-#include <string>
 #include <vector>
 
 namespace {
@@ -63,26 +61,21 @@ TEST(XArray, RefusesWrongRangesAndImpossibleSizes) {
         EXPECT_FALSE(array._Remove(index, n)) << index << ' ' << n;
         EXPECT_FALSE(array._Replace(index, n, values)) << index << ' ' << n;
     }
-    EXPECT_FALSE(array._Insert(4, 1, values));
-    EXPECT_FALSE(array._Insert(0, -1, values));
+    EXPECT_FALSE(array._Insert(4, 1, values) || array._Insert(0, -1, values));
     EXPECT_FALSE(array._Insert(0, INT_MAX, nullptr));
     EXPECT_EQ(array.Count(), 3);
 }
 
 TEST(XArray, KeepsOrderByKey) {
     btkClassXArrayImpl array(sizeof(const char *), btkClassXArrayImpl::Cmp_cStrings);
-    std::set<std::string> model;
-    std::mt19937 random(5);
-    for (int i = 0; i < 300; ++i) {
-        const auto [name, added] = model.insert(std::to_string(random() % 400));
-        const char *key = name->c_str();
-        EXPECT_EQ(array.Add(&key), added);
+    for (const char *name : {"d", "b", "a", "e"}) {
+        EXPECT_TRUE(array.Add(&name));
+        EXPECT_FALSE(array.Add(&name));
     }
-    EXPECT_EQ(array.Count(), static_cast<int>(model.size()));
-    for (int index = 0; const std::string &name : model) {
+    for (int place = 0; const char *name : {"a", "b", "d", "e", "f"}) {
         bool found = false;
-        EXPECT_EQ(array.Find(name.c_str(), &found), index++);
-        EXPECT_TRUE(found);
+        EXPECT_EQ(array.Find(name, &found), place);
+        EXPECT_EQ(found, place++ < array.Count());
     }
 }
 
