@@ -2,18 +2,17 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <csetjmp>
 #include <cstring>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "basictk/baselib/inc/thrThread.h"
-#include "basictk/baselib/inc/thrTrap.h"
 #include "coretools/ctmemmgr/alloc_replay.h"
 #include "coretools/ctmemmgr/block_debug.h"
 #include "coretools/ctmemmgr/block_internal.h"
 #include "coretools/ctmemmgr/getmem.h"
+#include "coretools/ctmemmgr/memory_trap.h"
 #include "coretools/ctmemmgr/pools.h"
 #include "coretools/ctmemmgr/serious_errors.h"
 #include "coretools/ctmisc/wlx_exit.h"
@@ -346,45 +345,50 @@ TEST_F(BlockAllocator, AReportThatReturnsChangesNothing) {
     DisableThreading();
 }
 
+struct failing_request {
+    int kind; // 0 soft, 1 new, 2 resize
+    void *data;
+    bool came_back;
+};
+
+void make_request(void *argument) {
+    auto *const request = static_cast<failing_request *>(argument);
+    fail_allocation(0, true);
+    void *const answer = request->kind == 0   ? getmem_null(50)
+                         : request->kind == 1 ? getmem(INT_MAX)
+                                              : relocmem_xar(request->data, 5000, 0);
+    EXPECT_EQ(answer, nullptr);
+    request->came_back = true;
+}
+
 TEST_F(BlockAllocator, ExhaustedMemoryUnwindsAndLosesNothing) {
-    EnableThreading();
+    EnableThreading(); // a lock that stayed held would end the process
     thrThread::c_iActiveThreadsInUse = 1;
-    unsigned char *data = bytes(getmem(100));
+    void *data = getmem(100);
     std::memset(data, 3, 100);
     for (const int relocates : {0, 1}) {
         set_always_relocate(relocates);
-        for (const int request : {0, 1, 2}) {
-            testing::internal::CaptureStdout();
-            static std::jmp_buf context;
-            static int came_back;
-            came_back = 0;
-            ASSERT_EQ(trp_push_frame(TRP_CLASS_MEMORY, &context), 1);
-            if (setjmp(context) == 0) {
-                fail_allocation(0, true);
-                void *answer = request == 0   ? getmem_null(50)
-                               : request == 1 ? getmem(INT_MAX)
-                                              : relocmem_xar(data, 5000, 0);
-                EXPECT_EQ(answer, nullptr);
-                came_back = 1;
+        for (const int kind : {0, 1, 2}) {
+            const char *const expected = kind == 0 ? ""
+                                                   : " Serious error - out of virtual memory."
+                                                     " Starting recovery attempt.\n";
+            for (const bool trapped : {true, false}) {
+                failing_request request = {kind, data, false};
+                testing::internal::CaptureStdout();
+                if (trapped) {
+                    static_cast<void>(call_with_memory_trap(make_request, &request));
+                } else {
+                    make_request(&request);
+                }
+                fail_allocation(NO_FAILURE, false);
+                EXPECT_EQ(testing::internal::GetCapturedStdout(), expected);
+                EXPECT_EQ(request.came_back, !trapped || kind == 0);
+                EXPECT_TRUE(all_are(data, 100, 3));
+                EXPECT_EQ(check_memory_chain(), 0);
             }
-            trp_pop_frame();
-            fail_allocation(NO_FAILURE, false);
-            EXPECT_EQ(came_back, request == 0 ? 1 : 0);
-            EXPECT_EQ(testing::internal::GetCapturedStdout(),
-                      request == 0 ? ""
-                                   : " Serious error - out of virtual memory."
-                                     " Starting recovery attempt.\n");
-            EXPECT_TRUE(all_are(data, 100, 3));
-            EXPECT_EQ(check_memory_chain(), 0);
         }
     }
     set_always_relocate(0);
-    testing::internal::CaptureStdout();
-    fail_allocation(0, true); // and no trap frame takes it
-    EXPECT_EQ(getmem(50), nullptr);
-    EXPECT_EQ(relocmem_xar(data, 5000, 0), nullptr);
-    fail_allocation(NO_FAILURE, false);
-    testing::internal::GetCapturedStdout();
     rlsmem(data);
     thrThread::c_iActiveThreadsInUse = 0;
     DisableThreading();

@@ -1,16 +1,15 @@
 // Pools: areas, slots, general pools and the look-up by size.
 #include <gtest/gtest.h>
 
-#include <csetjmp>
 #include <cstring>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "basictk/baselib/inc/thrThread.h"
-#include "basictk/baselib/inc/thrTrap.h"
 #include "coretools/ctmemmgr/block_debug.h"
 #include "coretools/ctmemmgr/getmem.h"
+#include "coretools/ctmemmgr/memory_trap.h"
 #include "coretools/ctmemmgr/pools_internal.h"
 #include "coretools/ctmemmgr/serious_errors.h"
 #include "coretools/ctmisc/run_mode.h"
@@ -189,35 +188,32 @@ TEST(Pools, ASecondReleaseIsReportedAndChangesNothing) {
 }
 
 TEST(Pools, ExhaustedMemoryKeepsTheRecordAndFreesTheLock) {
-    const int pool = create_mem_pool("exhausted", 64);
-    auto *record = static_cast<char *>(getmem_pool(pool));
-    std::strcpy(record, "text");
-    const int empty = create_mem_pool("empty", 64);
+    static const int pool = create_mem_pool("exhausted", 64);
+    static const int empty = create_mem_pool("empty", 64);
+    void *record = getmem_pool(pool);
+    std::strcpy(static_cast<char *>(record), "text");
+    void (*const requests[])(void *) = {
+        [](void *) {
+            fail_allocation(0, true);
+            EXPECT_EQ(getmem_pool(empty), nullptr);
+        },
+        [](void *data) {
+            fail_allocation(0, true);
+            EXPECT_EQ(relocmem_xar(data, 200, 0), nullptr);
+        },
+    };
     EnableThreading();
     thrThread::c_iActiveThreadsInUse = 1;
     testing::internal::CaptureStdout();
-    static std::jmp_buf context;
-    static int traps;
-    traps = 0;
-    for (static int request = 0; request < 2; request++) {
-        ASSERT_EQ(trp_push_frame(TRP_CLASS_MEMORY, &context), 1);
-        if (setjmp(context) == 0) {
-            fail_allocation(0, true);
-            static_cast<void>(request == 0 ? getmem_pool(empty) : relocmem_xar(record, 200, 0));
-        } else {
-            traps++;
-        }
+    for (void (*request)(void *) : requests) {
+        EXPECT_EQ(call_with_memory_trap(request, record), trapped_call::TRAPPED);
+        request(record); // and no frame takes it
         fail_allocation(NO_FAILURE, false);
-        trp_pop_frame();
+        EXPECT_STREQ(static_cast<char *>(record), "text");
+        EXPECT_EQ(mempool_of_slot(record), pool);
+        EXPECT_EQ(check_mem_pool(pool), 0);
     }
-    fail_allocation(0, true);
-    EXPECT_EQ(getmem_pool(empty), nullptr);
-    EXPECT_EQ(relocmem_xar(record, 200, 0), nullptr);
-    fail_allocation(NO_FAILURE, false);
     testing::internal::GetCapturedStdout();
-    EXPECT_EQ(traps, 2);
-    EXPECT_STREQ(record, "text");
-    EXPECT_EQ(mempool_of_slot(record), pool);
     rlsmem(record);
     rlsmem(getmem_pool(empty));
     thrThread::c_iActiveThreadsInUse = 0;
