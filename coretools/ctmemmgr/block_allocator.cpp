@@ -34,7 +34,28 @@ static void *out_of_memory(int soft_failure) {
     return nullptr;
 }
 
-static void *new_block(int size, int soft_failure, int xar, bool locks) {
+static bool can_be_served(int size) {
+    if (size < 0) {
+        crash();
+        return false;
+    }
+    return memory_is_ready();
+}
+
+static void note_allocation(void *data) {
+    if (memory_file_level.load(std::memory_order_relaxed) > REPLAY_OFF) {
+        memdebug_alloc(data);
+    }
+    if (dbggetmem.active.load(std::memory_order_relaxed) != 0) {
+        debug_memory_loop_alloc(&dbggetmem, data);
+    }
+}
+
+void *new_unfilled_block(int size, int soft_failure, int xar) {
+    if (!can_be_served(size)) {
+        return nullptr;
+    }
+    const bool locks = memmgr_lock_needed();
     auto *const block = static_cast<block_header *>(std::malloc(whole_size(size)));
     if (block == nullptr) {
         return out_of_memory(soft_failure);
@@ -48,7 +69,7 @@ static void *new_block(int size, int soft_failure, int xar, bool locks) {
         memory_is_corrupt("manage_memory");
         return nullptr;
     }
-    std::memset(data_of(block), 0, static_cast<std::size_t>(size));
+    note_allocation(data_of(block));
     return data_of(block);
 }
 
@@ -60,7 +81,14 @@ static void dispose_of(block_header *block, std::size_t whole) {
     }
 }
 
-static void *resized_block(int size, void *old_data, int soft_failure, int xar, bool locks) {
+static void *resized_block(int size, void *old_data, int soft_failure, int xar) {
+    if (!can_be_served(size)) {
+        return nullptr;
+    }
+    if (dbggetmem.active.load(std::memory_order_relaxed) != 0) {
+        debug_mark_released_memory(&dbggetmem, old_data);
+    }
+    const bool locks = memmgr_lock_needed();
     lock_memmgr(locks);
     if (area_invalid(old_data) != 0) {
         unlock_memmgr(locks);
@@ -89,6 +117,7 @@ static void *resized_block(int size, void *old_data, int soft_failure, int xar, 
         fill_memory(old, minus_1, whole_size(old_size));
         dispose_of(old, whole_size(old_size));
     }
+    note_allocation(data_of(block));
     if (size > old_size) {
         std::memset(data_of(block) + old_size, 0, static_cast<std::size_t>(size - old_size));
     }
@@ -97,31 +126,12 @@ static void *resized_block(int size, void *old_data, int soft_failure, int xar, 
 
 // The one routine behind allocation (no old data) and resizing.
 void *manage_memory(int size, void *old_data, int soft_failure, int xar) {
-    if (size < 0) {
-        crash();
-        return nullptr;
+    if (old_data != nullptr) {
+        return resized_block(size, old_data, soft_failure, xar);
     }
-    if (!memory_is_ready()) {
-        return nullptr;
-    }
-    const bool locks = memmgr_lock_needed();
-    void *data = nullptr;
-    if (old_data == nullptr) {
-        data = new_block(size, soft_failure, xar, locks);
-    } else {
-        if (dbggetmem.active.load(std::memory_order_relaxed) != 0) {
-            debug_mark_released_memory(&dbggetmem, old_data);
-        }
-        data = resized_block(size, old_data, soft_failure, xar, locks);
-    }
-    if (data == nullptr) {
-        return nullptr;
-    }
-    if (memory_file_level.load(std::memory_order_relaxed) > REPLAY_OFF) {
-        memdebug_alloc(data);
-    }
-    if (dbggetmem.active.load(std::memory_order_relaxed) != 0) {
-        debug_memory_loop_alloc(&dbggetmem, data);
+    void *const data = new_unfilled_block(size, soft_failure, xar);
+    if (data != nullptr) {
+        std::memset(data, 0, static_cast<std::size_t>(size));
     }
     return data;
 }

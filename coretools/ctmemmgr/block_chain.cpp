@@ -3,7 +3,6 @@
 #include <cstdio>
 
 #include "basictk/baselib/inc/thrMutex.h"
-#include "basictk/baselib/inc/thrThread.h"
 #include "basictk/baselib/inc/thrTrap.h"
 #include "coretools/ctmemmgr/block_debug.h"
 #include "coretools/ctmemmgr/block_internal.h"
@@ -53,11 +52,6 @@ bool memory_is_ready() {
     }
     init_memory();
     return IsMemoryInitialized.load(std::memory_order_acquire) != 0 || !IsThreadingEnabled();
-}
-
-bool memmgr_lock_needed() {
-    return thrThread_GetNumberOfActiveThreads() != 0 ||
-           thrThread_GetNumberOfThreadsRunning() > thrThread_GetLimitOfSafeThreads();
 }
 
 void lock_memmgr(bool needed) {

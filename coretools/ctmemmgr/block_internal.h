@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "basictk/baselib/inc/thrThread.h"
 #include "coretools/ctmemmgr/memory_loop.h"
 
 // A block as malloc gave it. Offsets are in bytes; data is what the caller sees.
@@ -121,7 +122,12 @@ constexpr std::uint32_t block_mark(std::uint32_t serial, int xar) {
 // expect the caller to hold the lock, when memmgr_lock_needed said so.
 
 bool memory_is_ready();
-bool memmgr_lock_needed();
+
+inline bool memmgr_lock_needed() {
+    return thrThread_GetNumberOfActiveThreads() != 0 ||
+           thrThread_GetNumberOfThreadsRunning() > thrThread_GetLimitOfSafeThreads();
+}
+
 void lock_memmgr(bool needed);
 void unlock_memmgr(bool needed);
 
@@ -136,6 +142,8 @@ void set_block_serial(void *data, std::uint32_t serial);
 // The allocator proper, past the pools (block_allocator.cpp): pool areas and the size cache come
 // from here, so that the two layers can never call each other for ever.
 void *manage_memory(int size, void *old_data, int soft_failure, int xar);
+// A new block as manage_memory makes it, but with whatever malloc left in it.
+void *new_unfilled_block(int size, int soft_failure, int xar);
 int release_block(void *data);
 
 // Debugging switches, read on every request (block_debug.cpp, alloc_replay.cpp).

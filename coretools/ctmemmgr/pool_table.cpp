@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <cstring>
 
-#include "basictk/baselib/inc/thrMutex.h"
 #include "coretools/ctmemmgr/block_internal.h"
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctmemmgr/pools_internal.h"
@@ -16,7 +15,7 @@
 clump_entry clump_table[CLUMP_LIMIT];
 int clump_count = 0;
 
-static std::atomic<thrMutex *> clump_lock{nullptr};
+std::atomic<thrMutex *> clump_lock{nullptr};
 
 // The used entries by size, then by position.
 static const void *clump_index[CLUMP_LIMIT];
@@ -69,18 +68,6 @@ int init_clump_lock() {
         return 0;
     }
     return 1;
-}
-
-void lock_clumps() {
-    if (thrMutex *lock = clump_lock.load(std::memory_order_acquire)) {
-        thrMutex_Lock(lock);
-    }
-}
-
-void unlock_clumps() {
-    if (thrMutex *lock = clump_lock.load(std::memory_order_acquire)) {
-        thrMutex_Unlock(lock);
-    }
 }
 
 static int cmp_clumps(const void *a, const void *b) {

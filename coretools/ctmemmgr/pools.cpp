@@ -68,28 +68,46 @@ static area_header *area_with_room(clump_entry &entry) {
     return second;
 }
 
-// Taken without the pools' lock: exhausted memory may jump to a trap frame. The size and the kind
-// of a pool do not change.
+static std::size_t stride_of(const clump_entry &entry) {
+    return (static_cast<std::size_t>(entry.rounded) + sizeof(slot_header)) / SLOT_UNIT;
+}
+
+// Writes the header of the first slot that was never in use; the ones that follow hang on it.
+static void prepare_slot(area_header *area, std::size_t offset) {
+    slot_header *const slot = slot_at(area, offset);
+    slot->offset = static_cast<std::uint16_t>(offset);
+    slot->next_free = ALL_THAT_FOLLOW;
+    slot->mark = NO_MARK;
+    slot->tag = TAG_FREE;
+    area->first_free = static_cast<std::int16_t>(offset);
+}
+
+static slot_header *pop_free_slot(const clump_entry &entry, area_header *area) {
+    slot_header *const slot = slot_at(area, static_cast<std::size_t>(area->first_free));
+    if (slot->next_free != ALL_THAT_FOLLOW) {
+        area->first_free = slot->next_free;
+        return slot;
+    }
+    const std::size_t next = slot->offset + stride_of(entry);
+    if (next < stride_of(entry) * static_cast<std::size_t>(entry.slots_per_area)) {
+        prepare_slot(area, next);
+    } else {
+        area->first_free = NO_SLOT;
+    }
+    return slot;
+}
+
+// Taken without the pools' lock: exhausted memory may jump to a trap frame.
 static area_header *new_area(int pool, int soft_failure) {
-    void *const memory = manage_memory(Stat_clump_size, nullptr, soft_failure, 0);
+    void *const memory = new_unfilled_block(Stat_clump_size, soft_failure, 0);
     if (memory == nullptr) {
         return nullptr;
     }
-    const clump_entry &entry = clump_table[pool];
     auto *const area = static_cast<area_header *>(memory);
+    area->used = 0;
     area->pool = static_cast<std::int16_t>(pool);
-    area->first_free = 0;
     area->self = area;
-    const std::size_t stride =
-        (static_cast<std::size_t>(entry.rounded) + sizeof(slot_header)) / SLOT_UNIT;
-    std::size_t offset = 0;
-    for (int left = entry.slots_per_area; left > 0; left--, offset += stride) {
-        slot_header *const slot = slot_at(area, offset);
-        slot->offset = static_cast<std::uint16_t>(offset);
-        slot->next_free = left > 1 ? static_cast<std::int16_t>(offset + stride) : NO_SLOT;
-        slot->mark = NO_MARK;
-        slot->tag = TAG_FREE;
-    }
+    prepare_slot(area, 0);
     return area;
 }
 
@@ -110,8 +128,7 @@ void *take_pool_record(int pool, int soft_failure, int xar) {
         lock_clumps();
         link_area(entry, area, nullptr);
     }
-    slot_header *const slot = slot_at(area, static_cast<std::size_t>(area->first_free));
-    area->first_free = slot->next_free;
+    slot_header *const slot = pop_free_slot(entry, area);
     area->used++;
     slot->next_free = NO_SLOT;
     slot->mark = NO_MARK;
@@ -137,13 +154,15 @@ int rlsmem_clump(void *data) {
     if (data == nullptr) {
         return 0;
     }
-    if (pool_tag_of(data) == TAG_FREE) {
+    std::uint16_t tag = pool_tag_of(data);
+    if (tag == TAG_FREE) {
         dbg_err_crash("rlsmem_clump", " release of already released object");
-        if (pool_tag_of(data) == TAG_FREE) {
+        tag = pool_tag_of(data);
+        if (tag == TAG_FREE) {
             return 1;
         }
     }
-    if (!is_pool_record(data)) {
+    if (!is_tag_in_use(tag)) {
         return 0;
     }
     slot_header *const slot = slot_of(data);
@@ -238,28 +257,32 @@ static int check_area(const clump_entry &entry, int pool, area_header *area) {
     if (area->used < 1 || area->used > entry.slots_per_area) {
         return 1;
     }
-    const std::size_t stride =
-        (static_cast<std::size_t>(entry.rounded) + sizeof(slot_header)) / SLOT_UNIT;
-    int in_use = 0;
-    for (std::size_t i = 0; i < static_cast<std::size_t>(entry.slots_per_area); i++) {
-        const slot_header *const slot = slot_at(area, i * stride);
-        const bool free = slot->tag == TAG_FREE;
-        if (slot->offset != i * stride || (!free && slot->next_free != NO_SLOT) ||
-            (!free && slot->tag != TAG_IN_USE && slot->tag != TAG_IN_USE_XAR)) {
-            return 3;
-        }
-        in_use += free ? 0 : 1;
-    }
+    const auto stride = static_cast<int>(stride_of(entry));
+    int written = entry.slots_per_area; // slots whose headers have been written
     int free_slots = 0;
-    for (int offset = area->first_free; offset != NO_SLOT && free_slots <= entry.slots_per_area;
-         free_slots++) {
+    for (int offset = area->first_free; offset != NO_SLOT;) {
         const slot_header *const slot = slot_at(area, static_cast<std::size_t>(offset));
-        if (slot->tag != TAG_FREE) {
+        free_slots++;
+        if (offset % stride != 0 || slot->tag != TAG_FREE || free_slots > entry.slots_per_area) {
             return 2;
+        }
+        if (slot->next_free == ALL_THAT_FOLLOW) {
+            written = offset / stride + 1;
+            break;
         }
         offset = slot->next_free;
     }
-    return in_use == area->used && free_slots == entry.slots_per_area - in_use ? 0 : 2;
+    int in_use = 0;
+    for (int i = 0; i < written; i++) {
+        const slot_header *const slot = slot_at(area, static_cast<std::size_t>(i * stride));
+        const bool used = is_tag_in_use(slot->tag);
+        if (slot->offset != i * stride || (used && slot->next_free != NO_SLOT) ||
+            (!used && slot->tag != TAG_FREE)) {
+            return 3;
+        }
+        in_use += used ? 1 : 0;
+    }
+    return in_use == area->used && in_use + free_slots == written ? 0 : 2;
 }
 
 int check_mem_pool(int pool) {

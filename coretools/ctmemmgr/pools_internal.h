@@ -1,10 +1,13 @@
 // Pool table, areas and slots: what the files of the pool layer and the allocator share.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
+#include "basictk/baselib/inc/thrMutex.h"
+#include "basictk/baselib/inc/thrThread.h"
 #include "coretools/ctmemmgr/memory_loop.h"
 #include "coretools/ctmemmgr/pools.h"
 
@@ -30,12 +33,15 @@ struct alignas(8) area_header {
 
 struct slot_header {
     std::uint16_t offset;
-    std::int16_t next_free; // NO_SLOT at the end of the free list and while in use
+    std::int16_t next_free; // or one of the values below
     std::uint16_t mark;     // memory-loop allocation number, or NO_MARK
     std::uint16_t tag;
 };
 
-constexpr std::int16_t NO_SLOT = -1;
+constexpr std::int16_t NO_SLOT = -1; // the end of the free list; also while in use
+// The free list goes on with all slots that follow in the area. Their headers are written only when
+// they come up: a new area costs the same however many slots it has.
+constexpr std::int16_t ALL_THAT_FOLLOW = -2;
 constexpr std::uint16_t NO_MARK = 0xFFFF;
 
 // Odd, and so never what a general block holds before its data.
@@ -68,8 +74,20 @@ constexpr int CLUMP_LIMIT = 500;
 extern clump_entry clump_table[CLUMP_LIMIT];
 extern int clump_count;
 
-void lock_clumps();
-void unlock_clumps();
+extern std::atomic<thrMutex *> clump_lock;
+
+// The tests keep a run without threads free of calls.
+inline void lock_clumps() {
+    if (IsThreadingEnabled()) {
+        thrMutex_Lock(clump_lock.load(std::memory_order_acquire));
+    }
+}
+
+inline void unlock_clumps() {
+    if (IsThreadingEnabled()) {
+        thrMutex_Unlock(clump_lock.load(std::memory_order_acquire));
+    }
+}
 
 inline bool is_pool_index(int pool) {
     return pool >= 0 && pool < clump_count &&
@@ -82,10 +100,13 @@ inline std::uint16_t pool_tag_of(const void *data) {
     return tag;
 }
 
+constexpr bool is_tag_in_use(std::uint16_t tag) {
+    return tag == TAG_IN_USE || tag == TAG_IN_USE_XAR;
+}
+
 // Whether data, not null, is a pool record in use.
 inline bool is_pool_record(const void *data) {
-    const std::uint16_t tag = pool_tag_of(data);
-    return tag == TAG_IN_USE || tag == TAG_IN_USE_XAR;
+    return is_tag_in_use(pool_tag_of(data));
 }
 
 // A zero record of a pool; soft_failure as in manage_memory.
