@@ -20,6 +20,13 @@ static constexpr std::size_t FILL_AT_EACH_END = 1000;
 // A call the compiler cannot see through: it would drop a store that only free follows.
 static void *(*const volatile fill_memory)(void *, int, std::size_t) = &std::memset;
 
+// Blocks of the size of a pool area that were released, linked through prev, for the next requests
+// of that size. The C library would give such pieces back to the system, only to have them mapped
+// in again page by page when the pool grows the next time. Guarded by the lock of the chain.
+static constexpr int SPARE_LIMIT = 16;
+static block_header *spare_blocks = nullptr;
+static int num_spare_blocks = 0;
+
 static int memory_is_corrupt(const char *name) {
     return err_crash(name, "memory chain is corrupt");
 }
@@ -32,6 +39,44 @@ static void *out_of_memory(int soft_failure) {
         error_break("Memory error.");
     }
     return nullptr;
+}
+
+static block_header *obtain_block(int size, bool locks) {
+    block_header *block = nullptr;
+    if (size == Stat_clump_size) {
+        lock_memmgr(locks);
+        block = spare_blocks;
+        if (block != nullptr) {
+            spare_blocks = block->prev;
+            num_spare_blocks--;
+        }
+        unlock_memmgr(locks);
+    }
+    return block != nullptr ? block
+                            : static_cast<block_header *>(std::malloc(whole_size(size)));
+}
+
+static bool keep_as_spare(block_header *block, std::size_t whole, bool locks) {
+    if (whole != whole_size(Stat_clump_size)) {
+        return false;
+    }
+    lock_memmgr(locks);
+    const bool kept = num_spare_blocks < SPARE_LIMIT;
+    if (kept) {
+        block->prev = spare_blocks;
+        spare_blocks = block;
+        num_spare_blocks++;
+    }
+    unlock_memmgr(locks);
+    return kept;
+}
+
+static void dispose_of(block_header *block, std::size_t whole, bool locks) {
+    if (keeps_released_blocks()) {
+        add_block_to_released_list(block, whole);
+    } else if (!keep_as_spare(block, whole, locks)) {
+        std::free(block);
+    }
 }
 
 static bool can_be_served(int size) {
@@ -56,7 +101,7 @@ void *new_unfilled_block(int size, int soft_failure, int xar) {
         return nullptr;
     }
     const bool locks = memmgr_lock_needed();
-    auto *const block = static_cast<block_header *>(std::malloc(whole_size(size)));
+    block_header *const block = obtain_block(size, locks);
     if (block == nullptr) {
         return out_of_memory(soft_failure);
     }
@@ -71,14 +116,6 @@ void *new_unfilled_block(int size, int soft_failure, int xar) {
     }
     note_allocation(data_of(block));
     return data_of(block);
-}
-
-static void dispose_of(block_header *block, std::size_t whole) {
-    if (keeps_released_blocks()) {
-        add_block_to_released_list(block, whole);
-    } else {
-        std::free(block);
-    }
 }
 
 static void *resized_block(int size, void *old_data, int soft_failure, int xar) {
@@ -115,7 +152,7 @@ static void *resized_block(int size, void *old_data, int soft_failure, int xar) 
     if (moves) {
         // Only after unlocking: the list of released blocks allocates.
         fill_memory(old, minus_1, whole_size(old_size));
-        dispose_of(old, whole_size(old_size));
+        dispose_of(old, whole_size(old_size), locks);
     }
     note_allocation(data_of(block));
     if (size > old_size) {
@@ -190,7 +227,7 @@ int release_block(void *data) {
         fill_memory(start, minus_1, FILL_AT_EACH_END);
         fill_memory(start + whole - FILL_AT_EACH_END, minus_1, FILL_AT_EACH_END);
     }
-    dispose_of(block, whole);
+    dispose_of(block, whole, locks);
     return 0;
 }
 

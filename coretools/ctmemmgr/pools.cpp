@@ -34,6 +34,24 @@ static area_header *area_of(const slot_header *slot) {
     return area->self == area ? area : nullptr;
 }
 
+// Two overlapping halves of fixed size: for a small record the call of memset would cost as much as
+// all the rest.
+template <unsigned char value>
+static void fill_record(char *data, std::size_t bytes) {
+    if (bytes > 64) {
+        std::memset(data, value, bytes);
+    } else if (bytes > 32) {
+        std::memset(data, value, 32);
+        std::memset(data + bytes - 32, value, 32);
+    } else if (bytes > 16) {
+        std::memset(data, value, 16);
+        std::memset(data + bytes - 16, value, 16);
+    } else {
+        std::memset(data, value, 8);
+        std::memset(data + bytes - 8, value, 8);
+    }
+}
+
 static bool has_room(const clump_entry &entry, const area_header *area) {
     return area->used < entry.slots_per_area - 1;
 }
@@ -53,13 +71,10 @@ static void link_area(clump_entry &entry, area_header *area, area_header *prev) 
 }
 
 // The order of the areas answers at once: if neither of the first two has room, none has. The one
-// that is answered is first; null when a new area is needed.
-static area_header *area_with_room(clump_entry &entry) {
+// that is answered is first; null when a new area is needed. Called when the first is full.
+[[gnu::noinline]] static area_header *next_area_with_room(clump_entry &entry) {
     area_header *const front = entry.first_area;
-    if (front == nullptr || has_room(entry, front)) {
-        return front;
-    }
-    area_header *const second = front->next;
+    area_header *const second = front != nullptr ? front->next : nullptr;
     if (second == nullptr || !has_room(entry, second)) {
         return nullptr;
     }
@@ -98,7 +113,7 @@ static slot_header *pop_free_slot(const clump_entry &entry, area_header *area) {
 }
 
 // Taken without the pools' lock: exhausted memory may jump to a trap frame.
-static area_header *new_area(int pool, int soft_failure) {
+[[gnu::noinline]] static area_header *new_area(int pool, int soft_failure) {
     void *const memory = new_unfilled_block(Stat_clump_size, soft_failure, 0);
     if (memory == nullptr) {
         return nullptr;
@@ -118,7 +133,10 @@ void *take_pool_record(int pool, int soft_failure, int xar) {
         return nullptr;
     }
     clump_entry &entry = clump_table[pool];
-    area_header *area = area_with_room(entry);
+    area_header *area = entry.first_area;
+    if (area == nullptr || !has_room(entry, area)) {
+        area = next_area_with_room(entry);
+    }
     if (area == nullptr) {
         unlock_clumps();
         area = new_area(pool, soft_failure);
@@ -134,7 +152,7 @@ void *take_pool_record(int pool, int soft_failure, int xar) {
     slot->mark = NO_MARK;
     slot->tag = xar != 0 ? TAG_IN_USE_XAR : TAG_IN_USE;
     char *const data = data_of_slot(slot);
-    std::memset(data, 0, static_cast<std::size_t>(entry.rounded));
+    fill_record<0>(data, static_cast<std::size_t>(entry.rounded));
     unlock_clumps();
     if (entry.loop.active.load(std::memory_order_relaxed) != 0) {
         debug_memory_loop_alloc(&entry.loop, data);
@@ -148,6 +166,16 @@ void *getmem_pool_xar(int pool, int xar) {
 
 void *getmem_pool(int pool) {
     return take_pool_record(pool, 0, 0);
+}
+
+// An area that was full, or whose last record has gone: it takes its new place, or leaves the pool.
+[[gnu::noinline]] static void place_area(clump_entry &entry, area_header *area) {
+    if (area->used == 0) {
+        unlink_area(entry, area);
+    } else if (area != entry.first_area && has_room(entry, area)) {
+        unlink_area(entry, area);
+        link_area(entry, area, entry.first_area);
+    }
 }
 
 int rlsmem_clump(void *data) {
@@ -181,14 +209,11 @@ int rlsmem_clump(void *data) {
     slot->next_free = area->first_free;
     area->first_free = static_cast<std::int16_t>(slot->offset);
     area->used--;
-    std::memset(data, 0xFF, static_cast<std::size_t>(entry.rounded));
+    fill_record<0xFF>(static_cast<char *>(data), static_cast<std::size_t>(entry.rounded));
     slot->tag = TAG_FREE;
     const bool is_empty = area->used == 0;
-    if (is_empty) {
-        unlink_area(entry, area);
-    } else if (was_full && area != entry.first_area && has_room(entry, area)) {
-        unlink_area(entry, area);
-        link_area(entry, area, entry.first_area);
+    if (was_full || is_empty) {
+        place_area(entry, area);
     }
     unlock_clumps();
     if (is_empty) {

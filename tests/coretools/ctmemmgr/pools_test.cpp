@@ -202,6 +202,10 @@ TEST(Pools, ExhaustedMemoryKeepsTheRecordAndFreesTheLock) {
             EXPECT_EQ(relocmem_xar(data, 200, 0), nullptr);
         },
     };
+    std::vector<void *> spares; // the memory of former areas
+    for (int i = 0; i < 20; i++) {
+        spares.push_back(getmem(Stat_clump_size));
+    }
     EnableThreading();
     thrThread::c_iActiveThreadsInUse = 1;
     testing::internal::CaptureStdout();
@@ -214,6 +218,9 @@ TEST(Pools, ExhaustedMemoryKeepsTheRecordAndFreesTheLock) {
         EXPECT_EQ(check_mem_pool(pool), 0);
     }
     testing::internal::GetCapturedStdout();
+    for (void *spare : spares) {
+        rlsmem(spare);
+    }
     rlsmem(record);
     rlsmem(getmem_pool(empty));
     thrThread::c_iActiveThreadsInUse = 0;
