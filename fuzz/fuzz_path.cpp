@@ -33,7 +33,8 @@ int parse(vek_file *record, const char *text) {
     return pfa_parse_to_vek_file_private(record, nullptr, text, 0);
 }
 
-// From the second writing on, a name is its own full name.
+// From the second writing on, a name is its own full name. A name with a colon in it may be taken
+// for a host's when it is read back: that is another place, and not held against it.
 void check_full_name(vek_file *record, vek_file *again) {
     char first[PFA_PATH_SIZE];
     char second[PFA_PATH_SIZE];
@@ -43,6 +44,9 @@ void check_full_name(vek_file *record, vek_file *again) {
         return;
     }
     check_record(again);
+    if (pfa_has_component(again, PFA_HOST) != pfa_has_component(record, PFA_HOST)) {
+        return;
+    }
     if (pfa_get_full_name(again, second) != 0 || parse(again, second) != 0) {
         return;
     }
