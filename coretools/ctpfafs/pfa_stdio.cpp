@@ -173,23 +173,23 @@ int pfa_stdio_close_dir(vek_file *record, void **data) {
 }
 
 constexpr pfafs_method METHODS[] = {
-    {PfaClaimLocation, PLM_CALL_FPPP, pfa_stdio_claim_location},
-    {PfaGetLocationString, PLM_CALL_FPPS, pfa_stdio_location},
-    {PfaGetNeutralLocation, PLM_CALL_FPPS, pfa_stdio_location},
-    {PfaFopen, PLM_CALL_FLPPI, pfa_stdio_fopen},
-    {PfaOpen, PLM_CALL_FLPIII, pfa_stdio_open},
-    {PfaCloseFile, PLM_CALL_FL, pfa_stdio_never_close},
-    {PfaAccess, PLM_CALL_FII, pfa_stdio_access},
-    {PfaDirOpen, PLM_CALL_FLPP, pfa_stdio_open_dir},
-    {PfaDirReadNext, PLM_CALL_FLPPPI, pfa_stdio_dir_read_next},
-    {PfaDirClose, PLM_CALL_FL, pfa_stdio_close_dir},
-    {PfaDirCanOpenSubset, PLM_CALL_F, pfa_stdio_dir_can_open_subset},
+    {PfaClaimLocation, pfa_stdio_claim_location},
+    {PfaGetLocationString, pfa_stdio_location},
+    {PfaGetNeutralLocation, pfa_stdio_location},
+    {PfaFopen, pfa_stdio_fopen},
+    {PfaOpen, pfa_stdio_open},
+    {PfaCloseFile, pfa_stdio_never_close},
+    {PfaAccess, pfa_stdio_access},
+    {PfaDirOpen, pfa_stdio_open_dir},
+    {PfaDirReadNext, pfa_stdio_dir_read_next},
+    {PfaDirClose, pfa_stdio_close_dir},
+    {PfaDirCanOpenSubset, pfa_stdio_dir_can_open_subset},
 };
-static_assert(std::size(METHODS) == 11);
+static_assert(std::size(METHODS) == 11 && pfafs_methods_fit(METHODS));
 
 // Reading and writing run on the stream block, whoever opened it.
-constexpr int INHERITED[] = {PfaFgetc, PfaReadFile,       PfaFgets,    PfaWriteFile,
-                             PfaFputs, PfaCopyThruCookie, PfaFlushFile};
+constexpr pfa_method INHERITED[] = {PfaFgetc, PfaReadFile,       PfaFgets,    PfaWriteFile,
+                                    PfaFputs, PfaCopyThruCookie, PfaFlushFile};
 
 } // namespace
 
@@ -210,7 +210,7 @@ int pfa_stdio_get_stream(const vek_file *record, std::FILE **stream) {
 void pfa_stdio_register() {
     pfa_loc_register_setup(PfaStdio);
     pfafs_register_methods(PfaStdio, METHODS);
-    for (const int method : INHERITED) {
+    for (const pfa_method method : INHERITED) {
         pfa_loc_type_inherit_method(PfaStdio, PfaStdFilesystem, method);
     }
     pfa_loc_register_setup(NoLocation);

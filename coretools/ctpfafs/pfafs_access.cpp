@@ -217,17 +217,17 @@ int pfafs_make_hidden(vek_file *record) {
 }
 
 constexpr pfafs_method METHODS[] = {
-    {PfaAccess, PLM_CALL_FII, Unix_pfa_access},
-    {PfaGetFileTime, PLM_CALL_FPPP, pfafs_get_file_time},
-    {PfaGetMode, PLM_CALL_FP, pfafs_get_mode},
-    {PfaGetFileSize, PLM_CALL_FP, pfafs_get_file_size},
-    {PfaGetOwners, PLM_CALL_FPPP, pfafs_get_owners},
-    {PfaChmod, PLM_CALL_FI, pfafs_chmod},
-    {PfaChown, PLM_CALL_FPP, pfafs_chown},
-    {PfaGetAvailBlocks, PLM_CALL_FPP, pfafs_get_avail_blocks},
-    {PfaMakeHidden, PLM_CALL_F, pfafs_make_hidden},
+    {PfaAccess, Unix_pfa_access},
+    {PfaGetFileTime, pfafs_get_file_time},
+    {PfaGetMode, pfafs_get_mode},
+    {PfaGetFileSize, pfafs_get_file_size},
+    {PfaGetOwners, pfafs_get_owners},
+    {PfaChmod, pfafs_chmod},
+    {PfaChown, pfafs_chown},
+    {PfaGetAvailBlocks, pfafs_get_avail_blocks},
+    {PfaMakeHidden, pfafs_make_hidden},
 };
-static_assert(std::size(METHODS) == 9);
+static_assert(std::size(METHODS) == 9 && pfafs_methods_fit(METHODS));
 
 } // namespace
 

@@ -210,16 +210,16 @@ int pfafs_move_dir(vek_file *from, vek_file *to) {
 }
 
 constexpr pfafs_method METHODS[] = {
-    {PfaMakeDir, PLM_CALL_F, pfafs_make_dir},
-    {PfaRemoveDir, PLM_CALL_F, pfafs_remove_dir},
-    {PfaMoveDir, PLM_CALL_FF, pfafs_move_dir},
-    {PfaDirOpen, PLM_CALL_FLPP, pfafs_open_dir},
-    {PfaDirClose, PLM_CALL_FL, pfafs_close_dir},
-    {PfaDirReadNext, PLM_CALL_FLPPPI, pfafs_dir_read_next},
-    {PfaDirCacheInvalid, PLM_CALL_FLP, pfafs_dir_cache_invalid},
-    {PfaDirCacheEligible, PLM_CALL_FP, pfafs_dir_cache_eligible},
+    {PfaMakeDir, pfafs_make_dir},
+    {PfaRemoveDir, pfafs_remove_dir},
+    {PfaMoveDir, pfafs_move_dir},
+    {PfaDirOpen, pfafs_open_dir},
+    {PfaDirClose, pfafs_close_dir},
+    {PfaDirReadNext, pfafs_dir_read_next},
+    {PfaDirCacheInvalid, pfafs_dir_cache_invalid},
+    {PfaDirCacheEligible, pfafs_dir_cache_eligible},
 };
-static_assert(std::size(METHODS) == 8);
+static_assert(std::size(METHODS) == 8 && pfafs_methods_fit(METHODS));
 
 } // namespace
 

@@ -72,12 +72,12 @@ int pfafs_is_case_sensitive(vek_file *) {
 }
 
 constexpr pfafs_method METHODS[] = {
-    {PfaDeleteFile, PLM_CALL_F, pfafs_delete_file},
-    {PfaTruncateFile, PLM_CALL_FLP, pfafs_truncate_file},
-    {PfaRenameFile, PLM_CALL_FPP, pfafs_rename_file},
-    {PfaCaseSensitiveLoc, PLM_CALL_F, pfafs_is_case_sensitive},
+    {PfaDeleteFile, pfafs_delete_file},
+    {PfaTruncateFile, pfafs_truncate_file},
+    {PfaRenameFile, pfafs_rename_file},
+    {PfaCaseSensitiveLoc, pfafs_is_case_sensitive},
 };
-static_assert(std::size(METHODS) == 4);
+static_assert(std::size(METHODS) == 4 && pfafs_methods_fit(METHODS));
 
 } // namespace
 

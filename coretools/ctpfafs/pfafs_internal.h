@@ -54,15 +54,26 @@ inline bool pfafs_filter_takes(const pfa_dir_filter *filter, vek_file *directory
 
 // One method of a location type.
 struct pfafs_method {
-    int method;
-    int sequence;
+    pfa_method method;
     pfaloc_impl implementation;
 };
+
+// Whether every implementation takes the parameters of its method.
+template <std::size_t N>
+consteval bool pfafs_methods_fit(const pfafs_method (&methods)[N]) {
+    for (const pfafs_method &row : methods) {
+        if (row.implementation.sequence() != locMethodInfo[row.method].sequence) {
+            return false;
+        }
+    }
+    return true;
+}
 
 template <std::size_t N>
 void pfafs_register_methods(int type, const pfafs_method (&methods)[N]) {
     for (const pfafs_method &row : methods) {
-        pfa_loc_method_register(type, row.method, row.sequence, row.implementation);
+        pfa_loc_method_register(type, row.method, row.implementation.sequence(),
+                                row.implementation);
     }
 }
 

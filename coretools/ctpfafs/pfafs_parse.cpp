@@ -354,15 +354,15 @@ int pfafs_path_idx(vek_file *) {
 }
 
 constexpr pfafs_method METHODS[] = {
-    {PfaDeviceIdx, PLM_CALL_F, pfafs_device_idx},
-    {PfaHostIdx, PLM_CALL_F, pfafs_host_idx},
-    {PfaPathIdx, PLM_CALL_F, pfafs_path_idx},
-    {PfaClaimLocation, PLM_CALL_FPPP, pfafs_claim_location},
-    {PfaGetLocationString, PLM_CALL_FPPS, pfafs_full_loc_string},
-    {PfaGetNeutralLocation, PLM_CALL_FPPS, pfafs_neut_loc_string},
-    {PfaIsFolder, PLM_CALL_F, pfafs_is_folder},
+    {PfaDeviceIdx, pfafs_device_idx},
+    {PfaHostIdx, pfafs_host_idx},
+    {PfaPathIdx, pfafs_path_idx},
+    {PfaClaimLocation, pfafs_claim_location},
+    {PfaGetLocationString, pfafs_full_loc_string},
+    {PfaGetNeutralLocation, pfafs_neut_loc_string},
+    {PfaIsFolder, pfafs_is_folder},
 };
-static_assert(std::size(METHODS) == 7);
+static_assert(std::size(METHODS) == 7 && pfafs_methods_fit(METHODS));
 
 } // namespace
 

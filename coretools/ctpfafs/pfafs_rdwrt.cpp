@@ -192,16 +192,12 @@ int pfafs_flush_file(vek_file *record, void **data) {
 }
 
 constexpr pfafs_method METHODS[] = {
-    {PfaFgetc, PLM_CALL_FL, pfafs_fgetc},
-    {PfaUngetc, PLM_CALL_FLI, pfafs_ungetc},
-    {PfaReadFile, PLM_CALL_FLPPI, pfafs_read_file},
-    {PfaFgets, PLM_CALL_FLPPI, pfafs_fgets},
-    {PfaWriteFile, PLM_CALL_FLPII, pfafs_write_file},
-    {PfaFputs, PLM_CALL_FLP, pfafs_fputs},
-    {PfaFlushFile, PLM_CALL_FL, pfafs_flush_file},
-    {PfaCopyThruCookie, PLM_CALL_FLFLPP, pfafs_copy_thru_cookie},
+    {PfaFgetc, pfafs_fgetc},          {PfaUngetc, pfafs_ungetc},
+    {PfaReadFile, pfafs_read_file},   {PfaFgets, pfafs_fgets},
+    {PfaWriteFile, pfafs_write_file}, {PfaFputs, pfafs_fputs},
+    {PfaFlushFile, pfafs_flush_file}, {PfaCopyThruCookie, pfafs_copy_thru_cookie},
 };
-static_assert(std::size(METHODS) == 8);
+static_assert(std::size(METHODS) == 8 && pfafs_methods_fit(METHODS));
 
 } // namespace
 

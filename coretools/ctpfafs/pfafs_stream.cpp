@@ -194,18 +194,18 @@ int pfafs_dbg_show_stream(vek_file *record, void **data) {
 }
 
 constexpr pfafs_method METHODS[] = {
-    {PfaDbgShowStream, PLM_CALL_FL, pfafs_dbg_show_stream},
-    {PfaOpen, PLM_CALL_FLPIII, pfafs_open},
-    {PfaFopen, PLM_CALL_FLPPI, pfafs_fopen},
-    {PfaCloseFile, PLM_CALL_FL, pfafs_close},
-    {PfaSetbuf, PLM_CALL_FLP, pfafs_setbuf},
-    {PfaGetFilePosition, PLM_CALL_FLP, pfafs_get_file_position},
-    {PfaSetFilePosition, PLM_CALL_FLP, pfafs_set_file_position},
-    {PfaRewindFile, PLM_CALL_FL, pfafs_rewind_file},
-    {PfaUnwindFile, PLM_CALL_FL, pfafs_unwind_file},
-    {PfaFseek, PLM_CALL_FLPIII, pfafs_fseek},
+    {PfaDbgShowStream, pfafs_dbg_show_stream},
+    {PfaOpen, pfafs_open},
+    {PfaFopen, pfafs_fopen},
+    {PfaCloseFile, pfafs_close},
+    {PfaSetbuf, pfafs_setbuf},
+    {PfaGetFilePosition, pfafs_get_file_position},
+    {PfaSetFilePosition, pfafs_set_file_position},
+    {PfaRewindFile, pfafs_rewind_file},
+    {PfaUnwindFile, pfafs_unwind_file},
+    {PfaFseek, pfafs_fseek},
 };
-static_assert(std::size(METHODS) == 10);
+static_assert(std::size(METHODS) == 10 && pfafs_methods_fit(METHODS));
 
 } // namespace
 
