@@ -1,0 +1,175 @@
+// Directories: snapshots, listings, their freshness, and the notices that drop them from the cache.
+#include "coretools/ctdci/dci.h"
+#include "coretools/ctpfa/pfa_dir_filter.h"
+#include "coretools/ctpfa/pfadir.h"
+#include "coretools/ctpfa/pfadircache.h"
+#include "test_support.h"
+#include "tests/support/failing_malloc.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <map>
+
+namespace {
+
+using kinds = std::map<std::string, int>;
+
+struct directory : record {
+    using record::scoped_record;
+
+    // By the method, and like pfa_open_dir it marks the record as open. A listing that may not be
+    // cached is as good as any other.
+    int open() {
+        const int result = pfaloc_call_FLPP(file, PfaDirOpen, "/no/such/place/", nullptr);
+        file->flags |= result == PFA_E_NOT_CACHABLE ? PFA_F_OPEN : pfa_flag(0);
+        return result == PFA_E_NOT_CACHABLE ? 0 : result;
+    }
+    int close() { return pfaloc_call_FL(file, PfaDirClose); }
+    int is_stale(const std::string &at) {
+        return pfaloc_call_FLP(file, PfaDirCacheInvalid, at.c_str());
+    }
+    int next(vek_file *out, const pfa_dir_filter *filter = nullptr, kinds *seen = nullptr) {
+        return pfaloc_call_FLPPPI(file, PfaDirReadNext, out, filter, seen, seen != nullptr);
+    }
+};
+
+TEST(dir, lists_every_name_unchanged_and_again_from_the_start) {
+    scratch_dir scratch;
+    texts expected(1, std::string(230, 'n'));
+    for (const char *odd : {"a\\b.igs", "x::p.prt", "stdio:", "$HOME", "~", "^", ".hidden",
+                            "line\nfeed", "\t blank .prt.7", "\xff\x80.asm", "no extension."}) {
+        expected.emplace_back(odd);
+    }
+    for (int i = 0; i < 3000; ++i) {
+        expected.push_back("part" + std::to_string(i) + ".prt");
+    }
+    for (const std::string &name : expected) {
+        scratch.file(name);
+    }
+    std::sort(expected.begin(), expected.end());
+    directory listed(scratch());
+    EXPECT_EQ(listed.open(), 0);
+    EXPECT_EQ(read_names(listed), expected);
+    EXPECT_EQ(read_names(listed), texts{}) << "the end comes again";
+    scratch.file("later");
+    EXPECT_EQ(listed.open(), 0);
+    EXPECT_EQ(read_names(listed), expected) << "a second open only rewinds";
+    EXPECT_EQ((codes{listed.close(), listed.close()}), (codes{0, PFA_E_INVALID_INPUT}));
+}
+
+int take_sub(vek_file *, const char *name, void *) {
+    return std::string(name) != "sub";
+}
+
+int note_kind(vek_file *, const char *name, int is_dir, void *argument) {
+    (*static_cast<kinds *>(argument))[name] = is_dir;
+    return 1;
+}
+
+TEST(dir, a_filter_takes_entries_or_visits_them_all) {
+    scratch_dir scratch;
+    scratch.dir("sub");
+    scratch.file("file");
+    std::filesystem::create_symlink("sub", scratch("link"));
+    directory listed(scratch());
+    record entry;
+    const pfa_dir_filter filter{take_sub, note_kind};
+    EXPECT_EQ((codes{listed.open(), listed.next(entry, &filter), listed.next(entry, &filter)}),
+              (codes{0, 0, PFA_E_QUIT}));
+    EXPECT_EQ(component(entry, PFA_NAME), "sub");
+    EXPECT_EQ((codes{listed.open(), listed.next(nullptr, &filter)}), (codes{0, 9}));
+    for (int round = 0; round < 2; ++round) {
+        kinds seen;
+        EXPECT_EQ((codes{listed.open(), listed.next(nullptr, &filter, &seen)}), (codes{0, 5}));
+        EXPECT_EQ(seen, (kinds{{"file", 0}, {"link", 1}, {"sub", 1}}));
+        std::filesystem::remove(scratch("sub")); // an entry is asked for once in a listing's life
+    }
+    EXPECT_EQ(listed.close(), 0);
+}
+
+TEST(dir, opening_fails_by_the_reason) {
+    scratch_dir scratch;
+    directory whole(scratch()), missing(scratch("missing/")), closed(scratch.dir("closed", 0311));
+    directory file(scratch.file("file")), remote("no-such-host.invalid:/dir/");
+    EXPECT_EQ(in_child(drop_rights, [&] { return closed.open() * 10 + whole.open(); }), 30);
+    EXPECT_EQ(in_child(use_up_descriptors, [&] { return whole.open(); }), PFA_E_CANT_OPEN);
+    EXPECT_EQ((codes{missing.open(), remote.open(), file.open()}), (codes{3, 3, 9}));
+    // Half a directory must not pass for the whole one.
+    for (int nth = 0; nth < 4; ++nth) {
+        scratch.file(std::to_string(nth) + std::string(250, 'n'));
+        scratch.file(std::to_string(nth) + std::string(240, 'n'));
+        const auto open = [&] {
+            const int next_descriptor = dup(0);
+            close(next_descriptor);
+            fail_allocation(nth, false);
+            const int result = whole.open();
+            fail_allocation(NO_FAILURE, false);
+            return dup(0) == next_descriptor ? result : -1;
+        };
+        EXPECT_EQ(in_child(as_before, open), PFA_E_OUT_OF_MEMORY) << nth;
+    }
+}
+
+TEST(dir, a_listing_is_stale_when_the_directory_may_have_changed) {
+    scratch_dir scratch;
+    directory listed(scratch.dir("listed"));
+    // The times are those of the location text, so that reading one directory leaves the access
+    // time of the other alone.
+    const std::string timed = scratch("timed");
+    const auto is_stale = [&](int atime, int mtime, int mtime_now, unsigned mode_now) {
+        const timespec then[] = {{atime, 0}, {mtime, 0}}, now[] = {{atime, 0}, {mtime_now, 0}};
+        scratch.dir("timed");
+        EXPECT_EQ(utimensat(AT_FDCWD, timed.c_str(), then, 0), 0);
+        EXPECT_EQ(pfaloc_call_FLPP(listed, PfaDirOpen, timed.c_str(), nullptr), 0);
+        EXPECT_EQ(utimensat(AT_FDCWD, timed.c_str(), now, 0), 0);
+        scratch.dir("timed", mode_now);
+        EXPECT_EQ(mode_now == 0 ? rmdir(timed.c_str()) : 0, 0);
+        return listed.is_stale(timed) + listed.close();
+    };
+    EXPECT_EQ((codes{is_stale(2000, 1000, 1000, 0755), is_stale(2000, 1000, 1001, 0755),
+                     is_stale(2000, 1000, 999, 0755)}),
+              (codes{0, 1, 1}));
+    EXPECT_EQ(is_stale(1000, 1000, 1000, 0755), 1) << "it changed in the second of the reading";
+    EXPECT_EQ(is_stale(2000, 1000, 1000, 0355), 1) << "unreadable for its owner";
+    EXPECT_EQ(is_stale(2000, 1000, 1000, 0), 1) << "gone";
+    EXPECT_EQ((codes{listed.is_stale("/"), listed.open(), listed.is_stale("/"), listed.close()}),
+              (codes{PFA_E_INVALID_INPUT, 0, 1, 0}));
+}
+
+TEST(dir, is_made_moved_and_removed) {
+    scratch_dir scratch, elsewhere("/dev/shm/ctpfafs.XXXXXX");
+    record made(scratch("made/")), moved(scratch("moved/")), far(elsewhere("far/"));
+    EXPECT_EQ((codes{pfaloc_call_F(made, PfaMakeDir), pfaloc_call_F(made, PfaMakeDir)}),
+              (codes{0, PFA_E_ERROR}));
+    const auto move = [&](vek_file *to) { return pfaloc_call_FF(made, PfaMoveDir, to); };
+    EXPECT_EQ((codes{move(far), move(moved), move(moved)}), (codes{PFA_E_NOT_ALLOWED, 0, 1}));
+    EXPECT_EQ((codes{pfaloc_call_F(made, PfaRemoveDir), pfaloc_call_F(moved, PfaRemoveDir)}),
+              (codes{PFA_E_ERROR, 0}));
+}
+
+TEST(dci, only_a_call_that_can_change_a_directory_drops_its_listing) {
+    scratch_dir scratch;
+    const std::string old = scratch.file("old"), gone = scratch("gone"), sub = scratch("none/sub");
+    // The call's errno, and whether the listing is still in the cache, stale or not.
+    const auto after = [&](auto call) {
+        record listed(scratch());
+        EXPECT_EQ(pfa_open_dir(listed) + pfa_close(listed), 0);
+        const int error = call() ? 0 : errno;
+        const char *key = scratch.path.c_str();
+        return error * 10 + pfa_dir_from_cache(key, nullptr, nullptr, 1, nullptr, 0);
+    };
+    EXPECT_EQ((codes{after([&] { return dci_fopen(old.c_str(), "r"); }),
+                     after([&] { return dci_fopen(gone.c_str(), "r"); }),
+                     after([&] { return dci_fopen(old.c_str(), "a"); }),
+                     after([&] { return dci_open(old.c_str(), O_RDWR, 0) >= 0; }),
+                     after([&] { return dci_open(old.c_str(), O_RDWR | O_CREAT, 0) >= 0; })}),
+              (codes{1, ENOENT * 10 + 1, 0, 1, 0}));
+    EXPECT_EQ((codes{after([&] { return dci_rename(gone.c_str(), sub.c_str()) == 0; }),
+                     after([&] { return dci_unlink(gone.c_str()) == 0; }),
+                     after([&] { return dci_mkdir(old.c_str(), 0700) == 0; }),
+                     after([&] { return dci_rmdir(sub.c_str()) == 0; })}),
+              (codes{ENOENT * 10, ENOENT * 10, EEXIST * 10, ENOENT * 10 + 1}));
+}
+
+} // namespace
