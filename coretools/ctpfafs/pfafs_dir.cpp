@@ -5,7 +5,6 @@
 #include "coretools/ctpfa/pfaget.h"
 #include "coretools/ctpfa/pfainfo.h"
 #include "coretools/ctpfa/pfapars.h"
-#include "coretools/ctpfa/pfaput.h"
 #include "coretools/ctpfafs/pfafs_internal.h"
 #include "coretools/ctpfafs/unix_opendir.h"
 #include "coretools/ctpfafs/vek_is_dir.h"
@@ -95,13 +94,11 @@ int entry_is_dir(vek_file *directory, pfafs_directory *block, const char *entry,
     return *flag;
 }
 
-// Gives the entry record the directory's location type and the name. Only the name is parsed: a
-// file may be called "x::p.prt" or "a\b.igs", and that is no place.
+// Gives the entry record the directory's location type, no location yet, and the name. Only the
+// name is parsed: a file may be called "x::p.prt" or "a\b.igs", and that is no place.
 int put_entry(vek_file *directory, const char *name, vek_file *entry) {
-    int location_type = NoLocation;
-    pfa_get_location(directory, nullptr, &location_type);
-    const int result = pfa_put_location(entry, "", location_type);
-    return result != PFA_E_NO_ERROR ? result : parse_to_pfa(entry, 0, name);
+    entry->location_type = directory->location_type;
+    return parse_to_pfa(entry, 0, name);
 }
 
 int pfafs_open_dir(vek_file *record, void **data, plm_ptr location, plm_ptr pattern) {
