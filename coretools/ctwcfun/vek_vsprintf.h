@@ -17,7 +17,8 @@
 // Formats into destination, which must hold the whole result and may be one of the arguments, and
 // answers it. With a null destination answers the thread's own buffer, valid until the thread's
 // next call of the engine. Null, and nothing written, when the format is refused (one that is too
-// long is also reported on standard output) or memory runs out.
+// long is also reported on standard output) or memory runs out and no trap frame takes it: hold no
+// lock across a call.
 char *vek_vsprintf(char *destination, const char *format, std::va_list arguments);
 
 // Formats to standard output and answers the length of the text; 0 when it was not written.
