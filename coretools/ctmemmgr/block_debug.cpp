@@ -61,15 +61,13 @@ void add_block_to_released_list(void *block, std::size_t whole_size) {
     void *slot = nullptr;
     lazy_mutex_lock(&released_list_lock);
     extending_list = true;
-    const trapped_call outcome = call_with_memory_trap(make_list_slot, &slot);
+    call_with_memory_trap(make_list_slot, &slot);
     extending_list = false;
     if (slot != nullptr) {
         *static_cast<released_block *>(slot) = {block, whole_size};
         released_block_count++;
     }
-    if (outcome != trapped_call::TRAPPED) {
-        lazy_mutex_unlock(&released_list_lock);
-    }
+    lazy_mutex_unlock(&released_list_lock);
     if (slot == nullptr) {
         std::free(block);
     }

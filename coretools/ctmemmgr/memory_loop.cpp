@@ -162,11 +162,9 @@ void debug_memory_loop_alloc(memory_loop_record *record, void *data) {
     }
     if (level == LOOP_RECORDING) {
         address_slot wanted = {&record->addresses, nullptr};
-        const trapped_call outcome = call_with_memory_trap(make_address_slot, &wanted);
+        call_with_memory_trap(make_address_slot, &wanted);
         if (wanted.slot == nullptr) {
-            if (outcome != trapped_call::TRAPPED) {
-                lazy_mutex_unlock(&loop_lock);
-            }
+            lazy_mutex_unlock(&loop_lock);
             debug_cancel_memory_loop();
             return;
         }
@@ -211,7 +209,7 @@ void debug_memory_not_released(const memory_loop_record *record, const void *dat
                 static_cast<unsigned>(record->size(record, data)),
                 reinterpret_cast<unsigned long>(data));
     // Should the function run out of memory, the program that is being watched goes on.
-    static_cast<void>(call_with_memory_trap(call_debug_memory_func, nullptr));
+    call_with_memory_trap(call_debug_memory_func, nullptr);
 }
 
 // The general blocks' record: the number stands where allocation replay keeps its serial.

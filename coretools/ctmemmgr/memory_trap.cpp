@@ -7,19 +7,19 @@
 
 constinit thread_local bool in_memory_bookkeeping = false;
 
-trapped_call call_with_memory_trap(void (*function)(void *), void *argument) {
+bool call_with_memory_trap(void (*function)(void *), void *argument) {
     std::jmp_buf context;
     if (trp_push_frame(TRP_CLASS_MEMORY, &context) == 0) {
-        return trapped_call::NOT_MADE;
+        return false;
     }
     const bool outer = in_memory_bookkeeping;
-    trapped_call outcome = trapped_call::TRAPPED;
+    bool returned = false;
     if (setjmp(context) == 0) {
         in_memory_bookkeeping = true;
         function(argument);
-        outcome = trapped_call::DONE;
+        returned = true;
     }
     in_memory_bookkeeping = outer;
     trp_pop_frame();
-    return outcome;
+    return returned;
 }

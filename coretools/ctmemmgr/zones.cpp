@@ -54,17 +54,15 @@ static void append_to_array(void *argument) {
         *append->handle != nullptr && xar_append(append->handle, 1, append->element) != nullptr;
 }
 
-// Appends one element while the zones are locked. When memory is exhausted the lock is released
-// and the answer is false: the report must not jump out from under the lock.
+// Appends one element while the zones are locked: false when memory is exhausted. The report must
+// not jump out from under the lock, but it may have released it.
 template <class T>
-static bool append_or_unlock(T **array, const T &element, int step) {
+static bool append_element(T **array, const T &element, int step) {
     void *handle = *array;
     array_append append = {&handle, static_cast<int>(sizeof(T)), step, &element, false};
-    const trapped_call outcome = call_with_memory_trap(append_to_array, &append);
+    call_with_memory_trap(append_to_array, &append);
     if (append.done) {
         *array = static_cast<T *>(handle);
-    } else if (outcome != trapped_call::TRAPPED) {
-        lazy_mutex_unlock(&zone_arr_mutex);
     }
     return append.done;
 }
@@ -91,13 +89,10 @@ int zone_open(int chunk_size) {
     }
     if (zone < num_in_zone_arr) {
         zone_arr[zone] = fresh;
-    } else if (zone > ZONE_LIMIT) {
-        zone = -1;
-    } else {
-        if (!append_or_unlock(&zone_arr, fresh, ZONE_STEP)) {
-            return -1;
-        }
+    } else if (zone <= ZONE_LIMIT && append_element(&zone_arr, fresh, ZONE_STEP)) {
         num_in_zone_arr++;
+    } else {
+        zone = -1;
     }
     lazy_mutex_unlock(&zone_arr_mutex);
     return zone;
@@ -140,7 +135,8 @@ void *zone_getmem(int zone, int size) {
         rlsmem(chunk);
         return memory_error();
     }
-    if (!append_or_unlock(&record->chunks, chunk, CHUNK_STEP)) {
+    if (!append_element(&record->chunks, chunk, CHUNK_STEP)) {
+        lazy_mutex_unlock(&zone_arr_mutex);
         rlsmem(chunk);
         return memory_error();
     }
