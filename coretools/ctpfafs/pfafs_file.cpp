@@ -3,7 +3,6 @@
 #include "coretools/ctpfafs/pfafs_internal.h"
 
 #include <cerrno>
-#include <cstring>
 #include <iterator>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -30,31 +29,8 @@ int pfafs_truncate_file(vek_file *record, void **data, plm_ptr length_in) {
     return truncate(name, *length) != 0 ? PFA_E_ERROR : PFA_E_NO_ERROR;
 }
 
-// Renames onto a file that the host refuses to replace. The target is moved aside rather than
-// removed, so that it can come back when the rename fails for another reason.
-bool rename_over(const char *from, const char *to) {
-    constexpr char SUFFIX[] = ".old";
-    char aside[PFA_PATH_SIZE + sizeof SUFFIX];
-    struct stat status;
-    const std::size_t length = std::strlen(to);
-    if (length >= PFA_PATH_SIZE || lstat(from, &status) != 0 || lstat(to, &status) != 0 ||
-        S_ISDIR(status.st_mode)) {
-        return false;
-    }
-    std::memcpy(aside, to, length);
-    std::memcpy(aside + length, SUFFIX, sizeof SUFFIX);
-    if (lstat(aside, &status) == 0 || dci_rename(to, aside) != 0) {
-        return false;
-    }
-    if (dci_rename(from, to) != 0) {
-        dci_rename(aside, to);
-        return false;
-    }
-    dci_unlink(aside);
-    return true;
-}
-
-// Both are host names; a rename that fails costs the user neither file.
+// Both are host names. A target that the host refuses to replace is removed first, but not where
+// that could not help: a rename that fails must not cost the user the target.
 int pfafs_rename_file(vek_file *, plm_ptr from_in, plm_ptr to_in) {
     const char *from = from_in.as<const char>();
     const char *to = to_in.as<const char>();
@@ -64,7 +40,12 @@ int pfafs_rename_file(vek_file *, plm_ptr from_in, plm_ptr to_in) {
     if (dci_rename(from, to) == 0) {
         return PFA_E_NO_ERROR;
     }
-    return errno != EXDEV && rename_over(from, to) ? PFA_E_NO_ERROR : PFA_E_ERROR;
+    struct stat status;
+    if (errno == EXDEV || errno == EACCES || errno == EPERM || lstat(from, &status) != 0) {
+        return PFA_E_ERROR;
+    }
+    dci_unlink(to);
+    return dci_rename(from, to) != 0 ? PFA_E_ERROR : PFA_E_NO_ERROR;
 }
 
 int pfafs_is_case_sensitive(vek_file *) {

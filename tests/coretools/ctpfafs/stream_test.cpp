@@ -192,7 +192,7 @@ TEST(file, a_rename_costs_neither_file) {
     EXPECT_EQ(rename(as_before, elsewhere.file("from")), "1old");
     EXPECT_EQ(rename(drop_rights, scratch("locked/from")), "1old");
     EXPECT_EQ(rename(as_before, scratch.file("from", "new")), "0new");
-    // A file gives way to a directory only when it has been moved out of the way.
+    // A file gives way to a directory only when it has been removed.
     EXPECT_EQ(rename(as_before, scratch.dir("directory")), "0directory");
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(scratch("open")), {}), 1);
     record version(scratch.file("part.prt.3"));
