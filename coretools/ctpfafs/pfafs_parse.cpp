@@ -7,8 +7,9 @@
 //   $device/path/   device and path    ///device/path/
 //   \\host\c$\path\ host, drive letter as the device, and path
 //
-// The host form is the one the user writes; the neutral form can hold every part beside every
-// other, and '^' in a stored path is its parent step, ".." in both forms.
+// The host form is the one the user writes; written back, a relative path on a host has one colon
+// and a device no slash that is not the path's. The neutral form can hold every part beside every
+// other. '^' in a stored path is its parent step, ".." in both forms.
 #include "coretools/ctpfa/pfa_std_location.h"
 #include "coretools/ctpfa/pfacomponent.h"
 #include "coretools/ctpfa/pfaget.h"
@@ -209,31 +210,25 @@ struct location_text {
     }
 };
 
-bool path_is_absolute(const vek_file *record) {
-    char first = '\0';
-    return pfa_component_first_char(record, PFA_PATH, &first) == PFA_E_NO_ERROR && first == '/';
-}
-
-// Host, device and the path as it is displayed. A device beside a host is not written; a path that
-// does not begin with '/' is set off from them so that the text reads back as it was.
+// Host, device and the path as it is displayed. A device beside a host is not written, and nothing
+// tells a relative path on a host from a name with a colon in it.
 int pfafs_full_loc_string(vek_file *record, plm_ptr out, plm_ptr length, int capacity) {
     location_text text{out.as<char>(), length.as<std::int16_t>(), capacity};
     if (text.out == nullptr || text.length == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
-    const bool absolute = path_is_absolute(record);
-    if (pfa_has_component(record, PFA_HOST)) {
-        text.add(record, PFA_HOST);
-        text.add(absolute ? ":" : "::");
-    } else if (pfa_has_component(record, PFA_DEVICE)) {
-        text.add("$");
-        text.add(record, PFA_DEVICE);
-        text.add(absolute ? "" : "/");
-    }
     char path[PFA_PATH_SIZE];
     const int result = pfa_get_path(record, path);
     if (result != PFA_E_NO_ERROR) {
         return result;
+    }
+    if (pfa_has_component(record, PFA_HOST)) {
+        text.add(record, PFA_HOST);
+        text.add(":");
+    } else if (pfa_has_component(record, PFA_DEVICE)) {
+        text.add("$");
+        text.add(record, PFA_DEVICE);
+        text.add(path[0] == '\0' ? "/" : "");
     }
     text.add(path);
     return text.fits ? PFA_E_NO_ERROR : PFA_E_ERROR;
@@ -246,56 +241,8 @@ bool is_neutral_piece(const vek_file *record, int index) {
            std::strpbrk(text, "|/") == nullptr;
 }
 
-// Every segment has at least one character and, but for the last, a separator.
-constexpr int MAX_SEGMENTS = PFA_PATH_SIZE / 2;
-
-bool is_parent_step(const char *path, const piece &segment) {
-    return segment.length == 1 && path[segment.start] == '^';
-}
-
-// The segments of a stored path, each parent step having removed the ordinary one before it.
-int collapse_path(const char *path, piece *kept) {
-    int count = 0;
-    for (int at = 0; path[at] != '\0';) {
-        const piece segment{at, static_cast<int>(std::strcspn(path + at, "/"))};
-        at += segment.length + (path[at + segment.length] == '/' ? 1 : 0);
-        if (segment.length == 0) {
-            continue;
-        }
-        if (is_parent_step(path, segment) && count > 0 && !is_parent_step(path, kept[count - 1])) {
-            --count;
-        } else {
-            kept[count++] = segment;
-        }
-    }
-    return count;
-}
-
-// The directory path in neutral form. Behind a host or device, a path that does not begin with '/'
-// is set off by a '|'.
-void add_neutral_path(const vek_file *record, bool after_host_or_device, location_text *text) {
-    char path[PFA_PATH_SIZE];
-    pfa_get_component(record, PFA_PATH, path, PFA_PATH_SIZE);
-    piece kept[MAX_SEGMENTS];
-    const int count = collapse_path(path, kept);
-    if (path[0] == '/') {
-        text->add("/");
-    } else if (after_host_or_device) {
-        text->add("|");
-    }
-    for (int i = 0; i < count; ++i) {
-        char segment[PFA_PATH_SIZE] = "..";
-        if (!is_parent_step(path, kept[i])) {
-            const std::size_t length = static_cast<std::size_t>(kept[i].length);
-            std::memcpy(segment, path + kept[i].start, length);
-            segment[length] = '\0';
-        }
-        text->add(segment);
-        text->add("/");
-    }
-}
-
-// 4 when the host or device holds a character that ends it in this form.
+// 4 when the host or device holds a character that ends it in this form. Behind them, a path that
+// does not begin with '/' is set off by a '|'.
 int pfafs_neut_loc_string(vek_file *record, plm_ptr out, plm_ptr length, int capacity) {
     location_text text{out.as<char>(), length.as<std::int16_t>(), capacity};
     if (text.out == nullptr || text.length == nullptr) {
@@ -303,6 +250,11 @@ int pfafs_neut_loc_string(vek_file *record, plm_ptr out, plm_ptr length, int cap
     }
     if (!is_neutral_piece(record, PFA_HOST) || !is_neutral_piece(record, PFA_DEVICE)) {
         return PFA_E_INVALID_NAME;
+    }
+    char path[PFA_PATH_SIZE];
+    const int result = pfa_get_path(record, path);
+    if (result != PFA_E_NO_ERROR) {
+        return result;
     }
     const bool has_host = pfa_has_component(record, PFA_HOST) != 0;
     const bool has_device = pfa_has_component(record, PFA_DEVICE) != 0;
@@ -314,7 +266,10 @@ int pfafs_neut_loc_string(vek_file *record, plm_ptr out, plm_ptr length, int cap
         text.add("///");
         text.add(record, PFA_DEVICE);
     }
-    add_neutral_path(record, has_host || has_device, &text);
+    if ((has_host || has_device) && path[0] != '/') {
+        text.add("|");
+    }
+    text.add(path);
     return text.fits ? PFA_E_NO_ERROR : PFA_E_ERROR;
 }
 

@@ -84,8 +84,8 @@ TEST(pfapars, ParsedNamesReadTheSameAgain) {
             ASSERT_STREQ(name, "");
             continue;
         }
-        if (part(first, PFA_PATH) == "./") {
-            continue; // "host::." reads as "host::./" and that as "host::"
+        if (part(first, PFA_HOST) != "" && part(first, PFA_PATH)[0] != '/') {
+            continue; // "host::name" is written as "host:name", which is a plain name
         }
         ++parsed;
         scoped_record second;
@@ -260,7 +260,7 @@ TEST(pfapars, RelativeNamesAreJoinedToABase) {
         {"/a/b/", "c/n.prt", "/a/b/c/n.prt"}, {"/a/b/", "/n.prt", "/n.prt"},
         {"/a/b/", "../../../n.prt", nullptr}, {"/a/b/", "../c/../../n.prt", "/n.prt"},
         {"/", "../n.prt", nullptr},           {"a/b/", "../../../n.prt", "../n.prt"},
-        {"h:/a/", "../../n.prt", nullptr},    {"h::a/", "../../n.prt", "h::../n.prt"},
+        {"h:/a/", "../../n.prt", nullptr},    {"h::a/", "../../n.prt", "h:../n.prt"},
         {"$dev/a/", "../../n.prt", nullptr},  {"", "c/n.prt", "c/n.prt"},
         {"mem:/a/", "../../n.prt", nullptr},  {"mem:/a/", "c/n.prt", "mem:/a/c/n.prt"},
     };

