@@ -26,10 +26,6 @@ constexpr std::size_t ID_SIZE = 12;
 // The directory that pfafs_get_avail_blocks walks up from.
 vek_file *free_space_parent = nullptr;
 
-int clamp_to_int(std::uintmax_t value) {
-    return static_cast<int>(std::min<std::uintmax_t>(value, INT_MAX));
-}
-
 // 0, 11 when the record gives no host name, cannot_look when there is no status to read.
 int read_status(vek_file *record, struct stat *status, int cannot_look) {
     char name[PFA_PATH_SIZE];
@@ -93,7 +89,7 @@ int pfafs_get_file_size(vek_file *record, plm_ptr out) {
     struct stat status;
     const int result = read_status(record, &status, PFA_E_NO_ACCESS);
     if (result == PFA_E_NO_ERROR) {
-        *size = clamp_to_int(static_cast<std::uintmax_t>(status.st_size));
+        *size = static_cast<int>(std::min<off_t>(status.st_size, INT_MAX));
     }
     return result;
 }
@@ -185,8 +181,8 @@ int find_existing_parent(vek_file *record, char *name) {
     }
 }
 
-// The free blocks and their size in bytes, each at most INT_MAX. The work record that this keeps
-// is shared: one thread at a time.
+// The low 32 bits of the number of free blocks, and the size of one in bytes. The work record that
+// this keeps is shared: one thread at a time.
 int pfafs_get_avail_blocks(vek_file *record, plm_ptr free_out, plm_ptr size_out) {
     int *free_blocks = free_out.as<int>();
     int *block_size = size_out.as<int>();
@@ -206,8 +202,8 @@ int pfafs_get_avail_blocks(vek_file *record, plm_ptr free_out, plm_ptr size_out)
     if (statfs(name, &file_system) != 0) {
         return errno == EACCES ? PFA_E_NO_ACCESS : PFA_E_ERROR;
     }
-    *free_blocks = clamp_to_int(file_system.f_bfree);
-    *block_size = clamp_to_int(static_cast<std::uintmax_t>(file_system.f_bsize));
+    *free_blocks = static_cast<int>(static_cast<std::uint32_t>(file_system.f_bfree));
+    *block_size = static_cast<int>(file_system.f_bsize);
     return PFA_E_NO_ERROR;
 }
 
