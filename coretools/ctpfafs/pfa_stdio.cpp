@@ -53,18 +53,8 @@ int pfa_stdio_location(vek_file *record, plm_ptr out, plm_ptr length, int capaci
                                 capacity);
 }
 
-// Lends the record's standard stream to it. is_allowed tells whether the stream may be used as the
-// caller wants it.
-template <class Allowed>
-int lend_stream(vek_file *record, void **data, Allowed is_allowed) {
-    std::FILE *stream;
-    const int found = pfa_stdio_get_stream(record, &stream);
-    if (found != PFA_E_NO_ERROR) {
-        return found;
-    }
-    if (!is_allowed(stream)) {
-        return PFA_E_CANT_OPEN;
-    }
+// Lends a standard stream to the record.
+int lend_stream(vek_file *record, void **data, std::FILE *stream) {
     const int openable = pfafs_check_openable(record, data);
     if (openable != PFA_E_NO_ERROR) {
         return openable;
@@ -81,18 +71,26 @@ int lend_stream(vek_file *record, void **data, Allowed is_allowed) {
 // Standard input is opened for reading, the others are opened for writing.
 int pfa_stdio_fopen(vek_file *record, void **data, plm_ptr, plm_ptr mode_in, int) {
     const char *mode = mode_in.as<const char>();
+    std::FILE *stream;
+    const int found = pfa_stdio_get_stream(record, &stream);
+    if (found != PFA_E_NO_ERROR) {
+        return found;
+    }
     if (mode == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
     const bool reads = mode[0] == 'r' || mode[0] == 'R';
-    return lend_stream(record, data,
-                       [reads](const std::FILE *stream) { return reads == (stream == stdin); });
+    return reads == (stream == stdin) ? lend_stream(record, data, stream) : PFA_E_CANT_OPEN;
 }
 
 int pfa_stdio_open(vek_file *record, void **data, plm_ptr, int flags, int, int) {
-    const bool writes = (flags & O_WRONLY) != 0;
-    return lend_stream(record, data,
-                       [writes](const std::FILE *stream) { return !writes || stream != stdin; });
+    std::FILE *stream;
+    const int found = pfa_stdio_get_stream(record, &stream);
+    if (found != PFA_E_NO_ERROR) {
+        return found;
+    }
+    const bool writes_input = (flags & O_WRONLY) != 0 && stream == stdin;
+    return writes_input ? PFA_E_CANT_OPEN : lend_stream(record, data, stream);
 }
 
 int pfa_stdio_never_close(vek_file *record, void **data) {
