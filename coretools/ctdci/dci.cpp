@@ -1,9 +1,9 @@
 // The system calls that create, rename or remove, each followed by a notice to the directory cache.
+// A notice keeps the errno of the call.
 #include "coretools/ctdci/dci.h"
 
 #include "coretools/ctpfa/pfadircache.h"
 
-#include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -15,13 +15,6 @@ namespace {
 // its file through dci_fopen.
 int fopen_notices = 0;
 
-// The caller decides by the errno of its own call, not by that of the notice.
-void notify(const char *name) {
-    const int call_errno = errno;
-    pfa_file_name_update_dir_cache(name);
-    errno = call_errno;
-}
-
 } // namespace
 
 std::FILE *dci_fopen(const char *name, const char *mode) {
@@ -31,7 +24,7 @@ std::FILE *dci_fopen(const char *name, const char *mode) {
     }
     ++fopen_notices;
     if (fopen_notices == 1 || std::strcmp(name, "std.out") != 0) {
-        notify(name);
+        pfa_file_name_update_dir_cache(name);
     }
     --fopen_notices;
     return stream;
@@ -40,32 +33,32 @@ std::FILE *dci_fopen(const char *name, const char *mode) {
 int dci_open(const char *name, int flags, mode_t mode) {
     const int descriptor = open(name, flags, mode);
     if ((flags & O_CREAT) != 0) {
-        notify(name);
+        pfa_file_name_update_dir_cache(name);
     }
     return descriptor;
 }
 
 int dci_rename(const char *from, const char *to) {
     const int result = std::rename(from, to);
-    notify(from);
-    notify(to);
+    pfa_file_name_update_dir_cache(from);
+    pfa_file_name_update_dir_cache(to);
     return result;
 }
 
 int dci_unlink(const char *name) {
     const int result = unlink(name);
-    notify(name);
+    pfa_file_name_update_dir_cache(name);
     return result;
 }
 
 int dci_mkdir(const char *name, mode_t mode) {
     const int result = mkdir(name, mode);
-    notify(name);
+    pfa_file_name_update_dir_cache(name);
     return result;
 }
 
 int dci_rmdir(const char *name) {
     const int result = rmdir(name);
-    notify(name);
+    pfa_file_name_update_dir_cache(name);
     return result;
 }
