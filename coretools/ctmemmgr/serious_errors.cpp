@@ -98,9 +98,8 @@ static const char *formatted(const char *format, std::va_list arguments) {
 }
 
 static void decide_what_a_serious_error_does() {
-    if (should_alert_on_error == UNDECIDED) {
-        should_alert_on_error = user_run_mode() == 0;
-    }
+    int undecided = UNDECIDED;
+    should_alert_on_error.compare_exchange_strong(undecided, user_run_mode() == 0);
     if (should_show_dialog == UNDECIDED) {
         if (get_input_mode() != INPUT_MODE_WITHOUT_DIALOG) {
             should_show_dialog = 1;

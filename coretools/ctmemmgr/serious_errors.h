@@ -2,8 +2,7 @@
 //
 // name is the place that reports; format and the arguments after it go through vek_vsprintf. Both
 // may be null: the text that needs them is left out, and so is a message that the engine refuses.
-// Everything is printed on standard output. Any thread may report; the lines of one report stay
-// together.
+// Everything is printed on standard output. Any thread may report; reports of one kind never mix.
 #pragma once
 
 // A serious internal error. Does nothing and answers 0 while the verbose mode is off or another

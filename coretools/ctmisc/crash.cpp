@@ -22,6 +22,7 @@ void set_vek_debug_switch(int on) {
 
 int crash() {
     if (vek_debug_switch != 0) {
+        std::fflush(stdout); // the report of the error would go with the process
         ctsu_raise_signal(SIGSEGV);
         return 0;
     }

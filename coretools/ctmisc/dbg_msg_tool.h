@@ -22,7 +22,8 @@ void dbg_set_crash_func(dbg_crash_func function);
 
 // The file that receives the messages, in place of standard error; null or empty for none. The
 // first message of the process that goes to a file truncates it, the others are appended. 1, or 0
-// for a name of 260 characters and more: the setting then stays as it was.
+// for a name of 260 characters and more: the setting then stays as it was. Each message to a file
+// tells the directory cache, which one thread at a time may use.
 int dbg_set_error_file_name(const char *name);
 
 void lock_dbg_msg_tool();

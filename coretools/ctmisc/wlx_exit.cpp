@@ -54,6 +54,9 @@ static int put_in_front(wlx_exit_handler handler) {
 }
 
 int wlx_exit_register(wlx_exit_handler handler) {
+    if (handler == nullptr) {
+        return 0;
+    }
     lock_wlx_exit_functions();
     const int registered = put_in_front(handler);
     unlock_wlx_exit_functions();

@@ -3,8 +3,8 @@
 
 using wlx_exit_handler = void (*)(int code);
 
-// Registers a handler to be run before a fatal exit, the newest first: 1, or 0 when there is no
-// memory. Any thread.
+// Registers a handler to be run before a fatal exit, the newest first: 1, or 0 for null and when
+// there is no memory. Any thread.
 int wlx_exit_register(wlx_exit_handler handler);
 
 // Runs the handlers with the code, once in the life of the process: later calls do nothing. Takes

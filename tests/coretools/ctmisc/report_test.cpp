@@ -1,8 +1,11 @@
-// Reports: what each prints, asks and ends, for every combination of switches that decides it.
+// Reports: what each prints, asks and ends, for every combination of switches that decides it; the
+// run mode, the fatal end and the boxed messages.
 #include <csetjmp>
+#include <csignal>
 #include <cstdarg>
 #include <cstdlib>
-#include <map>
+#include <fstream>
+#include <set>
 #include <sstream>
 #include <string>
 
@@ -11,9 +14,12 @@
 #include "basictk/baselib/inc/thrTrap.h"
 #include "coretools/ctfileutil/input_mode.h"
 #include "coretools/ctmemmgr/serious_errors.h"
+#include "coretools/ctmisc/crash.h"
+#include "coretools/ctmisc/dbg_msg_tool.h"
 #include "coretools/ctmisc/mgr_msg.h"
 #include "coretools/ctmisc/run_mode.h"
 #include "coretools/ctmisc/wlx_exit.h"
+#include "coretools/ctsigutil/raise_signal.h"
 #include "tests/support/child_process.h"
 #include "tests/support/threads.h"
 
@@ -56,44 +62,42 @@ void switch_on(int run_mode) {
 }
 
 TEST(Report, FollowsItsSwitches) {
+    const char *const bad = "bad %d";
     const std::string line = "place:  bad 7\n";
     const std::string asked = "asked[place|bad 7]\n";
     const std::string trail = "trail[place  :bad |69]\n";
     const struct {
         int (*report)(const char *name, const char *format, ...);
-        int verbose, run_mode, ends_process, input_mode;
-        const char *environment;
+        int verbose, run_mode, ends_process, input_mode, environment;
         int callback; // what it answers, -1 for none
         const char *name, *format;
         std::string output; // "=" and the result come last, when there is one
     } rows[] = {
-        {dbg_err_crash, 0, 9998, 1, 0, nullptr, 1, "place", "bad %d", "=0"},
-        {dbg_err_crash, 1, 0, -1, 0, nullptr, 1, "place", "bad %d", CONTINUES + "=1"},
-        {dbg_err_crash, 1, 9998, -1, 0, nullptr, -1, "place", "bad %d", line + trail + ENDS},
-        {dbg_err_crash, 1, 9998, 0, 0, nullptr, 1, "place", "bad %d", line + CONTINUES + "=1"},
-        {dbg_err_crash, 1, 9998, -1, 0, nullptr, 0, "place", "bad %d",
-         line + asked + CONTINUES + "=1"},
-        {dbg_err_crash, 1, 9998, -1, 0, nullptr, 1, "place", "bad %d", line + asked + trail + ENDS},
-        {dbg_err_crash, 1, 9029, -1, 1, "", 0, "place", "bad %d", line + trail + ENDS},
-        {dbg_err_crash, 1, -151, -1, 1, "", 0, "place", "bad %d", line + trail + ENDS},
-        {dbg_err_crash, 1, 9998, -1, 1, nullptr, 0, "place", "bad %d", line + trail + ENDS},
-        {dbg_err_crash, 1, 9998, -1, 1, "", 1, "place", "bad %d", line + asked + trail + ENDS},
-        {dbg_err_crash, 1, 9998, -1, 0, nullptr, 1, nullptr, "bad %d", "asked[null|null]\n" + ENDS},
-        {dbg_err_crash, 1, 9998, -1, 0, nullptr, 1, "place", nullptr,
+        {dbg_err_crash, 0, 9998, 1, 0, 0, 1, "place", bad, "=0"},
+        {dbg_err_crash, 1, 0, -1, 0, 0, 1, "place", bad, CONTINUES + "=1"},
+        {dbg_err_crash, 1, 9998, -1, 0, 0, -1, "place", bad, line + trail + ENDS},
+        {dbg_err_crash, 1, 9998, 0, 0, 0, 1, "place", bad, line + CONTINUES + "=1"},
+        {dbg_err_crash, 1, 9998, -1, 0, 0, 0, "place", bad, line + asked + CONTINUES + "=1"},
+        {dbg_err_crash, 1, 9998, -1, 0, 0, 1, "place", bad, line + asked + trail + ENDS},
+        {dbg_err_crash, 1, 9029, -1, 1, 1, 0, "place", bad, line + trail + ENDS},
+        {dbg_err_crash, 1, -151, -1, 1, 1, 0, "place", bad, line + trail + ENDS},
+        {dbg_err_crash, 1, 9998, -1, 1, 0, 0, "place", bad, line + trail + ENDS},
+        {dbg_err_crash, 1, 9998, -1, 1, 1, 1, "place", bad, line + asked + trail + ENDS},
+        {dbg_err_crash, 1, 9998, -1, 0, 0, 1, nullptr, bad, "asked[null|null]\n" + ENDS},
+        {dbg_err_crash, 1, 9998, -1, 0, 0, 1, "place", nullptr,
          "place:  \nasked[place|null]\ntrail[place  |69]\n" + ENDS},
-        {dbg_err_crash, 1, 9998, -1, 0, nullptr, -1, "place", "%hd",
+        {dbg_err_crash, 1, 9998, -1, 0, 0, -1, "place", "%hd",
          "place:  \ntrail[place  |69]\n" + ENDS},
-        {dbg_err_crash, 1, 0, 1, 0, nullptr, -1, "place", "bad %d", "trail[|69]\n" + ENDS},
-        {dbg_err_syserr, 0, 9998, 1, 0, "", 1, "place", "bad %d", "=0"},
-        {dbg_err_syserr, 1, 0, 1, 0, "", 1, "place", "bad %d", "=1"},
-        {dbg_err_syserr, 1, 9998, 1, 0, "", 1, "place", "bad %d",
-         "place:  bad 7 (ORDER_DEBUG)\n=1"},
-        {dbg_err_syserr, 1, 9998, 1, 0, "", 1, "place", nullptr, "place:   (ORDER_DEBUG)\n=1"},
-        {dbg_err_syserr, 1, 9998, 1, 0, "", 1, nullptr, "bad %d", "=1"},
-        {dbg_print_info, 1, 0, 1, 0, "", 1, "place", "bad %d", "=0"},
-        {dbg_print_info, 0, 1, 1, 0, "", 1, "place", "bad %d", "place:  bad 7 (INFO MESSAGE)\n=1"},
-        {dbg_print_info, 0, 1, 1, 0, "", 1, "place", nullptr, "place:   (INFO MESSAGE)\n=1"},
-        {dbg_print_info, 0, 1, 1, 0, "", 1, nullptr, "bad %d", "bad 7\n=1"},
+        {dbg_err_crash, 1, 0, 1, 0, 0, -1, "place", bad, "trail[|69]\n" + ENDS},
+        {dbg_err_syserr, 0, 9998, 1, 0, 1, 1, "place", bad, "=0"},
+        {dbg_err_syserr, 1, 0, 1, 0, 1, 1, "place", bad, "=1"},
+        {dbg_err_syserr, 1, 9998, 1, 0, 1, 1, "place", bad, "place:  bad 7 (ORDER_DEBUG)\n=1"},
+        {dbg_err_syserr, 1, 9998, 1, 0, 1, 1, "place", nullptr, "place:   (ORDER_DEBUG)\n=1"},
+        {dbg_err_syserr, 1, 9998, 1, 0, 1, 1, nullptr, bad, "=1"},
+        {dbg_print_info, 1, 0, 1, 0, 1, 1, "place", bad, "=0"},
+        {dbg_print_info, 0, 1, 1, 0, 1, 1, "place", bad, "place:  bad 7 (INFO MESSAGE)\n=1"},
+        {dbg_print_info, 0, 1, 1, 0, 1, 1, "place", nullptr, "place:   (INFO MESSAGE)\n=1"},
+        {dbg_print_info, 0, 1, 1, 0, 1, 1, nullptr, bad, "bad 7\n=1"},
     };
     for (const auto &row : rows) {
         const child_result child = run_in_child([&row] {
@@ -102,8 +106,8 @@ TEST(Report, FollowsItsSwitches) {
             set_dbg_err_crash(row.ends_process);
             set_input_mode(row.input_mode);
             unsetenv("DBG_ERR_SHOW_DIALOG");
-            if (row.environment != nullptr) {
-                setenv("DBG_ERR_SHOW_DIALOG", row.environment, 1);
+            if (row.environment != 0) {
+                setenv("DBG_ERR_SHOW_DIALOG", "", 1);
             }
             callback_answer = row.callback;
             set_dbg_err_crash_callback(row.callback >= 0 ? print_callback : nullptr);
@@ -113,16 +117,6 @@ TEST(Report, FollowsItsSwitches) {
         EXPECT_EQ(child.out, row.output) << line_number;
         EXPECT_EQ(child.status, row.output.find('=') != std::string::npos ? 0 : 2) << line_number;
     }
-}
-
-TEST(Report, UndecidedSettingsAreDecidedOnce) {
-    const child_result child = run_in_child([] {
-        switch_on(0);
-        dbg_err_crash("place", "first");
-        set_run_mode(9998); // would now end the process
-        dbg_err_crash("place", "second");
-    });
-    EXPECT_EQ(child.out, CONTINUES + "place:  second\n" + CONTINUES);
 }
 
 TEST(Report, TrailLineIsCut) {
@@ -145,13 +139,20 @@ void report_from_handler(int) {
     std::printf("handler: %d\n", dbg_err_crash("handler", "nested"));
 }
 
-TEST(Report, NestedSeriousErrorIsDropped) {
+TEST(Report, SettingsAreDecidedOnceAndNestedReportsDropped) {
     const child_result child = run_in_child([] {
-        switch_on(9998);
+        mgr_msg_put("nobody", "hears %d", 4);
+        switch_on(0);
+        mgr_msg_put("key", "%d %g %s", 5, 2.5, "more");
+        dbg_err_crash("place", "first");
+        set_run_mode(9998); // undecided, it would now end the process
+        dbg_err_crash("place", "second");
+        set_dbg_err_crash(1);
         wlx_exit_register(report_from_handler);
         dbg_err_crash(nullptr, nullptr);
     });
-    EXPECT_EQ(child.out, ENDS + "handler: 0\n");
+    EXPECT_EQ(child.out, "key: 5 2.5 more\n" + CONTINUES + "place:  second\n" + CONTINUES + ENDS +
+                             "handler: 0\n");
 }
 
 int break_in_callback(const char *, const char *) {
@@ -189,15 +190,6 @@ TEST(Report, TrapOutOfAReportLeavesReportsUsable) {
     EXPECT_EQ(child.status, 0) << child.err;
 }
 
-TEST(Report, HookReceivesEveryArgument) {
-    const child_result child = run_in_child([] {
-        mgr_msg_put("nobody", "hears %d", 4);
-        switch_on(0);
-        mgr_msg_put("key", "%d %g %s", 5, 2.5, "more");
-    });
-    EXPECT_EQ(child.out, "key: 5 2.5 more\n");
-}
-
 TEST(Report, LinesOfThreadsStayWhole) {
     constexpr int LINES = 100;
     const child_result child = run_in_child([] {
@@ -215,14 +207,140 @@ TEST(Report, LinesOfThreadsStayWhole) {
         });
     });
     EXPECT_EQ(child.status, 0) << child.err;
-    std::map<std::string, int> lines;
+    std::set<std::string> lines;
     std::istringstream out(child.out);
     for (std::string line; std::getline(out, line);) {
-        ++lines[line];
+        lines.insert(line);
     }
-    EXPECT_EQ(lines.size(), 2 * LINES + 1);
-    for (const auto &[line, count] : lines) {
-        EXPECT_TRUE(count == 8 || line.rfind("dbg_err_crash()", 0) == 0) << line << count;
+    EXPECT_EQ(lines.size(), 2 * LINES + 1); // a mixed line would be one more
+}
+
+TEST(RunMode, CurrentAndAddedModes) {
+    for (const int mode : {9029, 9129, 9229, 9329, 9998, -151}) {
+        EXPECT_EQ(is_run_mode(mode), 0);
+        set_run_mode(mode);
+        EXPECT_EQ(is_run_mode(mode), 1);
+        EXPECT_EQ(regression_run_mode(), mode >= 9029 && mode <= 9329) << mode;
+    }
+    EXPECT_EQ(set_run_mode(0), -151);
+    for (int mode = 100; mode < 130; ++mode) {
+        EXPECT_EQ(add_run_mode(mode), 1);
+    }
+    for (int mode = 90; mode < 140; ++mode) {
+        EXPECT_EQ(is_run_mode(mode), mode >= 100 && mode < 130) << mode;
+    }
+}
+
+template <char Letter>
+void print_handler(int code) {
+    std::printf("%c%d\n", Letter, code);
+}
+
+TEST(ProcessEnd, HandlersExitFunctionAndSignals) {
+    const std::string raising = "RAISING SIGNAL : Signal number : ";
+    const std::string raised = "Raised Signal number : ";
+    const struct {
+        void (*body)();
+        std::string out, err;
+        int status;
+    } rows[] = {
+        {[] {
+             wlx_exit_register(print_handler<'a'>);
+             wlx_exit_register(print_handler<'b'>);
+             wlx_exit_register(nullptr);
+             std::atexit([] { wlx_exit_run(3); }); // they have run already
+             err_crash("XAR_ALLOC", "invalid request");
+         },
+         "XAR_ALLOC:  invalid request\n" + FATAL + "b2\na2\n", "", 2},
+        {[] {
+             set_wlx_exit_func(print_handler<'x'>);
+             std::printf("=%d\n", crash() + err_crash(nullptr, nullptr));
+         },
+         FATAL + "x2\n:  \n" + FATAL + "x2\n=0\n", "", 0},
+        {[] {
+             set_vek_debug_switch(1);
+             std::signal(SIGSEGV, SIG_IGN);
+             std::printf("=%d\n", crash());
+             std::signal(SIGSEGV, SIG_DFL);
+             err_crash("place", "not lost");
+         },
+         "=0\nplace:  not lost\n", raising + "11\n" + raised + "11\n" + raising + "11\n", -SIGSEGV},
+        {[] {
+             for (const int signal_number : {-1, 4711, 0}) {
+                 std::printf("%d", ctsu_raise_signal(signal_number));
+             }
+         },
+         "001", raising + "4711\nAPPLICATION ERROR\n" + raising + "0\n" + raised + "0\n", 0},
+    };
+    for (const auto &row : rows) {
+        const child_result child = run_in_child(row.body);
+        EXPECT_EQ(child.out, row.out);
+        EXPECT_EQ(child.err, row.err);
+        EXPECT_EQ(child.status, row.status);
+    }
+}
+
+void all_boxes() {
+    dbg_info_msg("here", "n %d", 1);
+    dbg_error_msg("there", 'B', "n %d", 2);
+    dbg_crash_msg("inside", "n %d", 3);
+    dbg_info_msg(nullptr, nullptr);
+}
+
+TEST(BoxedMessage, GoesToTheFileOrStandardErrorWhenAllowed) {
+    std::string folder = ::testing::TempDir() + "boxes_XXXXXX";
+    ASSERT_NE(mkdtemp(folder.data()), nullptr);
+    const std::string name = folder + "/messages";
+    std::ofstream(name) << "old contents";
+    const std::string longest(2000, 'x');
+    const child_result child = run_in_child([&] {
+        all_boxes();
+        dbg_set_allow_print(1);
+        std::printf("%d", dbg_set_error_file_name(std::string(259, 'x').c_str()));
+        dbg_info_msg("unopened", "file"); // a component is 255 bytes at most
+        dbg_set_error_file_name(name.c_str());
+        std::printf("%d", dbg_set_error_file_name(std::string(260, 'x').c_str()));
+        all_boxes();
+        dbg_set_error_file_name(nullptr);
+        dbg_info_msg("cut", "%s", longest.c_str());
+        dbg_fprintf(stdout, "%s", longest.c_str());
+        dbg_fprintf(nullptr, "%d|", 5);
+    });
+    std::ostringstream written;
+    written << std::ifstream(name).rdbuf();
+    EXPECT_EQ(written.str(), "\n*** INFO MESSAGE from here : ***\n\tn 1\n"
+                             "\n*** B-LEVEL ERROR in there : ***\n\tn 2\n"
+                             "\n*** FATAL ERROR in inside : ***\n\tn 3\n"
+                             "\n*** INFO MESSAGE from  : ***\n\t\n");
+    const std::string cut(999, 'x');
+    EXPECT_EQ(child.out, "10" + cut);
+    EXPECT_EQ(child.err, "\n*** INFO MESSAGE from unopened : ***\n\tfile\n"
+                         "\n*** INFO MESSAGE from cut : ***\n\t" +
+                             cut + "\n5|");
+    std::remove(name.c_str());
+    rmdir(folder.c_str());
+}
+
+int crash_func_answer;
+
+int answer_for_place(const char *name) {
+    dbg_crash_msg("place", "nested: dropped, or this would never end");
+    return name == std::string("place") ? crash_func_answer : -1;
+}
+
+TEST(BoxedMessage, SignalsWhenAllowedAndNotRefused) {
+    const struct {
+        int allowed, answer, signal; // answer -1: no function
+    } rows[] = {{0, -1, 0}, {0, 1, 0}, {1, -1, SIGUSR1}, {1, 0, 0}, {1, 1, SIGUSR1}};
+    for (const auto &row : rows) {
+        const child_result child = run_in_child([&row] {
+            crash_func_answer = row.answer;
+            dbg_set_allow_crash(row.allowed);
+            dbg_set_crash_func(row.answer < 0 ? nullptr : answer_for_place);
+            dbg_error_msg("place", 'A', "never a signal");
+            dbg_crash_msg("place", "text");
+        });
+        EXPECT_EQ(child.status, -row.signal) << row.allowed << row.answer;
     }
 }
 
