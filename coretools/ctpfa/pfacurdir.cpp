@@ -1,13 +1,13 @@
 // Loads the current and the home directory.
 #include "coretools/ctpfa/pfacurdir.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <unistd.h>
 
 #include "coretools/ctfileutil/objextension.h"
 #include "coretools/ctpfa/pfadirpath.h"
+#include "coretools/ctpfa/pfaget.h"
 #include "coretools/ctpfa/pfainfo.h"
 #include "coretools/ctpfa/pfamem.h"
 #include "coretools/ctpfa/pfapars.h"
@@ -88,7 +88,13 @@ void load_pfa_cur_dir(vek_file *directory) {
     }
     char text[PFA_PATH_SIZE];
     working_directory(text);
-    parse_to_pfa(Cur_Dir, 1, text);
+    // A name such as "a\b" or "^" reads as another directory; better none than that one.
+    char read_back[PFA_PATH_SIZE];
+    if (parse_to_pfa(Cur_Dir, 1, text) != PFA_E_NO_ERROR ||
+        pfa_get_location(Cur_Dir, read_back, nullptr) != PFA_E_NO_ERROR ||
+        std::strcmp(read_back, text) != 0) {
+        parse_to_pfa(Cur_Dir, 1, "");
+    }
     pfa_put_version(Cur_Dir, 0);
 }
 

@@ -14,8 +14,8 @@ vek_file *pfa_get_cur_dir();
 vek_file *get_Cur_Dir();
 
 // Makes an absolute directory the current directory; with null, or a record that is not absolute,
-// the working directory of the process is read again. Where that is unknown or takes 260
-// characters, the current directory has no location.
+// the working directory of the process is read again. Where that is unknown, takes 260
+// characters or has a name that would be read as another, the current directory has no location.
 void load_pfa_cur_dir(vek_file *directory);
 
 // Copies the home directory, from the environment variable HOME as it is at the first success, into

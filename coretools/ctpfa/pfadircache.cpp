@@ -52,8 +52,9 @@ int least_recently_used() {
     const int count = xar_count(&dir_cache);
     for (int i = 0; i < count; ++i) {
         const dir_cache_entry &entry = dir_cache[i];
-        const bool lent = entry.record != nullptr && (entry.record->flags & PFA_F_LENT) != 0;
-        if (!lent && entry.time < earliest) {
+        // The time first: while a table is filled in one second no record need be looked at.
+        if (entry.time < earliest &&
+            (entry.record == nullptr || (entry.record->flags & PFA_F_LENT) == 0)) {
             earliest = entry.time;
             found = i;
         }

@@ -71,8 +71,7 @@ vek_file *new_cache_record(const vek_file *directory) {
     copy->flags &= ~PFA_F_OPEN;
     copy->location_handle = nullptr;
     if (is_run_mode(RUN_MODE_PFA_TRACE)) {
-        dbg_print_info("pfa_add_dir_to_cache", "Created new pfa at: %x\n",
-                       static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(copy)));
+        dbg_print_info("pfa_add_dir_to_cache", "Created new pfa at: %x\n", pfa_trace_address(copy));
         pfa_mem_debug(copy, 1);
     }
     return copy;

@@ -126,8 +126,13 @@ int pfa_make_subdir(vek_file *directory, const char *name, vek_file *out) {
     if (name == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
+    const vek_file before = *out;
     pfa_copy_vek_file(directory, out);
-    return pfa_location_append(out, out, name);
+    const int status = pfa_location_append(out, out, name);
+    if (status != PFA_E_NO_ERROR) {
+        *out = before;
+    }
+    return status;
 }
 
 int pfa_make_parent(vek_file *record, vek_file *parent) {
@@ -145,15 +150,17 @@ int pfa_make_parent(vek_file *record, vek_file *parent) {
             return parent_of_root(record, parent);
         }
     }
+    const vek_file before = *parent;
     pfa_copy_vek_file(record, parent);
-    const int status = pfa_make_absolute_path(parent);
+    int status = pfa_make_absolute_path(parent);
+    if (status == PFA_E_NO_ERROR && is_directory) {
+        status = cut_last_element(parent, path_index);
+    }
     if (status != PFA_E_NO_ERROR) {
-        return status;
+        *parent = before;
+    } else if (!is_directory) {
+        drop_file_part(parent);
+        parent->type = OBJ_TYPE_DIRECTORY;
     }
-    if (is_directory) {
-        return cut_last_element(parent, path_index);
-    }
-    drop_file_part(parent);
-    parent->type = OBJ_TYPE_DIRECTORY;
-    return PFA_E_NO_ERROR;
+    return status;
 }

@@ -1,6 +1,7 @@
 // Path records made from others: absolute, directory of, subdirectory, parent, copy.
 //
-// A null, freed or overwritten record answers PFA_E_NOT_VALID. Nothing here asks the file system,
+// A null, freed or overwritten record answers PFA_E_NOT_VALID; a failure changes no record, and
+// what is open on an output record is lost: close it first. Nothing here asks the file system,
 // but for the working directory when a relative path is first made absolute.
 #pragma once
 
@@ -15,8 +16,7 @@ int pfa_make_absolute_path(vek_file *record);
 // record cannot become a directory.
 [[nodiscard]] vek_file *extract_pfa_dir(vek_file *record);
 
-// Copies every field but what is open: the copy is closed and holds no listing or stream. Close
-// the destination first, or what is open on it is lost.
+// Copies every field but what is open: the copy is closed and holds no listing or stream.
 int pfa_copy_vek_file(const vek_file *source, vek_file *destination);
 
 // Makes out (which may be the directory itself) the directory with name appended to its path.

@@ -54,12 +54,9 @@ class pfadircache : public testing::Test {
     void SetUp() override {
         test_clock = std::time(nullptr);
         tick = test_clock + 1000000; // days ahead, where no mount option lets a read change times
-        for (int i = 0; i < xar_count(&dir_cache); ++i) { // what other tests have left
-            const dir_cache_entry &entry = dir_cache[i];
-            slots.emplace_back(cached_dir{entry.name, entry.time, entry.state == 11, {}, false});
-            if (entry.state == PFA_E_INACTIVE) {
-                slots.back().reset();
-            }
+        slots.resize(static_cast<std::size_t>(xar_count(&dir_cache)));
+        for (std::size_t i = 0; i < slots.size(); ++i) { // what other tests have left
+            pfa_full_dir_name_update_cache(dir_cache[i].name);
         }
         dirs[tree.path];
         for (int i = 0; i < 320; ++i) {

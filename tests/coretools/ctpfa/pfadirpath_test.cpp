@@ -4,7 +4,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
-#include <functional>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "coretools/ctpfa/pfacurdir.h"
@@ -17,12 +17,6 @@
 #include "tests/coretools/ctpfa/directory_test_util.h"
 
 namespace {
-
-std::string full_name(vek_file *record) {
-    char name[PFA_PATH_SIZE] = "";
-    pfa_get_full_name_mixed_case(record, name, 0);
-    return name;
-}
 
 TEST(pfadirpath, MakesParentAndDirectory) {
     const std::string here = location_of(pfa_get_cur_dir());
@@ -38,7 +32,7 @@ TEST(pfadirpath, MakesParentAndDirectory) {
         {"/a//", "/", "/a/"},
         {"/a/../", "", "/"},
         {"/a/b/p.prt.3", "/a/b/", "/a/b/"},
-        {"p.prt", here, "./"},
+        {"p.prt", here, ""},
         {"x/", here, "x/"},
     };
     for (const auto &row : rows) {
@@ -47,13 +41,13 @@ TEST(pfadirpath, MakesParentAndDirectory) {
         const int status = row.parent.empty() ? PFA_E_ROOT_DIR : PFA_E_NO_ERROR;
         vek_file *directory = extract_pfa_dir(record);
         ASSERT_NE(directory, nullptr) << row.name;
-        EXPECT_EQ(full_name(directory), row.directory) << row.name;
+        EXPECT_EQ(location_of(directory), row.directory);
         pfa_free_vek_file(&directory);
         EXPECT_EQ(pfa_make_parent(record, parent), status) << row.name;
         EXPECT_EQ(pfa_make_parent(record, record), status) << row.name;
         for (vek_file *made : {parent.file, record.file}) {
             if (status == PFA_E_NO_ERROR) {
-                EXPECT_EQ(full_name(made), row.parent) << row.name;
+                EXPECT_EQ(location_of(made), row.parent) << row.name;
                 EXPECT_EQ(made->type * 10 + made->version, -50);
             }
         }
@@ -76,7 +70,7 @@ TEST(pfacurdir, ReadsHomeOnce) {
         wrong += pfa_get_home_dir(nullptr) != PFA_E_NOT_VALID;
         setenv("HOME", "/later", 1);
         wrong += pfa_get_home_dir(home) != 0 || home->type != -5;
-        _exit(wrong + (full_name(home) != "/no/such.prt.2/"));
+        _exit(wrong + (location_of(home) != "/no/such.prt.2/"));
     };
     EXPECT_EXIT(run(), testing::ExitedWithCode(0), "");
 }
@@ -95,8 +89,12 @@ TEST(pfacurdir, ReadsTheWorkingDirectoryOnce) {
         load_pfa_cur_dir(absolute);
         wrong += location_of(current) != tree.path || current->flags != 0;
         wrong += pfa_make_absolute_path(relative) != 0 || location_of(relative) != tree.path + "x/";
-        // A working directory that exists no more.
-        wrong += chdir(tree.path.c_str()) != 0 || rmdir(tree.path.c_str()) != 0;
+        // A working directory whose name reads as another, then one that exists no more.
+        const std::string odd = tree.path + "a\\b";
+        wrong += mkdir(odd.c_str(), 0777) != 0 || chdir(odd.c_str()) != 0;
+        load_pfa_cur_dir(nullptr); // must not be that of tree.path + "a/b/"
+        wrong += location_of(current) != "" || rmdir(odd.c_str()) + rmdir(tree.path.c_str()) != 0;
+        load_pfa_cur_dir(absolute);
         load_pfa_cur_dir(nullptr);
         wrong += location_of(current) != "" || pfa_make_parent(current, absolute) != PFA_E_ROOT_DIR;
         scoped_record unlocated("y/");
@@ -113,26 +111,23 @@ bool is_cached(const std::string &key) {
 TEST(pfadircache_update, FindsTheListingThatANoticeConcerns) {
     scratch_tree tree;
     std::filesystem::create_directories(tree.path + "sub/$HOME");
+    const std::string sub = tree.path + "sub/";
     const std::string here = std::filesystem::current_path().string() + "/";
-    const std::string from_here = std::filesystem::relative(tree.path, here).string() + "/";
-    const auto file = [](const std::string &name) { pfa_file_name_update_dir_cache(name.c_str()); };
-    const auto dir = [](const std::string &name) { pfa_dir_name_update_cache(name.c_str()); };
-    const auto record = [](const std::string &name) { pfa_dir_cache_update(scoped_record(name)); };
+    const std::string from_here = std::filesystem::relative(sub, here).string();
     const struct {
         std::string key;
-        std::function<void(const std::string &)> notice;
+        char notice; // of a file, a directory or a record
         std::string name;
     } rows[] = {
-        {tree.path + "sub/", file, tree.path + "sub/x.prt.1"},
-        {tree.path + "sub/$HOME/", file, tree.path + "sub/$HOME/x"},
-        {tree.path + "sub/", file, tree.path + "sub/../sub//x"},
-        {tree.path + "sub/", file, from_here + "sub/x"},
-        {tree.path + "sub/", dir, tree.path + "sub/"},
-        {tree.path + "sub/", dir, from_here + "sub"},
-        {tree.path, record, tree.path + "sub/"},
-        {here, dir, ""},
-        {here, dir, ".\\"},
-        {here, file, "x.prt"},
+        {sub + "$HOME/", 'f', sub + "$HOME/x"},
+        {sub, 'f', sub + "../sub//x"},
+        {sub, 'f', from_here + "/x"},
+        {here, 'f', "x.prt"},
+        {sub, 'd', sub},
+        {sub, 'd', from_here},
+        {here, 'd', ""},
+        {here, 'd', ".\\"},
+        {tree.path, 'r', sub},
     };
     for (const auto &row : rows) {
         scoped_record opened;
@@ -140,7 +135,10 @@ TEST(pfadircache_update, FindsTheListingThatANoticeConcerns) {
         ASSERT_EQ(pfa_open_dir(opened) + pfa_close(opened), 0) << row.key;
         ASSERT_TRUE(is_cached(row.key));
         errno = ENOENT;
-        row.notice(row.name);
+        EXPECT_EQ(row.notice == 'f'   ? pfa_file_name_update_dir_cache(row.name.c_str())
+                  : row.notice == 'd' ? pfa_dir_name_update_cache(row.name.c_str())
+                                      : pfa_dir_cache_update(scoped_record(row.name)),
+                  0);
         EXPECT_EQ(errno, ENOENT);
         EXPECT_FALSE(is_cached(row.key)) << row.name;
     }

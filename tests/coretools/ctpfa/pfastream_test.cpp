@@ -4,7 +4,6 @@
 #include <fstream>
 #include <iconv.h>
 #include <iterator>
-#include <sys/resource.h>
 
 #include "coretools/ctpfa/pfadir.h"
 #include "coretools/ctpfa/pfadirpath.h"
@@ -12,6 +11,7 @@
 #include "coretools/ctpfa/pfaput.h"
 #include "coretools/ctpfa/pfastream.h"
 #include "tests/coretools/ctpfa/directory_test_util.h"
+#include "tests/coretools/ctpfa/record_state.h"
 
 namespace {
 
@@ -34,8 +34,9 @@ TEST(pfastream, AnswersBadArgumentsAndChangesNothing) {
     scratch_tree tree;
     vek_file freed = {};
     scoped_record directory(tree.path), closed(tree.path + "a.prt"), open(tree.path + "b.prt");
-    scoped_record last(tree.path + "c.prt.32767"), next(tree.path + "c.prt"), out;
+    scoped_record last(tree.path + "c.prt.32767"), next(tree.path + "c.prt"), out, top("/a/../");
     last->location_type = NoLocation;
+    const vek_file before[] = {*closed, *out, *top};
     const struct {
         int status;
         int expected;
@@ -73,28 +74,19 @@ TEST(pfastream, AnswersBadArgumentsAndChangesNothing) {
         {pfa_make_subdir(directory, nullptr, out), PFA_E_INVALID_INPUT},
         {pfa_make_subdir(directory, std::string(260, 's').c_str(), out), PFA_E_INVALID_NAME},
         {pfa_make_parent(&freed, out), PFA_E_NOT_VALID},
+        {pfa_make_parent(top, top), PFA_E_ROOT_DIR},
         {pfa_close(open), PFA_E_NO_ERROR},
         {pfa_close(open), PFA_E_INACTIVE},
     };
     for (const auto &row : rows) {
         EXPECT_EQ(row.status, row.expected) << "row " << &row - rows;
     }
+    EXPECT_TRUE(same_bytes(before[0], closed) && same_bytes(before[1], out) &&
+                same_bytes(before[2], top));
     EXPECT_EQ(extract_pfa_dir(&freed), nullptr);
     EXPECT_EQ(last->location_type, PfaStdFilesystem);
     EXPECT_EQ(text_of(tree.path + "b.prt") + text_of(tree.path + "c.prt.32767"), "");
     EXPECT_EQ(read_names(directory), std::vector<std::string>({"b.prt", "c.prt.32767"}));
-}
-
-TEST(pfastream, RunsOutOfDescriptors) {
-    scratch_tree tree;
-    const auto run = [&tree] {
-        scoped_record record(tree.path + "a.prt");
-        const rlimit limit = {3, 3};
-        setrlimit(RLIMIT_NOFILE, &limit);
-        const int status = pfa_fopen(record, 0, "w");
-        _exit(record->flags == 0 && record->location_handle == nullptr ? status : 99);
-    };
-    EXPECT_EXIT(run(), testing::ExitedWithCode(PFA_E_TOO_MANY_OPEN), "");
 }
 
 // All of JIS X 0208 with ASCII between, many chunks long, as the host's own converters code it.
