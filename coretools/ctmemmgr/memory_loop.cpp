@@ -121,17 +121,22 @@ void debug_memory_loop() {
 
 static void make_address_slot(void *argument) {
     auto *const wanted = static_cast<address_slot *>(argument);
-    // The arrays behind the record grow as usual, whatever the thread has switched.
-    const int ext_no = get_force_ext_no();
-    const int ignore_reloc_cnt = get_force_ignore_reloc_cnt();
-    set_force_ext_no(0);
-    set_force_ignore_reloc_cnt(0);
     if (*wanted->addresses == nullptr) {
         *wanted->addresses = har_alloc(static_cast<int>(sizeof(void *)), ADDRESS_STEP);
     }
     if (*wanted->addresses != nullptr) {
         wanted->slot = static_cast<void **>(har_inflate(wanted->addresses));
     }
+}
+
+// The arrays behind the record grow as usual, whatever the thread has switched: a thread that never
+// switched anything is not asked for memory here.
+static void add_address(address_slot *wanted) {
+    const int ext_no = get_force_ext_no();
+    const int ignore_reloc_cnt = get_force_ignore_reloc_cnt();
+    set_force_ext_no(0);
+    set_force_ignore_reloc_cnt(0);
+    call_with_memory_trap(make_address_slot, wanted);
     set_force_ext_no(ext_no);
     set_force_ignore_reloc_cnt(ignore_reloc_cnt);
 }
@@ -162,7 +167,7 @@ void debug_memory_loop_alloc(memory_loop_record *record, void *data) {
     }
     if (level == LOOP_RECORDING) {
         address_slot wanted = {&record->addresses, nullptr};
-        call_with_memory_trap(make_address_slot, &wanted);
+        add_address(&wanted);
         if (wanted.slot == nullptr) {
             lazy_mutex_unlock(&loop_lock);
             debug_cancel_memory_loop();

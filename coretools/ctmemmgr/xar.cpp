@@ -49,9 +49,10 @@ int block_bytes(int capacity, int element_size) {
     return (bytes + XAR_UNIT_BYTES - 1) / XAR_UNIT_BYTES * XAR_UNIT_BYTES + XAR_OVERHEAD_BYTES;
 }
 
-bool debug_xar() {
-    static const bool set = std::getenv("DEBUG_XAR") != nullptr;
-    return set;
+// The room of an array created empty. The environment is asked once, at the first array of all.
+int room_when_empty() {
+    static const int room = std::getenv("DEBUG_XAR") == nullptr ? 1 : 0;
+    return room;
 }
 
 // How much wider than the base step an array grows at its nth move.
@@ -165,8 +166,7 @@ void *zone_xar_alloc(int zone, int count, int element_size, int step) {
         err_crash("XAR_ALLOC", "too big array");
         return nullptr;
     }
-    const int capacity = count == 0 && !debug_xar() ? 1 : count;
-    const int bytes = block_bytes(capacity, element_size);
+    const int bytes = block_bytes(std::max(count, room_when_empty()), element_size);
     void *block = zone < 0 ? getmem_xar(bytes, 1) : zone_getmem(zone, bytes);
     if (block == nullptr) {
         unwind("XAR_ALLOC", "out of memory");

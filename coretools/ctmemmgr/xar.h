@@ -6,9 +6,9 @@
 // its use. The bookkeeping is described in xar_layout.h.
 //
 // Misuse ends the process through err_crash with the operation's tag ("XAR_APPEND" uses
-// "XAR_EXTEND") and "invalid array" or "invalid request". Exhausted memory and growth beyond the
-// limit are reported and handed to the traps. Where such a report returns, the array is as it was
-// and the operation answers null or 0.
+// "XAR_EXTEND") and "invalid array", "invalid request" or, when created beyond the limit, "too big
+// array". Exhausted memory and growth beyond the limit are reported and handed to the traps. Where
+// such a report returns, the array is as it was and the operation answers null or 0.
 #pragma once
 
 #include <cstring>

@@ -42,7 +42,7 @@ thrLocalObject *object_of(thread_switch &of) {
     return object;
 }
 
-// Without memory, which getmem has reported, the switch stays as it was.
+// Without memory the switch stays as it was.
 void write_switch(thread_switch &to, int value) {
     if (read_switch(to) == value) {
         return;
@@ -54,10 +54,10 @@ void write_switch(thread_switch &to, int value) {
     auto *own = static_cast<int *>(thrLocalObject_GetData(object));
     if (own == nullptr) {
         own = static_cast<int *>(getmem(static_cast<int>(sizeof(int))));
-        if (own == nullptr) {
+        if (own == nullptr || !thrLocalObject_SetData(object, own)) {
+            rlsmem(own);
             return;
         }
-        thrLocalObject_SetData(object, own);
     }
     *own = value;
 }

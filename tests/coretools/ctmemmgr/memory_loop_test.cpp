@@ -9,6 +9,7 @@
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctmemmgr/memory_loop.h"
 #include "coretools/ctmemmgr/pools.h"
+#include "coretools/ctmemmgr/xar.h"
 #include "tests/support/failing_malloc.h"
 
 namespace {
@@ -121,6 +122,7 @@ TEST(MemoryLoop, ReportsWhatThePassesLeave) {
 
 TEST(MemoryLoop, ExhaustedMemoryEndsTheLoopNotTheOperation) {
     int failing = 0;
+    set_force_ext_no(1);
     do {
         failing++;
         testing::internal::CaptureStdout();
@@ -130,8 +132,10 @@ TEST(MemoryLoop, ExhaustedMemoryEndsTheLoopNotTheOperation) {
         fail_allocation(NO_FAILURE, false);
         testing::internal::GetCapturedStdout();
         ASSERT_NE(leaked.back(), nullptr);
+        EXPECT_EQ(get_force_ext_no(), 1); // switched off for the loop's own arrays only
     } while (get_in_debug_memory_loop() == 0);
     EXPECT_GT(failing, 2);
+    set_force_ext_no(0);
     debug_cancel_memory_loop();
     release_leaked();
 }

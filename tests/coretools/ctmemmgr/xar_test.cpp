@@ -156,7 +156,8 @@ TEST(Xar, RandomOperationsAgreeWithAVector) {
     zone_close(zone);
 }
 
-// Growth beyond the limit is no misuse: without a trap frame it is refused and changes nothing.
+// Growth beyond the limit and exhausted memory are no misuse: without a trap frame they are refused
+// and change nothing.
 TEST(Xar, MisuseIsFatal) {
     struct {
         int status;
@@ -173,9 +174,22 @@ TEST(Xar, MisuseIsFatal) {
         {2, "XAR_COUNT:  invalid array", [](int *a) { *(a - 2) = -1, xar_count(&a); }},
         {2, "XAR_LAST:  invalid array", [](int *a) { a[2] = -1, xar_last(&a); }},
         {2, "XAR_FREE:  invalid array", [](int *a) { xar_free(&++a); }},
+        {2, "XAR_PARAMS:  invalid array",
+         [](int *a) { xar_params(&++a, nullptr, nullptr, nullptr, nullptr); }},
         {0, " XAR_PRE_RELOC:  too big array", [](int *a) { xar_extend(&a, 511995), check_xar(a); }},
         {0, " XAR_PRE_RELOC:  too big array",
          [](int *a) { xar_extend(&a, INT_MAX), check_xar(a); }},
+        {0, "XAR_ALLOC:  out of memory",
+         [](int *) {
+             fail_allocation(0, true);
+             EXPECT_EQ(xar_alloc(9000, 4, 1), nullptr);
+         }},
+        {0, " XAR_EXTEND:  out of memory",
+         [](int *a) {
+             fail_allocation(0, true);
+             EXPECT_EQ(xar_extend(&a, 9000), nullptr);
+             check_xar(a);
+         }},
     };
     for (const auto &row : rows) {
         const auto child = run_in_child([&row] {
@@ -183,7 +197,8 @@ TEST(Xar, MisuseIsFatal) {
             std::exit(testing::Test::HasFailure() ? 1 : 0);
         });
         EXPECT_EQ(child.status, row.status) << row.report;
-        EXPECT_EQ(child.out.rfind(std::string(row.report) + "\n", 0), 0U) << child.out;
+        EXPECT_NE(("\n" + child.out).find("\n" + std::string(row.report) + "\n"), std::string::npos)
+            << row.report << child.out;
     }
 }
 
