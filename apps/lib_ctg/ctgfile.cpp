@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include <sys/stat.h>
+
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctpfa/pfaget.h"
 #include "coretools/ctpfa/pfamem.h"
@@ -55,6 +57,15 @@ bool is_named_by(vek_file *record, const char *path) {
             std::strcmp(name, path) == 0);
 }
 
+// What is there under the catalog's name must be a file: opening a FIFO would wait for a reader,
+// and a device would swallow the catalog.
+bool may_be_written(vek_file *record) {
+    char name[PFA_PATH_SIZE];
+    struct stat status;
+    return pfa_get_file_name(record, PFA_OS_NAME, name) == PFA_E_NO_ERROR &&
+           (stat(name, &status) != 0 || S_ISREG(status.st_mode));
+}
+
 int open_catalog(vek_file *record, const char *name) {
     static char catalog_path[PFA_PATH_SIZE];
     const int length =
@@ -66,7 +77,7 @@ int open_catalog(vek_file *record, const char *name) {
     if (status != PFA_E_NO_ERROR) {
         return status;
     }
-    if (!is_named_by(record, catalog_path)) {
+    if (!is_named_by(record, catalog_path) || !may_be_written(record)) {
         return PFA_E_INVALID_NAME;
     }
     return pfa_fopen(record, 0, binary_mode("w"));

@@ -18,7 +18,8 @@ constexpr char INTERNAL_VERSION[] = "J-01-32";
 
 // A process may be started with standard output closed or with nobody reading it. The numbers 0 to
 // 2 are kept in use, so that no message can end up in a file that is opened later under one of
-// them, and a broken pipe must not end the run before the catalog is complete.
+// them, and neither a broken pipe nor a limit on the size of files must end the run before the
+// catalog is complete.
 void secure_standard_streams() {
     for (int fd = 0; fd <= 2; ++fd) {
         if (fcntl(fd, F_GETFD) == -1) {
@@ -26,6 +27,7 @@ void secure_standard_streams() {
         }
     }
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
 }
 
 } // namespace

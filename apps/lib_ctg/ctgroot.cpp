@@ -89,15 +89,20 @@ int resolve_host_root(vek_file *record, const char *root, int *prefix_length) {
     return PFA_E_NO_ERROR;
 }
 
-// The record's directory as text, without its final '/'.
+// The record's directory as text, without its final '/'. The layer keeps parent steps at the top of
+// the file system, where they lead nowhere.
 int directory_text(vek_file *record, char out[PFA_PATH_SIZE]) {
     const int status = pfa_get_file_name(record, PFA_DIRECTORY_NAME, out);
     if (status != PFA_E_NO_ERROR) {
         return status;
     }
-    const std::size_t length = std::strlen(out);
+    std::size_t length = std::strlen(out);
     if (length == 0 || out[0] != '/' || out[length - 1] != '/') {
         return PFA_E_INVALID_NAME;
+    }
+    while (std::strncmp(out, "/../", 4) == 0) {
+        length -= 3;
+        std::memmove(out, out + 3, length + 1);
     }
     out[length - 1] = '\0';
     return PFA_E_NO_ERROR;

@@ -69,6 +69,7 @@ TEST(Golden, CommandLine) {
         {{"-Verify"}, {}, {1, "Error: VEK_LIBRARY_DIR not set.\n"}},
         {{}, {"VEK_LIBRARY_DIR="}, {0, "Error: VEK_LIBRARY_DIR is set as null string\n"}},
         {{}, {"VEK_LIBRARY_DIR=/"}, {0, "Error: VEK_LIBRARY_DIR is set as null string\n"}},
+        {{}, {"VEK_LIBRARY_DIR=/.."}, {0, "Error: VEK_LIBRARY_DIR is set as null string\n"}},
         {{"foo", "-verify"}, {variable}, {1, ""}},
     };
     for (const auto &row : rows) {
@@ -241,6 +242,7 @@ TEST(Golden, RootForms) {
         {"/", top + "/mylib/sub/../../mylib"},
         {"/", "/" + top + "/mylib"},
         {"/", "///" + top + "/mylib"},
+        {"/", "/../.." + top + "/mylib"},
         {"/", "~/mylib"},
         {"/", "$TOP/mylib"},
         {"/", "$LIB"},

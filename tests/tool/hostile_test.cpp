@@ -6,6 +6,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -76,6 +77,13 @@ TEST(BadRoot, CatalogThatCannotBeAFile) {
     scratch_library library;
     library.file("mylib.ctg.1/bolt.prt");
     EXPECT_EQ(build_catalog(library.root()), (tool_result{0, not_written(library.root())}));
+    // A FIFO under the catalog's name held the run for ever; a device took the catalog and kept it.
+    std::filesystem::remove_all(library.catalog_path());
+    mkfifo(library.catalog_path().c_str(), 0600);
+    EXPECT_EQ(build_catalog(library.root()), (tool_result{0, not_written(library.root())}));
+    unlink(library.catalog_path().c_str());
+    library.link("mylib.ctg.1", "/dev/null");
+    EXPECT_EQ(build_catalog(library.root()), (tool_result{0, not_written(library.root())}));
 
     // The root fits in a path and its catalog does not.
     std::string root = library.path("deep");
@@ -101,6 +109,19 @@ TEST(Output, NeverMattersToTheCatalog) {
         EXPECT_EQ(build_catalog(library.root(), run).status, 1) << output;
         EXPECT_EQ(library.catalog(), model.catalog()) << output;
     }
+}
+
+// Too large a file ended the run by a signal instead of failing its writes.
+TEST(Output, LimitOnTheSizeOfFiles) {
+    scratch_library library;
+    library.file("bolt.prt");
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit small{100, before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &small);
+    const tool_result result = build_catalog(library.root());
+    setrlimit(RLIMIT_FSIZE, &before);
+    EXPECT_EQ(result, (tool_result{1, ""}));
 }
 
 TEST(Names, ThatTheLayerReadsInItsOwnWay) {
