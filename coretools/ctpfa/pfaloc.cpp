@@ -175,13 +175,16 @@ int pfa_parse_location(vek_file *record, const char *name, std::int16_t *rest, i
     if (record == nullptr || record->magic != PFA_MAGIC) {
         return PFA_E_NOT_VALID;
     }
+    const bool all = only_type == -1;
+    if (!all && (only_type == NoLocation || !is_type(only_type))) {
+        return PFA_E_NOT_FOUND;
+    }
     const std::int32_t saved_type = record->location_type;
     const char *colon = name != nullptr ? std::strchr(name, ':') : nullptr;
-    const bool all = only_type == -1;
     const int last = all ? 1 : only_type;
     int result = PFA_E_NOT_FOUND;
     for (int type = all ? PFA_LOCATION_TYPES - 1 : only_type; type >= last && result != 0; --type) {
-        if (type == NoLocation || !is_type(type) || !is_registered(type)) {
+        if (!is_registered(type)) {
             continue;
         }
         record->location_type = type;

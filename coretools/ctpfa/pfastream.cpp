@@ -82,6 +82,7 @@ int pfa_fopen(vek_file *record, int selector, const char *mode) {
     if (status != PFA_E_NO_ERROR) {
         return status;
     }
+    record->flags &= ~(PFA_F_BORROWED | PFA_F_LENT); // a copied record may still carry them
     record->flags |= PFA_F_OPEN;
     if (record->location_type == PfaStdFilesystem && mode[0] != 'r' && mode[0] != 'R') {
         pfa_file_name_update_dir_cache(name);
@@ -96,7 +97,8 @@ int pfa_close(vek_file *record) {
     if (!pfa_file_is_open(record)) {
         return PFA_E_INACTIVE;
     }
-    if (pfa_is_dir(record)) {
+    // A borrowed listing goes back, even if the record has become a file since.
+    if (pfa_is_dir(record) || (record->flags & PFA_F_BORROWED) != 0) {
         return pfa_close_dir(record);
     }
     const int status = pfaloc_call_FL(record, PfaCloseFile);

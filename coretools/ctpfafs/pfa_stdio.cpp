@@ -23,6 +23,14 @@ constexpr int PREFIX_LENGTH = sizeof PREFIX - 1;
 // The location offers no device index: its prefix is the text of the component by itself.
 constexpr int PREFIX_COMPONENT = PFA_DEVICE;
 
+// An open directory. The name is that of its one entry, null once it has been read; the caller's,
+// it must outlive the reading.
+struct pattern_listing {
+    static constexpr pfafs_kind KIND = pfafs_kind::pattern;
+    pfafs_kind kind;
+    const char *name;
+};
+
 struct named_stream {
     const char *name;
     std::FILE *stream;
@@ -93,14 +101,20 @@ int pfa_stdio_open(vek_file *record, void **data, plm_ptr, int flags, int, int) 
     return writes_input ? PFA_E_CANT_OPEN : lend_stream(record, data, stream);
 }
 
-int pfa_stdio_never_close(vek_file *record, void **data) {
-    pfafs_stream *block = pfafs_stream_of(record, data);
-    if (block == nullptr) {
+// Gives back a block of this location, whatever the record has become; neither kind owns what it
+// points to.
+int release_block(void **data) {
+    if (pfafs_block<pfafs_stream>(data) == nullptr &&
+        pfafs_block<pattern_listing>(data) == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
-    relmem(&block);
+    rlsmem(*data);
     *data = nullptr;
     return PFA_E_NO_ERROR;
+}
+
+int pfa_stdio_never_close(vek_file *record, void **data) {
+    return pfa_is_dir(record) ? PFA_E_INVALID_INPUT : release_block(data);
 }
 
 int pfa_stdio_access(vek_file *record, int mode, int) {
@@ -123,13 +137,27 @@ int pfa_stdio_dir_can_open_subset(vek_file *) {
     return 0;
 }
 
-// A directory of this location lists exactly one name, the pattern, which stays the caller's and
-// must outlive the reading.
+// A directory of this location lists exactly one name, the pattern. Without one nothing is opened.
 int pfa_stdio_open_dir(vek_file *record, void **data, plm_ptr, plm_ptr pattern) {
     if (data == nullptr || !pfa_is_dir(record)) {
         return PFA_E_INVALID_INPUT;
     }
-    *data = pattern.as<void>();
+    const char *name = pattern.as<const char>();
+    if (*data == nullptr && name != nullptr) {
+        auto *listing = static_cast<pattern_listing *>(getmem(sizeof(pattern_listing)));
+        if (listing == nullptr) {
+            return PFA_E_OUT_OF_MEMORY;
+        }
+        listing->kind = pattern_listing::KIND;
+        *data = listing;
+    }
+    if (*data != nullptr) {
+        pattern_listing *listing = pfafs_block<pattern_listing>(data);
+        if (listing == nullptr) {
+            return PFA_E_INVALID_INPUT;
+        }
+        listing->name = name;
+    }
     return PFA_E_NO_ERROR;
 }
 
@@ -149,11 +177,12 @@ int pfa_stdio_dir_read_next(vek_file *directory, void **data, plm_ptr out, plm_p
     if (data == nullptr || !pfa_is_dir(directory)) {
         return PFA_E_INVALID_INPUT;
     }
-    const char *name = static_cast<const char *>(*data);
-    if (name == nullptr) {
+    pattern_listing *listing = pfafs_block<pattern_listing>(data);
+    if (listing == nullptr || listing->name == nullptr) {
         return PFA_E_QUIT;
     }
-    *data = nullptr;
+    const char *name = listing->name;
+    listing->name = nullptr;
     if (!pfafs_filter_takes(filter.as<const pfa_dir_filter>(), directory, name, with_kind != 0, 0,
                             argument.as<void>())) {
         return PFA_E_QUIT;
@@ -166,6 +195,7 @@ int pfa_stdio_close_dir(vek_file *record, void **data) {
     if (data == nullptr || !pfa_is_dir(record)) {
         return PFA_E_INVALID_INPUT;
     }
+    release_block(data);
     *data = nullptr;
     return PFA_E_NO_ERROR;
 }

@@ -24,22 +24,20 @@ enum dir_flag : int {
     DIR_FLAG_YES = 1,
 };
 
-// An open directory, in the location handle of its record. Times are whole seconds.
+// An open directory. Times are whole seconds.
 struct pfafs_directory {
-    unix_dir *listing;
+    static constexpr pfafs_kind KIND = pfafs_kind::directory;
+    pfafs_kind kind;
     int times_known; // 1 when the status of the directory could be read at open
+    unix_dir *listing;
     std::time_t mtime;
     std::time_t seen_time; // the later of its modification and access times at open
     int *dir_flags;        // a dir_flag for each element of the listing, its closing null included
 };
 
-// The directory open on a directory record; null when there is none. The handle of any other
-// record holds a stream.
+// The directory open on a directory record; null when there is none.
 pfafs_directory *directory_of(const vek_file *record, void *const *data) {
-    if (data == nullptr || !pfa_is_dir(record)) {
-        return nullptr;
-    }
-    return static_cast<pfafs_directory *>(*data);
+    return pfa_is_dir(record) ? pfafs_block<pfafs_directory>(data) : nullptr;
 }
 
 void release_directory(pfafs_directory *block) {
@@ -56,6 +54,7 @@ pfafs_directory *new_directory(unix_dir *listing) {
         os_closedir(listing);
         return nullptr;
     }
+    block->kind = pfafs_directory::KIND;
     block->listing = listing;
     const int count = xar_count(&listing->names);
     block->dir_flags = static_cast<int *>(getmem(count * static_cast<int>(sizeof(int))));
@@ -133,10 +132,14 @@ int pfafs_dir_read_next(vek_file *directory, void **data, plm_ptr out, plm_ptr f
     }
 }
 
+// The close of a record that became a directory while a stream was open on it closes the stream.
 int pfafs_close_dir(vek_file *record, void **data) {
-    pfafs_directory *block = directory_of(record, data);
-    if (block == nullptr) {
+    if (!pfa_is_dir(record)) {
         return PFA_E_INVALID_INPUT;
+    }
+    pfafs_directory *block = pfafs_block<pfafs_directory>(data);
+    if (block == nullptr) {
+        return pfafs_close_stream(data);
     }
     release_directory(block);
     *data = nullptr;
@@ -226,7 +229,11 @@ int pfa_actually_open_dir(vek_file *record, void **data, const char *location, c
         return PFA_E_INVALID_INPUT;
     }
     if (*data != nullptr) {
-        static_cast<pfafs_directory *>(*data)->listing->next = 0;
+        pfafs_directory *open = pfafs_block<pfafs_directory>(data);
+        if (open == nullptr) {
+            return PFA_E_INVALID_INPUT;
+        }
+        open->listing->next = 0;
         return PFA_E_NO_ERROR;
     }
     if (pfa_is_local(record) != 1) {

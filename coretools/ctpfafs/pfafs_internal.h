@@ -11,21 +11,39 @@
 #include <cstddef>
 #include <cstdio>
 
-// An open file, in the location handle of its record. Exactly one of the two is in use: fid is -1
-// for a buffered stream, stream is null for a descriptor.
+// What is open on a record, in its location handle, begins with its kind: a record may change its
+// type or place while something is open on it, and the block must not be taken for another.
+enum class pfafs_kind : int { stream = 1, directory, pattern };
+
+// The block in a location handle, null unless it is of this kind.
+template <class Block>
+Block *pfafs_block(void *const *data) {
+    if (data == nullptr || *data == nullptr ||
+        *static_cast<const pfafs_kind *>(*data) != Block::KIND) {
+        return nullptr;
+    }
+    return static_cast<Block *>(*data);
+}
+
+// An open file. Exactly one of the last two is in use: fid is -1 for a buffered stream, stream is
+// null for a descriptor.
 struct pfafs_stream {
+    static constexpr pfafs_kind KIND = pfafs_kind::stream;
+    pfafs_kind kind;
     int fid;
     std::FILE *stream;
 };
 
 // A block with fid -1 and no stream, from getmem; null when memory is exhausted.
 [[nodiscard]] pfafs_stream *pfafs_alloc_stream();
-// The stream open on a file record; null when there is none. A directory record has none: its
-// handle holds a listing.
+// The stream open on a file record; null when there is none.
 pfafs_stream *pfafs_stream_of(const vek_file *record, void *const *data);
 // Whether a stream may be opened into *data: there is such a place (9 otherwise), it belongs to a
 // file record (9), and it is free, for an open stream must not be lost (3).
 int pfafs_check_openable(const vek_file *record, void *const *data);
+
+// Closes the stream in a location handle, whatever its record has become; 9 when there is none.
+int pfafs_close_stream(void **data);
 
 // How a host name is built from a record.
 enum class pfafs_name_form {

@@ -92,14 +92,7 @@ int pfafs_open(vek_file *record, void **data, plm_ptr name_buffer, int flags, in
 }
 
 int pfafs_close(vek_file *record, void **data) {
-    pfafs_stream *block = pfafs_stream_of(record, data);
-    if (block == nullptr) {
-        return PFA_E_INVALID_INPUT;
-    }
-    const int failed = block->fid == -1 ? std::fclose(block->stream) : close(block->fid);
-    relmem(&block);
-    *data = nullptr;
-    return failed != 0 ? PFA_E_ERROR : PFA_E_NO_ERROR;
+    return pfa_is_dir(record) ? PFA_E_INVALID_INPUT : pfafs_close_stream(data);
 }
 
 // The buffer, null or BUFSIZ bytes, must outlive the stream. A descriptor has no buffer to set.
@@ -212,6 +205,7 @@ static_assert(std::size(METHODS) == 10 && pfafs_methods_fit(METHODS));
 pfafs_stream *pfafs_alloc_stream() {
     pfafs_stream *block = static_cast<pfafs_stream *>(getmem(sizeof(pfafs_stream)));
     if (block != nullptr) {
+        block->kind = pfafs_stream::KIND;
         block->fid = -1;
         block->stream = nullptr;
     }
@@ -219,10 +213,18 @@ pfafs_stream *pfafs_alloc_stream() {
 }
 
 pfafs_stream *pfafs_stream_of(const vek_file *record, void *const *data) {
-    if (data == nullptr || pfa_is_dir(record)) {
-        return nullptr;
+    return pfa_is_dir(record) ? nullptr : pfafs_block<pfafs_stream>(data);
+}
+
+int pfafs_close_stream(void **data) {
+    pfafs_stream *block = pfafs_block<pfafs_stream>(data);
+    if (block == nullptr) {
+        return PFA_E_INVALID_INPUT;
     }
-    return static_cast<pfafs_stream *>(*data);
+    const int failed = block->fid == -1 ? std::fclose(block->stream) : close(block->fid);
+    relmem(&block);
+    *data = nullptr;
+    return failed != 0 ? PFA_E_ERROR : PFA_E_NO_ERROR;
 }
 
 int pfafs_check_openable(const vek_file *record, void *const *data) {

@@ -4,6 +4,7 @@
 #include "coretools/ctpfa/pfamem.h"
 #include "tests/coretools/ctpfa/report_capture.h"
 
+#include <climits>
 #include <cstdlib>
 #include <functional>
 #include <gtest/gtest.h>
@@ -108,6 +109,7 @@ void run_registration() {
          "tried to call PfaCopyThruCookie with different types PfaUNC and PfaList"},
         {[&] { return pfaloc_call_FFP(&first, PfaAltNameInDir, &second, nullptr); }, -1,
          "calling undefined PfaAltNameInDir method for PfaList"},
+        {[&] { return set_run_mode(1), pfaloc_call_F(&first, PfaMakeDir); }, -1, ""},
     };
     for (std::size_t i = 0; i < std::size(steps); ++i) {
         EXPECT_EQ(steps[i].act(), steps[i].result) << "step " << i;
@@ -156,7 +158,7 @@ TEST(pfaloc, HigherTypesAreAskedFirstAndADeclinedRecordKeepsItsType) {
         {0, UniFilesystem, 2, UniFilesystem, {}},
         {0, NoLocation, 2, UniFilesystem, {}},
         {0, 10, 2, UniFilesystem, {}},
-        {0, -2, 2, UniFilesystem, {}},
+        {0, INT_MIN, 2, UniFilesystem, {}},
     };
     for (const auto &row : rows) {
         for (const char *name : {"a:b:c", "plain"}) {

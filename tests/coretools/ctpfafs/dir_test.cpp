@@ -1,5 +1,6 @@
 // Directories: snapshots, listings, their freshness, and the notices that drop them from the cache.
 #include "coretools/ctdci/dci.h"
+#include "coretools/ctfileutil/objextension.h"
 #include "coretools/ctpfa/pfa_dir_filter.h"
 #include "coretools/ctpfa/pfadir.h"
 #include "coretools/ctpfa/pfadircache.h"
@@ -56,6 +57,18 @@ TEST(dir, lists_every_name_unchanged_and_again_from_the_start) {
     EXPECT_EQ(listed.open(), 0);
     EXPECT_EQ(read_names(listed), expected) << "a second open only rewinds";
     EXPECT_EQ((codes{listed.close(), listed.close()}), (codes{0, PFA_E_INVALID_INPUT}));
+}
+
+TEST(dir, a_borrowed_listing_goes_back_from_a_record_that_became_a_file) {
+    scratch_dir scratch;
+    record listed(scratch());
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(pfa_open_dir(listed), 0);
+        EXPECT_NE(listed->flags & PFA_F_BORROWED, 0u);
+        listed->type = OBJ_TYPE_NOT_YET;
+        EXPECT_EQ((codes{pfaloc_call_FL(listed, PfaFlushFile), pfa_close(listed)}), (codes{9, 0}));
+        listed->type = OBJ_TYPE_DIRECTORY;
+    }
 }
 
 int take_sub(vek_file *, const char *name, void *) {

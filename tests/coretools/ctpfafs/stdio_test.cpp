@@ -73,6 +73,12 @@ TEST(stdio, a_directory_lists_the_pattern) {
     char name[PFA_PATH_SIZE] = "";
     EXPECT_EQ(pfa_get_full_name(entry, name), 0);
     EXPECT_STREQ(name, "stdio://err");
+    ASSERT_EQ(pfa_open_dir_subset(listed, "e"), 0);
+    listed->type = -4; // what is open on it is no stream
+    EXPECT_EQ((codes{pfaloc_call_FL(listed, PfaFlushFile), pfa_close(listed)}), (codes{9, 0}));
+    EXPECT_EQ(pfa_fopen(file, 0, "w"), 0);
+    file->type = -5; // and no listing
+    EXPECT_EQ((codes{pfa_read_dir(file, entry), pfa_close(file)}), (codes{PFA_E_QUIT, 0}));
     EXPECT_EQ(pfa_free_vek_file(&listed), 0);
 }
 

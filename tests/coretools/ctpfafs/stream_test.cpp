@@ -1,4 +1,6 @@
 // Streams, buffered and at the descriptor, and files by name.
+#include "coretools/ctpfa/pfadir.h"
+#include "coretools/ctpfa/pfaput.h"
 #include "test_support.h"
 #include "tests/support/failing_malloc.h"
 
@@ -90,6 +92,16 @@ TEST_P(each_stream, reads_from_where_it_stands) {
         EXPECT_EQ((codes{file.seek(target), file.tell()}), (codes{0, target}));
     }
     EXPECT_EQ((codes{file.call(PfaUnwindFile), file.tell()}), (codes{0, -8}));
+}
+
+TEST_P(each_stream, is_closed_on_a_record_that_became_a_directory) {
+    stream file(scratch("part.prt"));
+    record entry;
+    EXPECT_EQ((codes{file.open(kind, true), file.write("ab", 2), pfa_put_obj_type(file, -5),
+                     pfaloc_call_FLPP(file, PfaDirOpen, "/", nullptr), pfa_read_dir(file, entry),
+                     file.call(PfaFlushFile), pfa_close(file)}),
+              (codes{0, 0, 0, 9, 9, 9, 0}));
+    EXPECT_EQ(scratch.content("part.prt"), "ab");
 }
 
 TEST_P(each_stream, opening_fails_by_the_reason) {
