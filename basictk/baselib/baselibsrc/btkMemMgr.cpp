@@ -57,6 +57,8 @@ void unlink_page(btkPage **list, btkPage *page) {
     }
 }
 
+// A chunk or a large block. All managers align theirs to the size of a chunk, whatever their pages:
+// so an address rounded down by a manager that it does not belong to still lies in its memory.
 btkPage *aligned_page(std::size_t alignment, std::size_t size) {
     void *memory = nullptr;
     return posix_memalign(&memory, alignment, size) == 0 ? static_cast<btkPage *>(memory) : nullptr;
@@ -161,7 +163,7 @@ void *btkBaseMMgr::AllocBlock(int sizeClass) {
 // A page without a class: a free one, or the first of a new chunk whose others become free.
 btkPage *btkBaseMMgr::TakePage() {
     if (freePages == nullptr) {
-        btkPage *chunk = aligned_page(pageSize, chunkSize);
+        btkPage *chunk = aligned_page(chunkSize, chunkSize);
         if (chunk == nullptr) {
             return nullptr;
         }
@@ -185,7 +187,7 @@ void *btkBaseMMgr::AllocLarge(std::size_t size, std::size_t alignment) {
     if (size > SIZE_MAX - offset) {
         return nullptr;
     }
-    btkPage *page = aligned_page(pageSize, offset + size);
+    btkPage *page = aligned_page(chunkSize, offset + size);
     if (page == nullptr) {
         return nullptr;
     }

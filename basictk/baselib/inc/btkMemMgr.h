@@ -50,7 +50,8 @@ class btkBaseMMgr : public btkMemMgr {
     ~btkBaseMMgr() override;
     std::size_t GetSize(const void *memory) const override;
     void *AllocMem(std::size_t size, int alignment) override;
-    // A block of another manager, or one already free with its page, aborts the process.
+    // A block of another manager of this class, or one already free with its page, aborts the
+    // process.
     void FreeMem(void *memory) override;
 
   protected:

@@ -46,8 +46,9 @@ void switch_while_threads_run() {
     DisableThreading();
 }
 
+template <std::size_t size>
 void free_elsewhere() {
-    void *memory = pBlkObjMemMgr->AllocMem(100, 8);
+    void *memory = pBlkObjMemMgr->AllocMem(size, 8);
     ready();
     pStringMemMgr->FreeMem(memory);
 }
@@ -57,9 +58,12 @@ TEST(ThrMutex, MisuseEndsTheProcess) {
         void (*misuse)();
         const char *description;
     } rows[] = {
-        {lock_twice, g_pszXIllegalAccess},        {unlock_from_elsewhere, g_pszXIllegalAccess},
-        {unlock_too_often, g_pszXIllegalAccess},  {switch_while_threads_run, g_pszXThreadingInUse},
-        {free_elsewhere, "btkBaseMMgr::FreeMem"},
+        {lock_twice, g_pszXIllegalAccess},
+        {unlock_from_elsewhere, g_pszXIllegalAccess},
+        {unlock_too_often, g_pszXIllegalAccess},
+        {switch_while_threads_run, g_pszXThreadingInUse},
+        {free_elsewhere<100>, "btkBaseMMgr::FreeMem"},
+        {free_elsewhere<9000>, "btkBaseMMgr::FreeMem"},
     };
     for (const auto &row : rows) {
         const std::string report =
