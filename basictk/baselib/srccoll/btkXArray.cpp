@@ -78,11 +78,10 @@ bool btkXArrayImpl::_Remove(int index, int n) {
     if (!IsRange(index, n)) {
         return false;
     }
-    if (n == 0) {
-        return true;
+    if (const int behind = count - index - n; behind != 0) {
+        std::memmove(_Elem(index), _Elem(index + n),
+                     static_cast<std::size_t>(behind) * elementSize);
     }
-    const std::size_t behind = static_cast<std::size_t>(count - index - n) * elementSize;
-    std::memmove(_Elem(index), _Elem(index + n), behind);
     count -= n;
     const int fit = capacity_for(count, 0);
     if (fit < capacity) {

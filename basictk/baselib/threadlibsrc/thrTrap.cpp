@@ -39,7 +39,7 @@ bool take_call(trp_frame &frame, trp_cleanup_call *taken) {
 void drop_frames(trp_stack *stack, int from) {
     trp_cleanup_call call;
     for (int i = from; i < stack->frames.Count(); ++i) {
-        while (i < stack->frames.Count() && take_call(stack->frames[i], &call)) {
+        while (take_call(stack->frames[i], &call)) {
         }
     }
     stack->frames._Remove(from, stack->frames.Count() - from);

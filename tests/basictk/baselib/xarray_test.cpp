@@ -16,7 +16,10 @@ int smallest_capacity(int count) {
 }
 
 TEST(XArray, RandomOperationsLikeAVector) {
-    btkXArray<int> array;
+    btkXArray<int> array(1000);
+    EXPECT_EQ(array.Capacity(), 1024);
+    array._FreeAllElems();
+    EXPECT_EQ(array.Capacity(), 64);
     std::vector<int> model;
     std::mt19937 random(3);
     for (int step = 0; step < 20000; ++step) {
@@ -42,7 +45,7 @@ TEST(XArray, RandomOperationsLikeAVector) {
             n = std::min(n, size - index);
             ASSERT_TRUE(array._Remove(index, n));
             model.erase(model.begin() + index, model.begin() + index + n);
-            capacity = n == 0 ? capacity : smallest_capacity(size - n);
+            capacity = smallest_capacity(size - n);
         }
         ASSERT_EQ(array.Count(), static_cast<int>(model.size()));
         ASSERT_EQ(array.Capacity(), std::max(capacity, smallest_capacity(array.Count())));
