@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include "coretools/ctmemmgr/block_debug.h"
 #include "coretools/ctmemmgr/xar.h"
 #include "coretools/ctmemmgr/zones.h"
 #include "tests/coretools/ctmemmgr/xar_check.h"
@@ -63,7 +64,13 @@ TEST(Xar, GrowthWidensUnlessTheThreadsSwitchesSayOtherwise) {
     set_force_ext_no(1);
     std::thread other([] {
         EXPECT_EQ(moves_until(1086), (std::vector<int>{3, 103, 233, 393, 593, 823}));
-        set_force_ignore_reloc_cnt(1);
+        const std::int64_t blocks = get_memory_statistics().num_blocks;
+        for (int nth = 0; get_force_ignore_reloc_cnt() == 0; ++nth) {
+            fail_allocation(nth, true);
+            set_force_ignore_reloc_cnt(1);
+            fail_allocation(NO_FAILURE, false);
+        }
+        EXPECT_EQ(get_memory_statistics().num_blocks, blocks + 1);
         EXPECT_EQ(moves_until(302), (std::vector<int>{3, 103, 203}));
     });
     other.join();
