@@ -5,7 +5,7 @@
 #include <atomic>
 #include <cstring>
 #include <iterator>
-#include <strings.h>
+#include <string_view>
 
 #include "coretools/ctfileutil/objextension_table.h"
 #include "coretools/ctmemmgr/getmem.h"
@@ -20,6 +20,12 @@ constexpr const object_row *DEFAULT_ROW = std::end(object) - 1;
 constexpr int WEIRD_CHARS_TYPES[] = {134, 183, 819, 832, 1002, 1006};
 
 constexpr std::size_t EXTENSION_SIZE = 260;
+
+// An upper-case key is compared with the rows as they are.
+static_assert(std::all_of(std::begin(object), std::end(object), [](const object_row &row) {
+    return std::none_of(row.extension, row.extension + std::string_view(row.extension).size(),
+                        [](char character) { return character >= 'a' && character <= 'z'; });
+}));
 
 using row_pointer = const object_row *;
 
@@ -41,7 +47,7 @@ static int in_table_order(row_pointer a, row_pointer b) {
 static int obj_ext_cmp_exts(const void *a, const void *b) {
     const auto *row_a = static_cast<row_pointer>(a);
     const auto *row_b = static_cast<row_pointer>(b);
-    const int order = strcasecmp(row_a->extension, row_b->extension);
+    const int order = std::strcmp(row_a->extension, row_b->extension);
     return order != 0 ? order : in_table_order(row_a, row_b);
 }
 
@@ -103,7 +109,7 @@ int extension_to_type(const char *extension) {
     vek_cnvrt_to_upper(extension, key);
     const row_pointer row = first_row(
         sorted_table(&sorted_ext_table, sorted_ext_count, obj_ext_cmp_exts), sorted_ext_count,
-        [&key](const object_row &candidate) { return strcasecmp(candidate.extension, key); });
+        [&key](const object_row &candidate) { return std::strcmp(candidate.extension, key); });
     return row != nullptr ? row->type : OBJ_TYPE_UNKNOWN_EXTENSION;
 }
 

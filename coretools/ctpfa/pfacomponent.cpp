@@ -62,6 +62,17 @@ int replace(vek_file *record, int first, int last, piece source) {
     return PFA_E_NO_ERROR;
 }
 
+// A length below 0 stands for a text that does not have the length asked for.
+int put(vek_file *record, int index, piece source) {
+    if (record == nullptr || source.text == nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
+    if (pfa_is_valid(record) == 0) {
+        return PFA_E_NOT_VALID;
+    }
+    return is_index(index) ? replace(record, index, index, source) : PFA_E_INVALID_INPUT;
+}
+
 // A text to compare with a component: length characters, all of it for -1.
 piece text_piece(const char *text, int length) {
     if (text == nullptr) {
@@ -87,25 +98,14 @@ int end_character(const vek_file *record, int index, bool last, char *character)
 } // namespace
 
 int pfa_put_component_len(vek_file *record, int index, const char *text, int length) {
-    if (record == nullptr || text == nullptr) {
-        return PFA_E_INVALID_INPUT;
-    }
-    if (pfa_is_valid(record) == 0) {
-        return PFA_E_NOT_VALID;
-    }
-    if (!is_index(index) || length < 0 || length >= PFA_PATH_SIZE ||
-        std::memchr(text, '\0', static_cast<std::size_t>(length)) != nullptr) {
-        return PFA_E_INVALID_INPUT;
-    }
-    return replace(record, index, index, {text, length});
+    const bool holds_length = text != nullptr && length >= 0 && length < PFA_PATH_SIZE &&
+                              std::memchr(text, '\0', static_cast<std::size_t>(length)) == nullptr;
+    return put(record, index, {text, holds_length ? length : -1});
 }
 
 int pfa_put_component(vek_file *record, int index, const char *text) {
-    if (text == nullptr) {
-        return PFA_E_INVALID_INPUT;
-    }
-    return pfa_put_component_len(record, index, text,
-                                 static_cast<int>(strnlen(text, PFA_PATH_SIZE)));
+    const int length = text != nullptr ? static_cast<int>(strnlen(text, PFA_PATH_SIZE)) : 0;
+    return put(record, index, {text, length});
 }
 
 int pfa_component_length(const vek_file *record, int index) {
@@ -247,6 +247,9 @@ int pfa_last_sep_in_range(const char *text, int low, int high, char separator) {
 
 int pfa_last_delimited_range(const char *text, int low, int high, char separator,
                              std::int16_t *start, std::int16_t *end) {
+    if (start == nullptr || end == nullptr) {
+        return 0;
+    }
     *start = -1;
     *end = -1;
     if (text == nullptr || low < 0 || high < low) {

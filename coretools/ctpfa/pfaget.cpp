@@ -72,7 +72,11 @@ int get_location_text(vek_file *record, int method, char *out, int *location_typ
         return PFA_E_NO_ERROR;
     }
     std::int16_t length = 0;
-    return pfaloc_call_FPPS(record, method, out, &length, PFA_PATH_SIZE);
+    const int result = pfaloc_call_FPPS(record, method, out, &length, PFA_PATH_SIZE);
+    if (result != PFA_E_NO_ERROR) {
+        out[0] = '\0';
+    }
+    return result;
 }
 
 } // namespace

@@ -58,10 +58,6 @@ bool is_this_host(const char *host) {
 
 } // namespace
 
-int pfa_is_valid(const vek_file *record) {
-    return record != nullptr && record->magic == PFA_MAGIC ? 1 : 0;
-}
-
 int pfa_is_local(vek_file *record) {
     if (pfa_is_valid(record) == 0) {
         return -1;

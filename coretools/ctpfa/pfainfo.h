@@ -4,7 +4,9 @@
 #include "coretools/ctpfa/vek_file.h"
 
 // 1 for a record that is not null and carries the magic number, else 0.
-int pfa_is_valid(const vek_file *record);
+inline int pfa_is_valid(const vek_file *record) {
+    return record != nullptr && record->magic == PFA_MAGIC ? 1 : 0;
+}
 
 // 1 when the file is on this host: it names no host, this machine's name in either case, or another
 // name of it that the resolver knows. Else 0; -1 for an invalid record. Only a record of the

@@ -46,8 +46,9 @@ int pfa_concat_locations(vek_file *base, vek_file *relative, vek_file *out);
 // absolute record; or as below.
 int concat_pfa_paths(vek_file *base, vek_file *record);
 // out gets the location of directory with text, a neutral location, appended. A text that begins
-// with "../" takes elements back. 0; 4 when it does not fit; 9 for a record that is no directory;
-// 11; 14 above the root. out is left as it was unless the answer is 0.
+// with "../" takes elements back. 0; 4 when it does not fit; 9 for a record that is no directory,
+// and for a text too long for a directory without a path; 11; 14 above the root. out is left as it
+// was unless the answer is 0.
 int pfa_location_append(vek_file *directory, vek_file *out, const char *text);
 
 // 1 when full names of the record are written in lower case, as its type has it.

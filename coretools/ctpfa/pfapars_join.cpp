@@ -27,7 +27,8 @@ int neutral_path_start(const vek_file *record, const char *neutral) {
     const int host = pfa_component_length(record, PFA_HOST);
     const int device = pfa_component_length(record, PFA_DEVICE);
     const int start = (host > 0 ? 5 + host : 0) + (device > 0 ? 3 + device : 0);
-    return neutral[start] == '|' ? start + 1 : start;
+    // Without either, a '|' is the first character of a name.
+    return start > 0 && neutral[start] == '|' ? start + 1 : start;
 }
 
 // Takes back the elements of text[start, length) that parent steps follow, in place. Answers false

@@ -262,6 +262,7 @@ TEST(pfapars, RelativeNamesAreJoinedToABase) {
         {"/", "../n.prt", nullptr},           {"a/b/", "../../../n.prt", "../n.prt"},
         {"h:/a/", "../../n.prt", nullptr},    {"h::a/", "../../n.prt", "h:../n.prt"},
         {"$dev/a/", "../../n.prt", nullptr},  {"", "c/n.prt", "c/n.prt"},
+        {"|x/", "../n.prt", "n.prt"},         {"h::|x/", "../n.prt", "h:n.prt"},
         {"mem:/a/", "../../n.prt", nullptr},  {"mem:/a/", "c/n.prt", "mem:/a/c/n.prt"},
     };
     fresh_memory_store();
