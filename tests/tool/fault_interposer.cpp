@@ -110,27 +110,27 @@ DIR *opendir(const char *name) {
 
 dirent *readdir(DIR *directory) {
     FAULT("readdir", EIO, nullptr)
-    return next(readdir, "readdir")(directory);
+    return next(readdir, "readdir64")(directory);
 }
 
 int stat(const char *name, struct stat *status) {
     FAULT("stat", EIO, -1)
-    return next(static_cast<int (*)(const char *, struct stat *)>(stat), "stat")(name, status);
+    return next(static_cast<int (*)(const char *, struct stat *)>(stat), "stat64")(name, status);
 }
 
 int lstat(const char *name, struct stat *status) {
     FAULT("stat", EIO, -1)
-    return next(lstat, "lstat")(name, status);
+    return next(lstat, "lstat64")(name, status);
 }
 
 int fstat(int fd, struct stat *status) {
     FAULT("stat", EIO, -1)
-    return next(fstat, "fstat")(fd, status);
+    return next(fstat, "fstat64")(fd, status);
 }
 
 std::FILE *fopen(const char *name, const char *mode) {
     FAULT("fopen", EMFILE, nullptr)
-    return next(fopen, "fopen")(name, mode);
+    return next(fopen, "fopen64")(name, mode);
 }
 
 std::size_t fwrite(const void *bytes, std::size_t size, std::size_t count, std::FILE *stream) {
