@@ -52,8 +52,7 @@ static block_header *obtain_block(int size, bool locks) {
         }
         unlock_memmgr(locks);
     }
-    return block != nullptr ? block
-                            : static_cast<block_header *>(std::malloc(whole_size(size)));
+    return block != nullptr ? block : static_cast<block_header *>(std::malloc(whole_size(size)));
 }
 
 static bool keep_as_spare(block_header *block, std::size_t whole, bool locks) {

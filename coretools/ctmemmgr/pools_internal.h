@@ -76,7 +76,7 @@ extern int clump_count;
 
 extern std::atomic<thrMutex *> clump_lock;
 
-// The tests keep a run without threads free of calls.
+// A run without threads makes no call.
 inline void lock_clumps() {
     if (IsThreadingEnabled()) {
         thrMutex_Lock(clump_lock.load(std::memory_order_acquire));
