@@ -70,8 +70,9 @@ static bool keep_as_spare(block_header *block, std::size_t whole, bool locks) {
     return kept;
 }
 
-static void dispose_of(block_header *block, std::size_t whole, bool locks) {
-    if (keeps_released_blocks()) {
+// keeps is what keeps_released_blocks said when the block was overwritten: the switch may change.
+static void dispose_of(block_header *block, std::size_t whole, bool keeps, bool locks) {
+    if (keeps) {
         add_block_to_released_list(block, whole);
     } else if (!keep_as_spare(block, whole, locks)) {
         std::free(block);
@@ -135,7 +136,8 @@ static void *resized_block(int size, void *old_data, int soft_failure, int xar) 
     const int old_size = block_size(old);
     block_header *const prev = old->prev;
     block_header *const next = trailer_of(old)->next;
-    const bool moves = always_relocates() || keeps_released_blocks();
+    const bool keeps = keeps_released_blocks();
+    const bool moves = keeps || always_relocates();
     auto *const block = static_cast<block_header *>(moves ? std::malloc(whole_size(size))
                                                           : std::realloc(old, whole_size(size)));
     if (block == nullptr) {
@@ -151,7 +153,7 @@ static void *resized_block(int size, void *old_data, int soft_failure, int xar) 
     if (moves) {
         // Only after unlocking: the list of released blocks allocates.
         fill_memory(old, minus_1, whole_size(old_size));
-        dispose_of(old, whole_size(old_size), locks);
+        dispose_of(old, whole_size(old_size), keeps, locks);
     }
     note_allocation(data_of(block));
     if (size > old_size) {
@@ -219,14 +221,15 @@ int release_block(void *data) {
     const std::size_t whole = rounded + BLOCK_OVERHEAD;
     remove_from_chain(block);
     unlock_memmgr(locks);
-    if (rounded < FILL_WHOLE_BELOW || keeps_released_blocks()) {
+    const bool keeps = keeps_released_blocks();
+    if (rounded < FILL_WHOLE_BELOW || keeps) {
         fill_memory(block, minus_1, whole);
     } else {
         char *const start = reinterpret_cast<char *>(block);
         fill_memory(start, minus_1, FILL_AT_EACH_END);
         fill_memory(start + whole - FILL_AT_EACH_END, minus_1, FILL_AT_EACH_END);
     }
-    dispose_of(block, whole, locks);
+    dispose_of(block, whole, keeps, locks);
     return 0;
 }
 

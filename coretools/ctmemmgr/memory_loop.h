@@ -11,7 +11,7 @@
 
 // What one source of memory (the general blocks, or a pool) keeps for the loop. The functions
 // store an allocation's number in a block, read it back (-1: none) and tell the block's size; they
-// take no lock.
+// take no lock but that of the chain of blocks.
 struct memory_loop_record {
     std::atomic<int> active;
     int count;          // allocations of the current pass

@@ -71,10 +71,13 @@ static void link_area(clump_entry &entry, area_header *area, area_header *prev) 
 }
 
 // The order of the areas answers at once: if neither of the first two has room, none has. The one
-// that is answered is first; null when a new area is needed. Called when the first is full.
-[[gnu::noinline]] static area_header *next_area_with_room(clump_entry &entry) {
+// that is answered is first; null when a new area is needed.
+[[gnu::noinline]] static area_header *first_area_with_room(clump_entry &entry) {
     area_header *const front = entry.first_area;
-    area_header *const second = front != nullptr ? front->next : nullptr;
+    if (front == nullptr || has_room(entry, front)) {
+        return front;
+    }
+    area_header *const second = front->next;
     if (second == nullptr || !has_room(entry, second)) {
         return nullptr;
     }
@@ -135,7 +138,7 @@ void *take_pool_record(int pool, int soft_failure, int xar) {
     clump_entry &entry = clump_table[pool];
     area_header *area = entry.first_area;
     if (area == nullptr || !has_room(entry, area)) {
-        area = next_area_with_room(entry);
+        area = first_area_with_room(entry);
     }
     if (area == nullptr) {
         unlock_clumps();
@@ -144,6 +147,8 @@ void *take_pool_record(int pool, int soft_failure, int xar) {
             return nullptr;
         }
         lock_clumps();
+        // Other threads may have made room meanwhile: no full area may come to stand before it.
+        first_area_with_room(entry);
         link_area(entry, area, nullptr);
     }
     slot_header *const slot = pop_free_slot(entry, area);

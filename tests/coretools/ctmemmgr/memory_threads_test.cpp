@@ -27,6 +27,7 @@ namespace {
 constexpr int THREADS = 8;
 constexpr int STEPS = 4000;
 constexpr int ENGINE_BLOCKS = 5; // what the formatting engine keeps for each thread it served
+constexpr int AREA_TENTH = 6500; // areas are made, fill up and empty all the time
 
 std::string formatted(const char *format, ...) {
     std::va_list arguments;
@@ -63,7 +64,7 @@ void use_memory(int seed, int pool, int zone, thrMutex *mutex, int *count) {
     unsigned char *live[40] = {};
     int *list = xar_alloc_of<int>(0, 10);
     if (seed % 2 == 0) {
-        pool = create_mem_pool(nullptr, 600);
+        pool = create_mem_pool(nullptr, AREA_TENTH);
     }
     for (int step = 0; step < STEPS; step++) {
         const int size = static_cast<int>(random() % 600 + 1);
@@ -78,11 +79,13 @@ void use_memory(int seed, int pool, int zone, thrMutex *mutex, int *count) {
         data[0] = static_cast<unsigned char>(seed);
         std::memset(zone_getmem(zone, 16), 1, 16);
         use_everything_else(step, &list, mutex, count);
+        if (step % 16 == 0) {
+            ASSERT_EQ(check_mem_pool(pool), 0);
+        }
     }
     EXPECT_EQ(xar_count(&list), STEPS);
     xar_free(&list);
     EXPECT_EQ(check_memory_chain(), 0);
-    EXPECT_EQ(check_mem_pool(pool), 0);
     for (unsigned char *data : live) {
         rlsmem(data);
     }
@@ -90,7 +93,7 @@ void use_memory(int seed, int pool, int zone, thrMutex *mutex, int *count) {
 
 // In the second round everything is switched on, and loops start and end meanwhile.
 TEST(MemoryThreads, TotalsReturnToTheStart) {
-    const int pool = create_mem_pool("threads", 600);
+    const int pool = create_mem_pool("threads", AREA_TENTH);
     register_clump("threads", 312);
     rlsmem(getmem(1));
     const int zone = zone_open(4000);
