@@ -33,6 +33,16 @@ int parse(vek_file *record, const char *text) {
     return pfa_parse_to_vek_file_private(record, nullptr, text, 0);
 }
 
+// Whether the host form of the record's location can be read back: behind a host or a device it
+// writes an absolute path alone unmistakably.
+bool reads_back(const vek_file *record) {
+    char first = '/';
+    pfa_component_first_char(record, PFA_PATH, &first);
+    const bool placed =
+        pfa_has_component(record, PFA_HOST) != 0 || pfa_has_component(record, PFA_DEVICE) != 0;
+    return !placed || (pfa_has_component(record, PFA_PATH) != 0 && first == '/');
+}
+
 // From the second writing on, a name is its own full name. A name with a colon in it may be taken
 // for a host's when it is read back: that is another place, and not held against it.
 void check_full_name(vek_file *record, vek_file *again) {
@@ -44,7 +54,8 @@ void check_full_name(vek_file *record, vek_file *again) {
         return;
     }
     check_record(again);
-    if (pfa_has_component(again, PFA_HOST) != pfa_has_component(record, PFA_HOST)) {
+    if (!reads_back(record) || !reads_back(again) ||
+        pfa_has_component(again, PFA_HOST) != pfa_has_component(record, PFA_HOST)) {
         return;
     }
     if (pfa_get_full_name(again, second) != 0 || parse(again, second) != 0) {
