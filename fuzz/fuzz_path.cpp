@@ -33,18 +33,13 @@ int parse(vek_file *record, const char *text) {
     return pfa_parse_to_vek_file_private(record, nullptr, text, 0);
 }
 
-// Whether the host form of the record's location can be read back: behind a host or a device it
-// writes an absolute path alone unmistakably.
-bool reads_back(const vek_file *record) {
-    char first = '/';
-    pfa_component_first_char(record, PFA_PATH, &first);
-    const bool placed =
-        pfa_has_component(record, PFA_HOST) != 0 || pfa_has_component(record, PFA_DEVICE) != 0;
-    return !placed || (pfa_has_component(record, PFA_PATH) != 0 && first == '/');
+// What stands before a path as its host or device may hold any characters, and the host form does
+// not mark where it ends: such a name may be read back as another place.
+bool names_a_place(const vek_file *record) {
+    return pfa_has_component(record, PFA_HOST) != 0 || pfa_has_component(record, PFA_DEVICE) != 0;
 }
 
-// From the second writing on, a name is its own full name. A name with a colon in it may be taken
-// for a host's when it is read back: that is another place, and not held against it.
+// From the second writing on, a name is its own full name.
 void check_full_name(vek_file *record, vek_file *again) {
     char first[PFA_PATH_SIZE];
     char second[PFA_PATH_SIZE];
@@ -54,8 +49,7 @@ void check_full_name(vek_file *record, vek_file *again) {
         return;
     }
     check_record(again);
-    if (!reads_back(record) || !reads_back(again) ||
-        pfa_has_component(again, PFA_HOST) != pfa_has_component(record, PFA_HOST)) {
+    if (names_a_place(record) || names_a_place(again)) {
         return;
     }
     if (pfa_get_full_name(again, second) != 0 || parse(again, second) != 0) {
