@@ -11,3 +11,9 @@ function(vek_add_test name)
   gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_TIMEOUT 60
                        PROPERTIES TIMEOUT 120)
 endfunction()
+
+# Lets a test program make malloc and realloc fail (tests/support/failing_malloc.h).
+function(vek_make_malloc_fail name)
+  target_sources(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support/failing_malloc.cpp)
+  target_link_options(${name} PRIVATE -Wl,--wrap=malloc,--wrap=realloc)
+endfunction()

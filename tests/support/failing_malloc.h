@@ -1,5 +1,5 @@
-// Makes malloc and realloc fail on request, in programs linked with --wrap=malloc,--wrap=realloc
-// (FAILING_MALLOC_LINK_OPTIONS in CMake).
+// Makes malloc and realloc fail on request, in the programs that CMake's vek_make_malloc_fail
+// names.
 #pragma once
 
 #include <climits>
