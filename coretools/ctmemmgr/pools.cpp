@@ -34,13 +34,14 @@ static area_header *area_of(const slot_header *slot) {
     return area->self == area ? area : nullptr;
 }
 
-// Two overlapping halves of fixed size: for a small record the call of memset would cost as much as
-// all the rest.
+// Answers data, as memset does. Small records are filled as two overlapping halves of fixed size:
+// the call of memset would cost as much as all the rest.
 template <unsigned char value>
-static void fill_record(char *data, std::size_t bytes) {
+static inline void *fill_record(char *data, std::size_t bytes) {
     if (bytes > 64) {
-        std::memset(data, value, bytes);
-    } else if (bytes > 32) {
+        return std::memset(data, value, bytes);
+    }
+    if (bytes > 32) {
         std::memset(data, value, 32);
         std::memset(data + bytes - 32, value, 32);
     } else if (bytes > 16) {
@@ -50,6 +51,7 @@ static void fill_record(char *data, std::size_t bytes) {
         std::memset(data, value, 8);
         std::memset(data + bytes - 8, value, 8);
     }
+    return data;
 }
 
 static bool has_room(const clump_entry &entry, const area_header *area) {
@@ -90,33 +92,22 @@ static std::size_t stride_of(const clump_entry &entry) {
     return (static_cast<std::size_t>(entry.rounded) + sizeof(slot_header)) / SLOT_UNIT;
 }
 
-// Writes the header of the first slot that was never in use; the ones that follow hang on it.
-static void prepare_slot(area_header *area, std::size_t offset) {
-    slot_header *const slot = slot_at(area, offset);
-    slot->offset = static_cast<std::uint16_t>(offset);
-    slot->next_free = ALL_THAT_FOLLOW;
-    slot->mark = NO_MARK;
-    slot->tag = TAG_FREE;
-    area->first_free = static_cast<std::int16_t>(offset);
-}
-
-static slot_header *pop_free_slot(const clump_entry &entry, area_header *area) {
-    slot_header *const slot = slot_at(area, static_cast<std::size_t>(area->first_free));
-    if (slot->next_free != ALL_THAT_FOLLOW) {
+// The slots that were in use before come first. The headers of the others are written only when
+// they come up: a new area costs the same however many slots it has.
+static slot_header *pop_free_slot(area_header *area, std::size_t stride) {
+    if (area->first_free != NO_SLOT) {
+        slot_header *const slot = slot_at(area, static_cast<std::size_t>(area->first_free));
         area->first_free = slot->next_free;
         return slot;
     }
-    const std::size_t next = slot->offset + stride_of(entry);
-    if (next < stride_of(entry) * static_cast<std::size_t>(entry.slots_per_area)) {
-        prepare_slot(area, next);
-    } else {
-        area->first_free = NO_SLOT;
-    }
+    slot_header *const slot = slot_at(area, area->fresh);
+    slot->offset = area->fresh;
+    area->fresh = static_cast<std::uint16_t>(area->fresh + stride);
     return slot;
 }
 
 // Taken without the pools' lock: exhausted memory may jump to a trap frame.
-[[gnu::noinline]] static area_header *new_area(int pool, int soft_failure) {
+static area_header *new_area(int pool, int soft_failure) {
     void *const memory = new_unfilled_block(Stat_clump_size, soft_failure, 0);
     if (memory == nullptr) {
         return nullptr;
@@ -124,45 +115,70 @@ static slot_header *pop_free_slot(const clump_entry &entry, area_header *area) {
     auto *const area = static_cast<area_header *>(memory);
     area->used = 0;
     area->pool = static_cast<std::int16_t>(pool);
+    area->first_free = NO_SLOT;
     area->self = area;
-    prepare_slot(area, 0);
+    area->fresh = 0;
     return area;
 }
 
-void *take_pool_record(int pool, int soft_failure, int xar) {
-    lock_clumps();
-    if (!is_pool_index(pool)) {
-        unlock_clumps();
-        return nullptr;
-    }
+static bool first_area_has_room(const clump_entry &entry) {
+    return entry.first_area != nullptr && has_room(entry, entry.first_area);
+}
+
+// Puts an area with room first, a new one if need be; false without memory. Leaves the pools' lock
+// for a while.
+static bool make_room(int pool, int soft_failure) {
     clump_entry &entry = clump_table[pool];
-    area_header *area = entry.first_area;
-    if (area == nullptr || !has_room(entry, area)) {
-        area = first_area_with_room(entry);
+    if (first_area_with_room(entry) != nullptr) {
+        return true;
     }
+    unlock_clumps();
+    area_header *const area = new_area(pool, soft_failure);
+    lock_clumps();
     if (area == nullptr) {
-        unlock_clumps();
-        area = new_area(pool, soft_failure);
-        if (area == nullptr) {
-            return nullptr;
-        }
-        lock_clumps();
-        // Other threads may have made room meanwhile: no full area may come to stand before it.
-        first_area_with_room(entry);
-        link_area(entry, area, nullptr);
+        return false;
     }
-    slot_header *const slot = pop_free_slot(entry, area);
+    // Other threads may have made room meanwhile: no full area may come to stand before it.
+    first_area_with_room(entry);
+    link_area(entry, area, nullptr);
+    return true;
+}
+
+// From the first area, which has room.
+static inline void *take_slot(const clump_entry &entry, int xar) {
+    area_header *const area = entry.first_area;
+    slot_header *const slot = pop_free_slot(area, stride_of(entry));
     area->used++;
     slot->next_free = NO_SLOT;
     slot->mark = NO_MARK;
     slot->tag = xar != 0 ? TAG_IN_USE_XAR : TAG_IN_USE;
-    char *const data = data_of_slot(slot);
-    fill_record<0>(data, static_cast<std::size_t>(entry.rounded));
+    return fill_record<0>(data_of_slot(slot), static_cast<std::size_t>(entry.rounded));
+}
+
+[[gnu::noinline]] static void *take_slot_with_lock(int pool, int soft_failure, int xar) {
+    lock_clumps();
+    void *data = nullptr;
+    if (is_pool_index(pool) &&
+        (first_area_has_room(clump_table[pool]) || make_room(pool, soft_failure))) {
+        data = take_slot(clump_table[pool], xar);
+    }
     unlock_clumps();
-    if (entry.loop.active.load(std::memory_order_relaxed) != 0) {
-        debug_memory_loop_alloc(&entry.loop, data);
+    if (data != nullptr && clump_table[pool].loop.active.load(std::memory_order_relaxed) != 0) {
+        debug_memory_loop_alloc(&clump_table[pool].loop, data);
     }
     return data;
+}
+
+// What nearly every request of a run without threads needs is done here, without a call; so is it
+// in rlsmem_clump.
+void *take_pool_record(int pool, int soft_failure, int xar) {
+    if (!IsThreadingEnabled() && is_pool_index(pool)) {
+        const clump_entry &entry = clump_table[pool];
+        if (first_area_has_room(entry) && entry.loop.active.load(std::memory_order_relaxed) == 0) {
+            return take_slot(entry, xar);
+        }
+    }
+    return take_slot_with_lock(pool, soft_failure, xar);
 }
 
 void *getmem_pool_xar(int pool, int xar) {
@@ -174,7 +190,7 @@ void *getmem_pool(int pool) {
 }
 
 // An area that was full, or whose last record has gone: it takes its new place, or leaves the pool.
-[[gnu::noinline]] static void place_area(clump_entry &entry, area_header *area) {
+static void place_area(clump_entry &entry, area_header *area) {
     if (area->used == 0) {
         unlink_area(entry, area);
     } else if (area != entry.first_area && has_room(entry, area)) {
@@ -183,17 +199,54 @@ void *getmem_pool(int pool) {
     }
 }
 
+// A record that is released out of turn has often left the cache: its lines come while the slot is
+// put back, not one by one as it is overwritten.
+static void prefetch_record(const void *data, int bytes) {
+    constexpr int CACHE_LINE = 64;
+    for (int at = CACHE_LINE; at < bytes; at += CACHE_LINE) {
+        __builtin_prefetch(static_cast<const char *>(data) + at, 1);
+    }
+}
+
+static void give_back_slot(const clump_entry &entry, area_header *area, slot_header *slot) {
+    slot->next_free = area->first_free;
+    area->first_free = static_cast<std::int16_t>(slot->offset);
+    area->used--;
+    slot->tag = TAG_FREE;
+    fill_record<0xFF>(data_of_slot(slot), static_cast<std::size_t>(entry.rounded));
+}
+
+[[gnu::noinline]] static void give_back_slot_with_lock(area_header *area, slot_header *slot) {
+    clump_entry &entry = clump_table[area->pool];
+    // Before the lock: the loop's own bookkeeping, which allocates, has to come first.
+    if (entry.loop.active.load(std::memory_order_relaxed) != 0) {
+        debug_mark_released_memory(&entry.loop, data_of_slot(slot));
+    }
+    lock_clumps();
+    const bool was_full = !has_room(entry, area);
+    give_back_slot(entry, area, slot);
+    const bool is_empty = area->used == 0;
+    if (was_full || is_empty) {
+        place_area(entry, area);
+    }
+    unlock_clumps();
+    if (is_empty) {
+        release_block(area);
+    }
+}
+
+[[gnu::noinline]] static int second_release(void *data) {
+    dbg_err_crash("rlsmem_clump", " release of already released object");
+    return pool_tag_of(data) == TAG_FREE ? 1 : rlsmem_clump(data);
+}
+
 int rlsmem_clump(void *data) {
     if (data == nullptr) {
         return 0;
     }
-    std::uint16_t tag = pool_tag_of(data);
+    const std::uint16_t tag = pool_tag_of(data);
     if (tag == TAG_FREE) {
-        dbg_err_crash("rlsmem_clump", " release of already released object");
-        tag = pool_tag_of(data);
-        if (tag == TAG_FREE) {
-            return 1;
-        }
+        return second_release(data);
     }
     if (!is_tag_in_use(tag)) {
         return 0;
@@ -204,25 +257,13 @@ int rlsmem_clump(void *data) {
         crash();
         return 1;
     }
-    clump_entry &entry = clump_table[area->pool];
-    // Before the lock: the loop's own bookkeeping, which allocates, has to come first.
-    if (entry.loop.active.load(std::memory_order_relaxed) != 0) {
-        debug_mark_released_memory(&entry.loop, data);
-    }
-    lock_clumps();
-    const bool was_full = !has_room(entry, area);
-    slot->next_free = area->first_free;
-    area->first_free = static_cast<std::int16_t>(slot->offset);
-    area->used--;
-    fill_record<0xFF>(static_cast<char *>(data), static_cast<std::size_t>(entry.rounded));
-    slot->tag = TAG_FREE;
-    const bool is_empty = area->used == 0;
-    if (was_full || is_empty) {
-        place_area(entry, area);
-    }
-    unlock_clumps();
-    if (is_empty) {
-        release_block(area);
+    const clump_entry &entry = clump_table[area->pool];
+    prefetch_record(data, entry.rounded);
+    if (!IsThreadingEnabled() && entry.loop.active.load(std::memory_order_relaxed) == 0 &&
+        has_room(entry, area) && area->used > 1) {
+        give_back_slot(entry, area, slot);
+    } else {
+        give_back_slot_with_lock(area, slot);
     }
     return 1;
 }
@@ -288,19 +329,16 @@ static int check_area(const clump_entry &entry, int pool, area_header *area) {
         return 1;
     }
     const auto stride = static_cast<int>(stride_of(entry));
-    int written = entry.slots_per_area; // slots whose headers have been written
+    const int written = area->fresh / stride;
+    if (area->fresh % stride != 0 || written > entry.slots_per_area) {
+        return 2;
+    }
     int free_slots = 0;
-    for (int offset = area->first_free; offset != NO_SLOT;) {
-        const slot_header *const slot = slot_at(area, static_cast<std::size_t>(offset));
-        free_slots++;
-        if (offset % stride != 0 || slot->tag != TAG_FREE || free_slots > entry.slots_per_area) {
+    for (int offset = area->first_free; offset != NO_SLOT; free_slots++) {
+        if (offset < 0 || offset >= area->fresh || offset % stride != 0 || free_slots > written) {
             return 2;
         }
-        if (slot->next_free == ALL_THAT_FOLLOW) {
-            written = offset / stride + 1;
-            break;
-        }
-        offset = slot->next_free;
+        offset = slot_at(area, static_cast<std::size_t>(offset))->next_free;
     }
     int in_use = 0;
     for (int i = 0; i < written; i++) {

@@ -28,20 +28,18 @@ struct alignas(8) area_header {
     std::int16_t first_free; // offset of the first free slot, NO_SLOT when none
     area_header *next;
     area_header *prev;
-    area_header *self; // the area's own address: proves that a slot leads to an area
+    area_header *self;   // the area's own address: proves that a slot leads to an area
+    std::uint16_t fresh; // offset of the first slot that was never in use
 };
 
 struct slot_header {
     std::uint16_t offset;
-    std::int16_t next_free; // or one of the values below
+    std::int16_t next_free; // offset, or NO_SLOT
     std::uint16_t mark;     // memory-loop allocation number, or NO_MARK
     std::uint16_t tag;
 };
 
 constexpr std::int16_t NO_SLOT = -1; // the end of the free list; also while in use
-// The free list goes on with all slots that follow in the area. Their headers are written only when
-// they come up: a new area costs the same however many slots it has.
-constexpr std::int16_t ALL_THAT_FOLLOW = -2;
 constexpr std::uint16_t NO_MARK = 0xFFFF;
 
 // Odd, and so never what a general block holds before its data.
@@ -49,13 +47,14 @@ constexpr std::uint16_t TAG_IN_USE = 12345;
 constexpr std::uint16_t TAG_IN_USE_XAR = 12347;
 constexpr std::uint16_t TAG_FREE = 12349;
 
-static_assert(sizeof(area_header) == (sizeof(void *) == 4 ? 24 : 32));
+static_assert(sizeof(area_header) == (sizeof(void *) == 4 ? 24 : 40));
 static_assert(sizeof(slot_header) == SLOT_UNIT);
 static_assert(offsetof(slot_header, tag) + sizeof(std::uint16_t) == sizeof(slot_header),
               "the tag stands just before the data");
 static_assert(Stat_clump_size / SLOT_UNIT <= INT16_MAX, "every offset fits next_free");
 
-struct clump_entry {
+// The fields that a request reads lie in one line of the cache.
+struct alignas(64) clump_entry {
     char name[32];
     int size;
     int kind;
