@@ -13,27 +13,29 @@
 namespace {
 
 void bench_vector_push_back(benchmark::State &state) {
+    const int64_t count = state.range(0);
     for (auto _ : state) {
         std::vector<void *> list;
-        for (int64_t i = 0; i < state.range(0); ++i) {
+        for (int64_t i = 0; i < count; ++i) {
             list.push_back(&list);
         }
         benchmark::DoNotOptimize(list.data());
     }
-    state.SetItemsProcessed(state.iterations() * state.range(0));
+    state.SetItemsProcessed(state.iterations() * count);
 }
 
 void bench_xar_append(benchmark::State &state) {
+    const int64_t count = state.range(0);
     for (auto _ : state) {
         void **list = xar_alloc_of<void *>(0, 100);
-        for (int64_t i = 0; i < state.range(0); ++i) {
+        for (int64_t i = 0; i < count; ++i) {
             void *element = &list;
             xar_append(&list, 1, &element);
         }
         benchmark::DoNotOptimize(list);
         xar_free(&list);
     }
-    state.SetItemsProcessed(state.iterations() * state.range(0));
+    state.SetItemsProcessed(state.iterations() * count);
 }
 
 std::vector<intptr_t> shuffled_keys(int64_t count) {

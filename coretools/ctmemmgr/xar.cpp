@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctmemmgr/serious_errors.h"
@@ -37,6 +38,11 @@ bool require_valid(const void *const *handle, const char *tag) {
 void unwind(const char *tag, const char *text) {
     std::printf("%s:  %s\n", tag, text);
     error_break("Memory error.");
+}
+
+char *end_in_use(void *elements) {
+    xar_header *header = xar_header_of(elements);
+    return xar_end_in_use(elements, xar_trailer_of(header), header->element_size);
 }
 
 int limit_of(int element_size) {
@@ -126,8 +132,14 @@ void *extend_by_moving(void **handle, int count) {
 }
 
 void *extend(void **handle, int count) {
-    void *first = xar_take_room(*handle, count, xar_header_of(*handle)->element_size);
-    return first != nullptr ? first : extend_by_moving(handle, count);
+    xar_header *header = xar_header_of(*handle);
+    xar_trailer *trailer = xar_trailer_of(header);
+    char *first = end_in_use(*handle);
+    if (!xar_has_room(first, trailer, count, header->element_size)) {
+        return extend_by_moving(handle, count);
+    }
+    trailer->count += count;
+    return first;
 }
 
 bool may_extend(const void *const *handle, int count) {
@@ -195,18 +207,20 @@ void *xar_append(void **handle, int count, const void *source) {
         return nullptr;
     }
     // A source in the array itself moves with it.
-    const std::ptrdiff_t offset = source == nullptr ? -1 : xar_offset_in_use(*handle, source);
-    if (offset >= 0) {
+    const std::size_t element_size = xar_header_of(*handle)->element_size;
+    const auto *elements = static_cast<const char *>(*handle);
+    const bool inside = xar_is_inside(elements, end_in_use(*handle), source);
+    const std::ptrdiff_t offset = inside ? static_cast<const char *>(source) - elements : 0;
+    if (inside) {
         dbg_print_info("XAR_APPEND", ": don't ask for trouble. Use xar_replicate");
     }
     void *first = extend(handle, count);
     if (first == nullptr || source == nullptr) {
         return first;
     }
-    if (offset >= 0) {
+    if (inside) {
         source = static_cast<const char *>(*handle) + offset;
     }
-    const std::size_t element_size = xar_header_of(*handle)->element_size;
     std::memmove(first, source, static_cast<std::size_t>(count) * element_size);
     return first;
 }
@@ -223,12 +237,10 @@ void *xar_last(void *const *handle) {
         return nullptr;
     }
     xar_header *header = xar_header_of(*handle);
-    const int count = xar_trailer_of(header)->count;
-    if (count == 0) {
+    if (xar_trailer_of(header)->count == 0) {
         return nullptr;
     }
-    return static_cast<char *>(*handle) +
-           static_cast<std::ptrdiff_t>(count - 1) * header->element_size;
+    return end_in_use(*handle) - header->element_size;
 }
 
 void *xar_shrink(void **handle, int count) {
@@ -242,10 +254,7 @@ void *xar_shrink(void **handle, int count) {
         return nullptr;
     }
     trailer->count -= count;
-    const std::size_t element_size = header->element_size;
-    std::memset(static_cast<char *>(*handle) +
-                    static_cast<std::size_t>(trailer->count) * element_size,
-                0, static_cast<std::size_t>(count) * element_size);
+    std::memset(end_in_use(*handle), 0, static_cast<std::size_t>(count) * header->element_size);
     return xar_last(handle);
 }
 

@@ -11,7 +11,6 @@
 // such a report returns, the array is as it was and the operation answers null or 0.
 #pragma once
 
-#include <cstring>
 #include <type_traits>
 
 #include "coretools/ctmemmgr/xar_layout.h"
@@ -55,7 +54,7 @@ void set_force_ignore_reloc_cnt(int value);
 // The same operations on a typed handle.
 
 template <class T>
-concept xar_element = std::is_trivially_copyable_v<T> && !std::is_const_v<T>;
+concept xar_element = std::is_trivially_copyable_v<T> && std::is_copy_assignable_v<T>;
 
 template <xar_element T>
 [[nodiscard]] T *xar_alloc_of(int count, int step) {
@@ -79,16 +78,38 @@ auto xar_with_untyped(T **handle, Operation operation) {
     return result;
 }
 
-// An append that neither moves the array nor copies from it is made in place.
+// Null, and nothing done, when the array has to move, holds the source or is no array of T.
+template <xar_element T>
+T *xar_append_in_place(T *elements, int count, const T *source) {
+    constexpr int size = static_cast<int>(sizeof(T));
+    if (elements == nullptr) {
+        return nullptr;
+    }
+    xar_header *header = xar_header_of(elements);
+    if (header->magic != XAR_HEADER_MAGIC || header->element_size != size) {
+        return nullptr;
+    }
+    xar_trailer *trailer = xar_checked_trailer(header);
+    if (trailer == nullptr) {
+        return nullptr;
+    }
+    char *end = xar_end_in_use(elements, trailer, size);
+    if (!xar_has_room(end, trailer, count, size) || xar_is_inside(elements, end, source)) {
+        return nullptr;
+    }
+    trailer->count += count;
+    T *first = reinterpret_cast<T *>(end);
+    for (int i = 0; i < count; i++) {
+        first[i] = source[i];
+    }
+    return first;
+}
+
 template <xar_element T>
 T *xar_append(T **handle, int count, const std::type_identity_t<T> *source) {
-    if (count > 0 && source != nullptr && handle != nullptr && xar_is_valid(*handle) &&
-        xar_header_of(*handle)->element_size == sizeof(T) &&
-        xar_offset_in_use(*handle, source) < 0) {
-        void *first = xar_take_room(*handle, count, static_cast<int>(sizeof(T)));
-        if (first != nullptr) {
-            std::memcpy(first, source, static_cast<std::size_t>(count) * sizeof(T));
-            return static_cast<T *>(first);
+    if (count > 0 && source != nullptr && handle != nullptr) {
+        if (T *first = xar_append_in_place(*handle, count, source)) {
+            return first;
         }
     }
     return static_cast<T *>(xar_with_untyped(handle, [count, source](void **untyped) {

@@ -62,8 +62,8 @@ constexpr std::uint32_t xar_pack(int units, int step) {
     return static_cast<std::uint32_t>(units) << XAR_STEP_BITS | static_cast<std::uint32_t>(step);
 }
 
-inline int xar_units(const xar_header *header) {
-    return static_cast<int>(header->units_and_step >> XAR_STEP_BITS);
+inline std::uint32_t xar_units(const xar_header *header) {
+    return header->units_and_step >> XAR_STEP_BITS;
 }
 
 inline int xar_step(const xar_header *header) {
@@ -72,48 +72,51 @@ inline int xar_step(const xar_header *header) {
 
 // The bytes between header and trailer.
 inline int xar_element_bytes(const xar_header *header) {
-    return xar_units(header) * XAR_UNIT_BYTES - XAR_OVERHEAD_BYTES;
+    return static_cast<int>(xar_units(header)) * XAR_UNIT_BYTES - XAR_OVERHEAD_BYTES;
 }
 
 inline xar_trailer *xar_trailer_of(xar_header *header) {
-    char *elements = static_cast<char *>(xar_elements_of(header));
-    return reinterpret_cast<xar_trailer *>(elements + xar_element_bytes(header));
+    char *end = reinterpret_cast<char *>(header) + std::size_t{XAR_UNIT_BYTES} * xar_units(header);
+    return reinterpret_cast<xar_trailer *>(end - sizeof(xar_trailer));
 }
 
-// The units are checked before they lead to the trailer: that of a damaged header could lie
-// anywhere.
+// The trailer that a header leads to, null when there is none. The units are checked first: those
+// of a damaged header could lead anywhere.
+inline xar_trailer *xar_checked_trailer(xar_header *header) {
+    const std::uint32_t units = xar_units(header);
+    if (units < XAR_OVERHEAD_BYTES / XAR_UNIT_BYTES || units > XAR_MAXIMUM_UNITS) {
+        return nullptr;
+    }
+    xar_trailer *trailer = xar_trailer_of(header);
+    return trailer->magic == XAR_TRAILER_MAGIC ? trailer : nullptr;
+}
+
 inline bool xar_is_valid(const void *elements) {
     if (elements == nullptr) {
         return false;
     }
     xar_header *header = xar_header_of(elements);
-    if (header->magic != XAR_HEADER_MAGIC || header->element_size == 0) {
-        return false;
-    }
-    const int units = xar_units(header);
-    return units >= XAR_OVERHEAD_BYTES / XAR_UNIT_BYTES && units <= XAR_MAXIMUM_UNITS &&
-           xar_trailer_of(header)->magic == XAR_TRAILER_MAGIC;
+    return header->magic == XAR_HEADER_MAGIC && header->element_size != 0 &&
+           xar_checked_trailer(header) != nullptr;
 }
 
-// Takes count more elements of a valid array into use where they are: the first of them, or null
-// when the block has no room for them.
-inline void *xar_take_room(void *elements, int count, int element_size) {
-    xar_header *header = xar_header_of(elements);
-    xar_trailer *trailer = xar_trailer_of(header);
-    const std::int64_t bytes_in_use = std::int64_t{trailer->count} * element_size;
-    if (std::int64_t{count} * element_size > xar_element_bytes(header) - bytes_in_use) {
-        return nullptr;
-    }
-    trailer->count += count;
-    return static_cast<char *>(elements) + bytes_in_use;
+// Where the next element of a valid array comes to lie. The count is read as unsigned: a load that
+// extends no sign gets the value of the store before it, the last append's, much sooner.
+inline char *xar_end_in_use(void *elements, const xar_trailer *trailer, int element_size) {
+    const std::size_t count = static_cast<std::uint32_t>(trailer->count);
+    return static_cast<char *>(elements) + count * static_cast<std::size_t>(element_size);
 }
 
-// The offset of an address inside the elements in use of a valid array, or -1.
-inline std::ptrdiff_t xar_offset_in_use(const void *elements, const void *address) {
-    xar_header *header = xar_header_of(elements);
-    const auto start = reinterpret_cast<std::uintptr_t>(elements);
-    const auto offset = reinterpret_cast<std::uintptr_t>(address) - start;
-    const auto bytes_in_use = static_cast<std::uintptr_t>(xar_trailer_of(header)->count) *
-                              static_cast<std::uintptr_t>(header->element_size);
-    return offset < bytes_in_use ? static_cast<std::ptrdiff_t>(offset) : -1;
+// Whether count more elements fit between the end in use and the trailer.
+inline bool xar_has_room(const char *end_in_use, const xar_trailer *trailer, int count,
+                         int element_size) {
+    return std::int64_t{count} * element_size <=
+           reinterpret_cast<const char *>(trailer) - end_in_use;
+}
+
+// Whether an address lies inside the elements in use.
+inline bool xar_is_inside(const void *elements, const char *end_in_use, const void *address) {
+    const auto at = reinterpret_cast<std::uintptr_t>(address);
+    return at < reinterpret_cast<std::uintptr_t>(end_in_use) &&
+           at >= reinterpret_cast<std::uintptr_t>(elements);
 }
