@@ -155,7 +155,7 @@ static inline void *take_slot(const clump_entry &entry, int xar) {
     return fill_record<0>(data_of_slot(slot), static_cast<std::size_t>(entry.rounded));
 }
 
-[[gnu::noinline]] static void *take_slot_with_lock(int pool, int soft_failure, int xar) {
+[[gnu::noinline]] static void *take_record(int pool, int soft_failure, int xar) {
     lock_clumps();
     void *data = nullptr;
     if (is_pool_index(pool) &&
@@ -169,8 +169,7 @@ static inline void *take_slot(const clump_entry &entry, int xar) {
     return data;
 }
 
-// What nearly every request of a run without threads needs is done here, without a call; so is it
-// in rlsmem_clump.
+// Nearly every request of a run without threads is served from the first area at once.
 void *take_pool_record(int pool, int soft_failure, int xar) {
     if (!IsThreadingEnabled() && is_pool_index(pool)) {
         const clump_entry &entry = clump_table[pool];
@@ -178,7 +177,7 @@ void *take_pool_record(int pool, int soft_failure, int xar) {
             return take_slot(entry, xar);
         }
     }
-    return take_slot_with_lock(pool, soft_failure, xar);
+    return take_record(pool, soft_failure, xar);
 }
 
 void *getmem_pool_xar(int pool, int xar) {
@@ -200,15 +199,16 @@ static void place_area(clump_entry &entry, area_header *area) {
 }
 
 // A record that is released out of turn has often left the cache: its lines come while the slot is
-// put back, not one by one as it is overwritten.
+// put back, not one by one as it is overwritten. Those of a longer record follow by themselves.
 static void prefetch_record(const void *data, int bytes) {
-    constexpr int CACHE_LINE = 64;
-    for (int at = CACHE_LINE; at < bytes; at += CACHE_LINE) {
+    constexpr std::size_t PREFETCH_LIMIT = 8 * CACHE_LINE;
+    const std::size_t end = std::min(static_cast<std::size_t>(bytes), PREFETCH_LIMIT);
+    for (std::size_t at = CACHE_LINE; at < end; at += CACHE_LINE) {
         __builtin_prefetch(static_cast<const char *>(data) + at, 1);
     }
 }
 
-static void give_back_slot(const clump_entry &entry, area_header *area, slot_header *slot) {
+static inline void give_back_slot(const clump_entry &entry, area_header *area, slot_header *slot) {
     slot->next_free = area->first_free;
     area->first_free = static_cast<std::int16_t>(slot->offset);
     area->used--;
@@ -216,7 +216,7 @@ static void give_back_slot(const clump_entry &entry, area_header *area, slot_hea
     fill_record<0xFF>(data_of_slot(slot), static_cast<std::size_t>(entry.rounded));
 }
 
-[[gnu::noinline]] static void give_back_slot_with_lock(area_header *area, slot_header *slot) {
+[[gnu::noinline]] static void release_record(area_header *area, slot_header *slot) {
     clump_entry &entry = clump_table[area->pool];
     // Before the lock: the loop's own bookkeeping, which allocates, has to come first.
     if (entry.loop.active.load(std::memory_order_relaxed) != 0) {
@@ -259,11 +259,12 @@ int rlsmem_clump(void *data) {
     }
     const clump_entry &entry = clump_table[area->pool];
     prefetch_record(data, entry.rounded);
+    // No area changes its place in the pool, and no lock is needed: done at once.
     if (!IsThreadingEnabled() && entry.loop.active.load(std::memory_order_relaxed) == 0 &&
         has_room(entry, area) && area->used > 1) {
         give_back_slot(entry, area, slot);
     } else {
-        give_back_slot_with_lock(area, slot);
+        release_record(area, slot);
     }
     return 1;
 }
@@ -338,7 +339,11 @@ static int check_area(const clump_entry &entry, int pool, area_header *area) {
         if (offset < 0 || offset >= area->fresh || offset % stride != 0 || free_slots > written) {
             return 2;
         }
-        offset = slot_at(area, static_cast<std::size_t>(offset))->next_free;
+        const slot_header *const slot = slot_at(area, static_cast<std::size_t>(offset));
+        if (slot->tag != TAG_FREE) {
+            return 2;
+        }
+        offset = slot->next_free;
     }
     int in_use = 0;
     for (int i = 0; i < written; i++) {

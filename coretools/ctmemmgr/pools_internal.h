@@ -25,7 +25,7 @@ constexpr std::size_t SLOT_UNIT = 8;
 struct alignas(8) area_header {
     int used;                // slots in use
     std::int16_t pool;       // index of the pool
-    std::int16_t first_free; // offset of the first free slot, NO_SLOT when none
+    std::int16_t first_free; // offset of the slot released last, NO_SLOT when none is free again
     area_header *next;
     area_header *prev;
     area_header *self;   // the area's own address: proves that a slot leads to an area
@@ -53,9 +53,9 @@ static_assert(offsetof(slot_header, tag) + sizeof(std::uint16_t) == sizeof(slot_
               "the tag stands just before the data");
 static_assert(Stat_clump_size / SLOT_UNIT <= INT16_MAX, "every offset fits next_free");
 
-// The fields that a request reads lie in one line of the cache.
-struct alignas(64) clump_entry {
-    char name[32];
+constexpr std::size_t CACHE_LINE = 64;
+
+struct alignas(CACHE_LINE) clump_entry {
     int size;
     int kind;
     int slots_per_area;
@@ -64,12 +64,16 @@ struct alignas(64) clump_entry {
     area_header *first_area;
     area_header *last_area;
     memory_loop_record loop;
+    char name[32];
 };
+
+static_assert(offsetof(clump_entry, loop) + sizeof(memory_loop_record::active) <= CACHE_LINE,
+              "a request reads one line of the table");
 
 constexpr int CLUMP_LIMIT = 500;
 
-// Guarded by the pools' lock. A used entry keeps its size and kind for good, so a request that
-// learnt its index through a pool look-up may read these two without it.
+// Guarded by the pools' lock. A used entry keeps the numbers before its areas for good: a request
+// that learnt its index through a pool look-up or from an area may read these without it.
 extern clump_entry clump_table[CLUMP_LIMIT];
 extern int clump_count;
 

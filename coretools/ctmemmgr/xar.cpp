@@ -5,7 +5,6 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctmemmgr/serious_errors.h"
@@ -131,10 +130,10 @@ void *extend_by_moving(void **handle, int count) {
     return elements + static_cast<std::ptrdiff_t>(old_trailer.count) * element_size;
 }
 
-void *extend(void **handle, int count) {
+// first is where the elements in use end.
+void *extend(void **handle, int count, char *first) {
     xar_header *header = xar_header_of(*handle);
     xar_trailer *trailer = xar_trailer_of(header);
-    char *first = end_in_use(*handle);
     if (!xar_has_room(first, trailer, count, header->element_size)) {
         return extend_by_moving(handle, count);
     }
@@ -196,7 +195,7 @@ void *xar_extend(void **handle, int count) {
     if (!may_extend(handle, count) || count == 0) {
         return nullptr;
     }
-    return extend(handle, count);
+    return extend(handle, count, end_in_use(*handle));
 }
 
 void *xar_append(void **handle, int count, const void *source) {
@@ -209,12 +208,13 @@ void *xar_append(void **handle, int count, const void *source) {
     // A source in the array itself moves with it.
     const std::size_t element_size = xar_header_of(*handle)->element_size;
     const auto *elements = static_cast<const char *>(*handle);
-    const bool inside = xar_is_inside(elements, end_in_use(*handle), source);
+    char *end = end_in_use(*handle);
+    const bool inside = xar_is_inside(elements, end, source);
     const std::ptrdiff_t offset = inside ? static_cast<const char *>(source) - elements : 0;
     if (inside) {
         dbg_print_info("XAR_APPEND", ": don't ask for trouble. Use xar_replicate");
     }
-    void *first = extend(handle, count);
+    void *first = extend(handle, count, end);
     if (first == nullptr || source == nullptr) {
         return first;
     }

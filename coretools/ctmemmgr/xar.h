@@ -11,6 +11,7 @@
 // such a report returns, the array is as it was and the operation answers null or 0.
 #pragma once
 
+#include <cstring>
 #include <type_traits>
 
 #include "coretools/ctmemmgr/xar_layout.h"
@@ -53,8 +54,10 @@ void set_force_ignore_reloc_cnt(int value);
 
 // The same operations on a typed handle.
 
+// Plain data that is copied by assignment, aligned no more strictly than the elements are.
 template <class T>
-concept xar_element = std::is_trivially_copyable_v<T> && std::is_copy_assignable_v<T>;
+concept xar_element = std::is_trivially_copyable_v<T> && std::is_copy_assignable_v<T> &&
+                      alignof(T) <= XAR_UNIT_BYTES;
 
 template <xar_element T>
 [[nodiscard]] T *xar_alloc_of(int count, int step) {
@@ -99,8 +102,11 @@ T *xar_append_in_place(T *elements, int count, const T *source) {
     }
     trailer->count += count;
     T *first = reinterpret_cast<T *>(end);
-    for (int i = 0; i < count; i++) {
-        first[i] = source[i];
+    // One element is assigned: unlike a copy of bytes, that is known to leave the count alone.
+    if (count == 1) {
+        *first = *source;
+    } else {
+        std::memmove(first, source, static_cast<std::size_t>(count) * sizeof(T));
     }
     return first;
 }
