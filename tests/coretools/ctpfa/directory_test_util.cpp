@@ -11,18 +11,6 @@
 #include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfastream.h"
 
-std::time_t test_clock = 0;
-
-extern "C" std::time_t time(std::time_t *out) noexcept {
-    timespec now = {};
-    clock_gettime(CLOCK_REALTIME, &now);
-    const std::time_t answer = test_clock != 0 ? test_clock : now.tv_sec;
-    if (out != nullptr) {
-        *out = answer;
-    }
-    return answer;
-}
-
 scratch_tree::scratch_tree() {
     char made[] = "/tmp/pfa_test.XXXXXX";
     path = std::string(mkdtemp(made)) + "/";

@@ -1,7 +1,6 @@
-// Scratch trees, path records and a clock for the tests of streams and directories.
+// Scratch trees and path records for the tests of streams and directories.
 #pragma once
 
-#include <ctime>
 #include <string>
 #include <vector>
 
@@ -28,6 +27,3 @@ void write_text(const std::string &path, const std::string &text);
 // The entries of an open directory from where it stands: name, extension and version; sorted.
 std::vector<std::string> read_names(vek_file *directory);
 std::string location_of(vek_file *record);
-
-// What the time is for the process, in seconds; 0 lets the system's clock run.
-extern std::time_t test_clock;

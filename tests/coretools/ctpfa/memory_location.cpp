@@ -1,10 +1,11 @@
 #include "tests/coretools/ctpfa/memory_location.h"
 
 #include <cstring>
-#include <set>
 
 #include "coretools/ctpfa/pfa_dir_filter.h"
 #include "coretools/ctpfa/pfacomponent.h"
+#include "coretools/ctpfa/pfadircache.h"
+#include "coretools/ctpfa/pfadircache_internal.h"
 #include "coretools/ctpfa/pfadirpath.h"
 #include "coretools/ctpfa/pfaloc.h"
 #include "coretools/ctpfa/pfapars.h"
@@ -17,15 +18,9 @@ constexpr int TYPE = PfaInSession;
 
 memory_store store;
 
-struct memory_stream {
-    std::string *file;
-    std::size_t position = 0;
-};
-
 struct memory_listing {
     std::set<std::string> names;
     std::set<std::string>::iterator next;
-    int generation;
 };
 
 memory_listing *listing_of(void **data) {
@@ -51,47 +46,37 @@ int location_string(vek_file *record, plm_ptr out, plm_ptr length_in, int capaci
     return pfa_append_component(record, PFA_PATH, out.as<char>(), length, capacity);
 }
 
-int open_file(vek_file *record, void **data, plm_ptr, plm_ptr mode, int) {
+int open_file(vek_file *record, void **data, plm_ptr, plm_ptr, int) {
     char name[PFA_PATH_SIZE];
     pfa_get_full_name(record, name);
-    store.generation += mode.as<const char>()[0] == 'w';
-    *data = new memory_stream{&store.files[name]};
+    *data = &store.files[name];
     return 0;
 }
 
-int close_file(vek_file *, void **data) {
-    delete static_cast<memory_stream *>(*data);
+int close_file(vek_file *, void **) {
     return store.close_status;
 }
 
 int write_file(vek_file *, void **data, plm_ptr bytes, int size, int) {
-    static_cast<memory_stream *>(*data)->file->append(bytes.as<const char>(), std::size_t(size));
+    static_cast<std::string *>(*data)->append(bytes.as<const char>(), std::size_t(size));
     return 0;
 }
 
 int read_file(vek_file *, void **data, plm_ptr out, plm_ptr count, int size) {
-    auto *stream = static_cast<memory_stream *>(*data);
-    const auto read = stream->file->copy(out.as<char>(), std::size_t(size), stream->position);
-    stream->position += read;
-    *count.as<int>() = static_cast<int>(read);
-    return read == 0 ? PFA_E_QUIT : 0;
+    const auto *text = static_cast<std::string *>(*data);
+    *count.as<int>() = static_cast<int>(text->copy(out.as<char>(), std::size_t(size)));
+    return 0;
 }
 
-int open_dir(vek_file *, void **data, plm_ptr location, plm_ptr pattern) {
+int open_dir(vek_file *, void **data, plm_ptr location, plm_ptr start) {
     if (store.open_status == PFA_E_NO_ACCESS) {
         return store.open_status;
     }
     if (*data == nullptr) {
-        const std::string prefix =
-            location.as<const char>() + std::string(pattern.as<void>() ? pattern.as<char>() : "");
-        const std::size_t start = std::strlen(location.as<const char>());
-        auto *listing = new memory_listing{{}, {}, store.generation};
-        for (auto at = store.files.lower_bound(prefix);
-             at != store.files.end() && at->first.rfind(prefix, 0) == 0; ++at) {
-            listing->names.insert(at->first.substr(start, at->first.find('/', start) - start));
-        }
-        *data = listing;
+        const char *prefix = start.as<void>() != nullptr ? start.as<const char>() : "";
+        *data = new memory_listing{store.names_in(location.as<const char>(), prefix), {}};
         ++store.listings_made;
+        ++store.listings_kept;
     }
     listing_of(data)->next = listing_of(data)->names.begin();
     return store.open_status;
@@ -111,6 +96,7 @@ int read_dir(vek_file *directory, void **data, plm_ptr out, plm_ptr filter_in, p
 
 int close_dir(vek_file *, void **data) {
     delete listing_of(data);
+    --store.listings_kept;
     return 0;
 }
 
@@ -140,8 +126,8 @@ bool register_memory_location() {
     pfa_loc_method_register<PfaDirCacheEligible>(
         TYPE, +[](vek_file *, plm_ptr) { return store.eligible; });
     pfa_loc_method_register<PfaDirCacheInvalid>(
-        TYPE, +[](vek_file *, void **data, plm_ptr) -> int {
-            return listing_of(data)->generation != store.generation;
+        TYPE, +[](vek_file *, void **data, plm_ptr key) -> int {
+            return listing_of(data)->names != store.names_in(key.as<const char>());
         });
     pfa_loc_method_register<PfaMakeParent>(
         TYPE,
@@ -151,10 +137,21 @@ bool register_memory_location() {
 
 } // namespace
 
+std::set<std::string> memory_store::names_in(const std::string &directory,
+                                             const std::string &start) const {
+    std::set<std::string> names;
+    for (auto at = files.lower_bound(directory + start);
+         at != files.end() && at->first.rfind(directory + start, 0) == 0; ++at) {
+        const std::string rest = at->first.substr(directory.size());
+        names.insert(rest.substr(0, rest.find('/')));
+    }
+    return names;
+}
+
 memory_store &fresh_memory_store() {
     static const bool registered = register_memory_location();
-    const int generation = store.generation + registered; // no listing of before is of use
-    store = memory_store();
-    store.generation = generation;
-    return store;
+    for (int i = 0; registered && i < xar_count(&dir_cache); ++i) {
+        pfa_full_dir_name_update_cache(dir_cache[i].name);
+    }
+    return store = memory_store();
 }

@@ -2,19 +2,23 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <string>
 
-// Files by full name, "mem:/dir/part.prt.1"; every directory that a name holds exists.
 struct memory_store {
+    // Files by full name, "mem:/dir/part.prt.1"; every directory that a name holds exists.
     std::map<std::string, std::string> files;
-    int generation = 0; // of the listings
-    int listings_made = 0;
+    int listings_made = 0, listings_kept = 0; // all there have been, and those not closed again
     // How the location behaves.
     int open_status = 0; // of "PfaDirOpen"
     int eligible = 1;
     int is_virtual = 0;
     int close_status = 0;
+
+    // What a directory holds whose name starts like that.
+    std::set<std::string> names_in(const std::string &directory,
+                                   const std::string &start = "") const;
 };
 
-// The store, empty and well behaved; the first call registers the location type.
+// The store, empty, well behaved and nowhere cached; the first call registers the location type.
 memory_store &fresh_memory_store();
