@@ -2,9 +2,13 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
 
+#include "coretools/ctpfa/pfacomponent.h"
 #include "coretools/ctpfa/pfadir.h"
 #include "coretools/ctpfa/pfaget.h"
 #include "coretools/ctpfa/pfamem.h"
@@ -51,4 +55,42 @@ std::string location_of(vek_file *record) {
     char text[PFA_PATH_SIZE] = "";
     pfa_get_location(record, text, nullptr);
     return text;
+}
+
+std::string part(const vek_file *record, int index) {
+    char text[PFA_PATH_SIZE] = "";
+    pfa_get_component(record, index, text, PFA_PATH_SIZE);
+    return text;
+}
+
+std::string state_of(const vek_file *record) {
+    return part(record, PFA_PATH) + "|" + part(record, PFA_NAME) + "|" +
+           part(record, PFA_EXTENSION) + "|" + std::to_string(record->version) + "|" +
+           std::to_string(record->type);
+}
+
+void put_state(vek_file *record, const std::string &state) {
+    std::istringstream in(state);
+    std::string field;
+    for (const int index : {PFA_PATH, PFA_NAME, PFA_EXTENSION}) {
+        std::getline(in, field, '|');
+        pfa_put_component(record, index, field.c_str());
+    }
+    in >> record->version;
+    in.ignore(1);
+    in >> record->type;
+}
+
+bool same_bytes(const vek_file &one, const vek_file *other) {
+    return std::memcmp(&one, other, sizeof one) == 0;
+}
+
+void expect_in_own_process(void (*body)()) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            body();
+            std::exit(testing::Test::HasFailure() ? 1 : 0);
+        },
+        testing::ExitedWithCode(0), "");
 }

@@ -1,4 +1,4 @@
-// Scratch trees and path records for the tests of streams and directories.
+// Path records, scratch trees and processes for the tests of this folder.
 #pragma once
 
 #include <string>
@@ -27,3 +27,10 @@ void write_text(const std::string &path, const std::string &text);
 // The entries of an open directory from where it stands: name, extension and version; sorted.
 std::vector<std::string> read_names(vek_file *directory);
 std::string location_of(vek_file *record);
+std::string part(const vek_file *record, int index);
+// A record as one line of text: "path|name|extension|version|type".
+std::string state_of(const vek_file *record);
+void put_state(vek_file *record, const std::string &state);
+bool same_bytes(const vek_file &one, const vek_file *other);
+// For what a process does once in its life. The body says what it expects as any test does.
+void expect_in_own_process(void (*body)());

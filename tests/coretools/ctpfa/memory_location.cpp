@@ -19,8 +19,8 @@ constexpr int TYPE = PfaInSession;
 memory_store store;
 
 struct memory_listing {
-    std::set<std::string> names;
-    std::set<std::string>::iterator next;
+    std::vector<std::string> names;
+    std::size_t next;
 };
 
 memory_listing *listing_of(void **data) {
@@ -46,26 +46,15 @@ int location_string(vek_file *record, plm_ptr out, plm_ptr length_in, int capaci
     return pfa_append_component(record, PFA_PATH, out.as<char>(), length, capacity);
 }
 
-int open_file(vek_file *record, void **data, plm_ptr, plm_ptr, int) {
+int open_file(vek_file *record, void **, plm_ptr, plm_ptr, int) {
     char name[PFA_PATH_SIZE];
     pfa_get_full_name(record, name);
-    *data = &store.files[name];
+    store.files.insert(name);
     return 0;
 }
 
 int close_file(vek_file *, void **) {
     return store.close_status;
-}
-
-int write_file(vek_file *, void **data, plm_ptr bytes, int size, int) {
-    static_cast<std::string *>(*data)->append(bytes.as<const char>(), std::size_t(size));
-    return 0;
-}
-
-int read_file(vek_file *, void **data, plm_ptr out, plm_ptr count, int size) {
-    const auto *text = static_cast<std::string *>(*data);
-    *count.as<int>() = static_cast<int>(text->copy(out.as<char>(), std::size_t(size)));
-    return 0;
 }
 
 int open_dir(vek_file *, void **data, plm_ptr location, plm_ptr start) {
@@ -74,19 +63,20 @@ int open_dir(vek_file *, void **data, plm_ptr location, plm_ptr start) {
     }
     if (*data == nullptr) {
         const char *prefix = start.as<void>() != nullptr ? start.as<const char>() : "";
-        *data = new memory_listing{store.names_in(location.as<const char>(), prefix), {}};
+        *data = new memory_listing{store.names_in(location.as<const char>(), prefix), 0};
         ++store.listings_made;
         ++store.listings_kept;
     }
-    listing_of(data)->next = listing_of(data)->names.begin();
+    listing_of(data)->next = 0;
     return store.open_status;
 }
 
 int read_dir(vek_file *directory, void **data, plm_ptr out, plm_ptr filter_in, plm_ptr argument,
              int) {
     const auto *filter = filter_in.as<const pfa_dir_filter>();
-    while (listing_of(data)->next != listing_of(data)->names.end()) {
-        const char *name = (listing_of(data)->next++)->c_str();
+    memory_listing *listing = listing_of(data);
+    while (listing->next < listing->names.size()) {
+        const char *name = listing->names[listing->next++].c_str();
         if (filter == nullptr || filter->by_name(directory, name, argument.as<void>()) == 0) {
             return parse_to_pfa(out.as<vek_file>(), 0, name);
         }
@@ -103,10 +93,6 @@ int close_dir(vek_file *, void **data) {
 bool register_memory_location() {
     const scoped_record first; // the system registers its own types before
     pfa_loc_register_setup(TYPE);
-    pfa_loc_method_register<PfaHostIdx>(
-        TYPE, +[](vek_file *) { return -1; });
-    pfa_loc_method_register<PfaDeviceIdx>(
-        TYPE, +[](vek_file *) { return -1; });
     pfa_loc_method_register<PfaPathIdx>(
         TYPE, +[](vek_file *) -> int { return PFA_PATH; });
     pfa_loc_method_register<PfaClaimLocation>(TYPE, claim);
@@ -114,8 +100,6 @@ bool register_memory_location() {
     pfa_loc_method_register<PfaGetNeutralLocation>(TYPE, location_string);
     pfa_loc_method_register<PfaFopen>(TYPE, open_file);
     pfa_loc_method_register<PfaCloseFile>(TYPE, close_file);
-    pfa_loc_method_register<PfaWriteFile>(TYPE, write_file);
-    pfa_loc_method_register<PfaReadFile>(TYPE, read_file);
     pfa_loc_method_register<PfaDirOpen>(TYPE, open_dir);
     pfa_loc_method_register<PfaDirReadNext>(TYPE, read_dir);
     pfa_loc_method_register<PfaDirClose>(TYPE, close_dir);
@@ -137,15 +121,15 @@ bool register_memory_location() {
 
 } // namespace
 
-std::set<std::string> memory_store::names_in(const std::string &directory,
-                                             const std::string &start) const {
+std::vector<std::string> memory_store::names_in(const std::string &directory,
+                                                const std::string &start) const {
     std::set<std::string> names;
     for (auto at = files.lower_bound(directory + start);
-         at != files.end() && at->first.rfind(directory + start, 0) == 0; ++at) {
-        const std::string rest = at->first.substr(directory.size());
+         at != files.end() && at->rfind(directory + start, 0) == 0; ++at) {
+        const std::string rest = at->substr(directory.size());
         names.insert(rest.substr(0, rest.find('/')));
     }
-    return names;
+    return {names.begin(), names.end()};
 }
 
 memory_store &fresh_memory_store() {

@@ -1,18 +1,24 @@
 // Names into records and back: the split, expansion, standard form, selected parts and joining.
-#include "coretools/ctpfa/pfapars.h"
-
-#include "coretools/ctfileutil/objextension.h"
-#include "coretools/ctpfa/pfacurdir.h"
-#include "coretools/ctpfa/pfapars_internal.h"
-#include "tests/coretools/ctpfa/directory_test_util.h"
-#include "tests/coretools/ctpfa/memory_location.h"
-#include "tests/coretools/ctpfa/record_state.h"
+// Records made from records, the home and the working directory, and the names of notices.
+#include <gtest/gtest.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
-#include <gtest/gtest.h>
 #include <random>
+#include <unistd.h>
+
+#include "coretools/ctfileutil/objextension.h"
+#include "coretools/ctpfa/pfacurdir.h"
+#include "coretools/ctpfa/pfadir.h"
+#include "coretools/ctpfa/pfadircache.h"
+#include "coretools/ctpfa/pfadirpath.h"
+#include "coretools/ctpfa/pfamem.h"
+#include "coretools/ctpfa/pfapars.h"
+#include "coretools/ctpfa/pfapars_internal.h"
+#include "coretools/ctpfa/pfastream.h"
+#include "tests/coretools/ctpfa/directory_test_util.h"
+#include "tests/coretools/ctpfa/memory_location.h"
 
 namespace {
 
@@ -125,40 +131,6 @@ TEST(pfapars, VariablesAreExpandedOnce) {
     }
 }
 
-// Needs a process of its own, in which HOME has not been asked for yet.
-void expect_home() {
-    scoped_record record;
-    setenv("HOME", "~", 1);
-    EXPECT_EQ(pfa_parse_to_vek_file(record, "~/x"), 9);
-    setenv("HOME", "/u/me", 1);
-    const std::string n252(252, 'n');
-    const struct {
-        std::string text;
-        std::string name; // empty: refused
-    } rows[] = {{"~/x", "/u/me/x"},
-                {"~", "/u/me/"},
-                {"~\\x", "/u/me/x"},
-                {"~you/x", ""},
-                {"a~/x", "a~/x"},
-                {"$HOME/x", "/u/me/x"},
-                {"~/" + n252 + "n", "/u/me/" + n252 + "n"},
-                {"~/" + n252 + "nn", ""}};
-    for (const auto &row : rows) {
-        EXPECT_EQ(pfa_parse_to_vek_file(record, row.text.c_str()), row.name.empty() ? 9 : 0);
-        EXPECT_TRUE(row.name.empty() || full_name(record) == row.name) << row.text;
-    }
-}
-
-TEST(pfapars_death, TheHomeDirectoryStandsForATilde) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(
-        {
-            expect_home();
-            std::exit(HasFailure() ? 1 : 0);
-        },
-        testing::ExitedWithCode(0), "");
-}
-
 TEST(pfapars, StandardFormKnowsDirectories) {
     const scratch_tree tree;
     for (const char *name : {"lib", "Foo.PRT", "bar.prt", "x.dir"}) {
@@ -247,7 +219,7 @@ TEST(pfapars, PartsOfAName) {
         put_state(record, "|" + std::string(256, 'n') + "||" + version + "|-6");
         const bool fits = version.size() < 3;
         EXPECT_EQ(pfa_get_full_name(record, name), fits ? 0 : 1);
-        EXPECT_EQ(std::strlen(name), fits ? 257 + version.size() : 0);
+        EXPECT_EQ(std::string(name).size(), fits ? 257 + version.size() : 0);
     }
 }
 
@@ -295,35 +267,172 @@ TEST(pfapars, RelativeNamesAreJoinedToABase) {
     }
 }
 
-TEST(pfapars, BadArgumentsAreAnswered) {
-    scoped_record record("/a/b.prt");
-    const vek_file before = *record.file;
-    vek_file freed = before;
-    freed.magic = 0;
-    char out[PFA_PATH_SIZE];
-    for (vek_file *bad : {static_cast<vek_file *>(nullptr), &freed}) {
-        for (const int result :
-             {pfa_parse_to_vek_file(bad, "x"), parse_to_pfa(bad, 1, "x"), pfa_to_standard_form(bad),
-              pfa_concat_locations(bad, record, record), pfa_concat_locations(record, bad, record),
-              pfa_concat_locations(record, record, bad), concat_pfa_paths(record, bad),
-              pfa_location_append(bad, record, "x"), pfa_get_full_name(bad, out),
-              pfa_get_file_name(bad, PFA_OS_NAME, out), pfa_get_full_name(record, nullptr)}) {
-            EXPECT_EQ(result, PFA_E_NOT_VALID);
-        }
-    }
+TEST(pfapars, TextsThatDoNotFitAreRefused) {
     const std::string text = "/" + std::string(299, 'n');
     for (const std::size_t length : {258, 259, 260, 300}) {
+        scoped_record expanded("/"), split("/");
         const std::string start = text.substr(0, length);
-        for (const int result : {pfa_parse_to_vek_file_private(record, nullptr, start.c_str(), 0),
-                                 parse_to_pfa(record, 1, start.c_str())}) {
-            EXPECT_EQ(result, length < 260 ? 0 : PFA_E_INVALID_INPUT) << length;
-            EXPECT_EQ(full_name(record), text.substr(0, std::min<std::size_t>(length, 259)));
+        const int result = length < 260 ? 0 : PFA_E_INVALID_INPUT;
+        EXPECT_EQ(pfa_parse_to_vek_file_private(expanded, nullptr, start.c_str(), 0), result);
+        EXPECT_EQ(parse_to_pfa(split, 1, start.c_str()), result);
+        EXPECT_EQ(full_name(expanded), length < 260 ? start : "/");
+        EXPECT_EQ(full_name(split), length < 260 ? start : "/");
+    }
+}
+
+TEST(pfadirpath, MakesParentAndDirectory) {
+    const std::string here = location_of(pfa_get_cur_dir());
+    const struct {
+        std::string name;
+        std::string parent;    // pfa_make_parent; empty: PFA_E_ROOT_DIR
+        std::string directory; // extract_pfa_dir
+    } rows[] = {
+        {"/a/b/", "/a/", "/a/b/"},
+        {"/a/", "/", "/a/"},
+        {"/", "", "/"},
+        {"//", "", "/"},
+        {"/a//", "/", "/a/"},
+        {"/a/../", "", "/"},
+        {"/a/b/p.prt.3", "/a/b/", "/a/b/"},
+        {"p.prt", here, ""},
+        {"x/", here, "x/"},
+    };
+    for (const auto &row : rows) {
+        scoped_record record, parent;
+        parse_to_pfa(record, 1, row.name.c_str());
+        const vek_file before = *record.file;
+        vek_file *directory = extract_pfa_dir(record);
+        ASSERT_NE(directory, nullptr) << row.name;
+        EXPECT_EQ(location_of(directory), row.directory);
+        pfa_free_vek_file(&directory);
+        const int status = row.parent.empty() ? PFA_E_ROOT_DIR : PFA_E_NO_ERROR;
+        EXPECT_EQ(pfa_make_parent(record, parent), status) << row.name;
+        EXPECT_EQ(pfa_make_parent(record, record), status) << row.name;
+        EXPECT_TRUE(status == PFA_E_NO_ERROR || same_bytes(before, record)) << row.name;
+        for (vek_file *made : {parent.file, record.file}) {
+            if (status == PFA_E_NO_ERROR) {
+                EXPECT_EQ(location_of(made), row.parent) << row.name;
+                EXPECT_EQ(made->type * 10 + made->version, -50);
+            }
         }
     }
-    for (const int result :
-         {pfa_parse_to_vek_file(record, nullptr), parse_to_pfa(record, 1, nullptr),
-          pfa_parse_to_vek_file(pfa_get_cur_dir(), "x")}) {
-        EXPECT_EQ(result, PFA_E_INVALID_INPUT);
+}
+
+// HOME and the working directory are read at the first use.
+void expect_home_once() {
+    scoped_record record;
+    unsetenv("HOME");
+    EXPECT_EQ(pfa_get_home_dir(record), PFA_E_ERROR);
+    for (const std::string &bad : {std::string("~"), std::string("~/x"), std::string(300, 'h')}) {
+        setenv("HOME", bad.c_str(), 1);
+        EXPECT_EQ(pfa_get_home_dir(record), PFA_E_ERROR);
+        EXPECT_EQ(pfa_parse_to_vek_file(record, "~/x"), PFA_E_INVALID_INPUT);
+    }
+    setenv("HOME", "/u/me.prt.2", 1);
+    EXPECT_EQ(pfa_get_home_dir(nullptr), PFA_E_NOT_VALID);
+    setenv("HOME", "/later", 1);
+    EXPECT_EQ(pfa_get_home_dir(record), 0);
+    EXPECT_EQ(state_of(record), "/u/me.prt.2/||DIR|0|-5");
+    const std::string n246(246, 'n');
+    const struct {
+        std::string text;
+        std::string name; // empty: refused
+    } rows[] = {{"~/x", "/u/me.prt.2/x"},
+                {"~", "/u/me.prt.2/"},
+                {"~\\x", "/u/me.prt.2/x"},
+                {"~you/x", ""},
+                {"a~/x", "a~/x"},
+                {"$HOME/x", "/later/x"},
+                {"~/" + n246 + "n", "/u/me.prt.2/" + n246 + "n"},
+                {"~/" + n246 + "nn", ""}};
+    for (const auto &row : rows) {
+        char name[PFA_PATH_SIZE] = "";
+        EXPECT_EQ(pfa_parse_to_vek_file(record, row.text.c_str()), row.name.empty() ? 9 : 0);
+        EXPECT_EQ(pfa_get_full_name(record, name), 0);
+        EXPECT_TRUE(row.name.empty() || name == row.name) << row.text << ": " << name;
+    }
+}
+
+void expect_working_directory_once() {
+    scratch_tree tree;
+    EXPECT_EQ(get_Cur_Dir(), nullptr);
+    std::filesystem::current_path(tree.path);
+    vek_file *current = pfa_get_cur_dir();
+    std::filesystem::current_path("/");
+    EXPECT_EQ(location_of(current), tree.path);
+    EXPECT_TRUE(pfa_get_cur_dir() == current && get_Cur_Dir() == current);
+    scoped_record relative("x/"), absolute(tree.path);
+    load_pfa_cur_dir(relative); // is no place: that of the process
+    EXPECT_EQ(location_of(current), "/");
+    EXPECT_EQ(pfa_open_dir(current), 0);
+    load_pfa_cur_dir(absolute);
+    EXPECT_EQ(location_of(current), tree.path);
+    EXPECT_EQ(current->flags, 0u);
+    EXPECT_EQ(pfa_make_absolute_path(relative), 0);
+    EXPECT_EQ(location_of(relative), tree.path + "x/");
+    // A working directory whose name reads as another, then one that exists no more.
+    std::filesystem::create_directory(tree.path + "a\\b");
+    std::filesystem::current_path(tree.path + "a\\b");
+    load_pfa_cur_dir(nullptr); // must not be that of tree.path + "a/b/"
+    EXPECT_EQ(location_of(current), "");
+    std::filesystem::remove_all(tree.path);
+    load_pfa_cur_dir(absolute);
+    load_pfa_cur_dir(nullptr);
+    EXPECT_EQ(location_of(current), "");
+    EXPECT_EQ(pfa_make_parent(current, absolute), PFA_E_ROOT_DIR);
+    EXPECT_EQ(pfa_open_dir(scoped_record("y/")), PFA_E_INVALID_NAME);
+}
+
+TEST(pfacurdir_death, HomeAndTheWorkingDirectoryAreReadOnce) {
+    expect_in_own_process(expect_home_once);
+    expect_in_own_process(expect_working_directory_once);
+}
+
+bool is_cached(const std::string &key) {
+    return pfa_dir_from_cache(key.c_str(), nullptr, nullptr, 1, nullptr, 0) != 0;
+}
+
+int write_file(const std::string &name) {
+    scoped_record record(name);
+    return pfa_fopen(record, 0, "w");
+}
+
+// Whatever the form of the name, the listing is found, nothing expanded and errno kept.
+TEST(pfadircache_update, FindsTheListingThatANoticeConcerns) {
+    scratch_tree tree;
+    std::filesystem::create_directories(tree.path + "sub/$HOME");
+    const std::string sub = tree.path + "sub/";
+    const std::string here = std::filesystem::current_path().string() + "/";
+    const std::string from_here = std::filesystem::relative(sub, here).string();
+    const struct {
+        std::string key;
+        char notice; // of a file, a directory or a record; or the file is written
+        std::string name;
+    } rows[] = {
+        {sub + "$HOME/", 'f', sub + "$HOME/x"},
+        {sub, 'f', sub + "../sub//x"},
+        {sub, 'f', from_here + "/x"},
+        {here, 'f', "x.prt"},
+        {sub, 'd', sub},
+        {sub, 'd', from_here},
+        {here, 'd', ""},
+        {here, 'd', ".\\"},
+        {tree.path, 'r', sub},
+        {sub, 'w', sub + "x"},
+    };
+    for (const auto &row : rows) {
+        scoped_record opened;
+        parse_to_pfa(opened, 1, row.key.c_str());
+        ASSERT_EQ(pfa_open_dir(opened) + pfa_close(opened), 0) << row.key;
+        ASSERT_TRUE(is_cached(row.key));
+        errno = ENOENT;
+        EXPECT_EQ(row.notice == 'f'   ? pfa_file_name_update_dir_cache(row.name.c_str())
+                  : row.notice == 'd' ? pfa_dir_name_update_cache(row.name.c_str())
+                  : row.notice == 'r' ? pfa_dir_cache_update(scoped_record(row.name))
+                                      : write_file(row.name),
+                  0);
+        EXPECT_TRUE(errno == ENOENT || row.notice == 'w');
+        EXPECT_FALSE(is_cached(row.key)) << row.name;
     }
 }
 

@@ -1,0 +1,332 @@
+// The directory cache: against an independent model, and what it does for loans, forced caching,
+// application data and traces. Its directories lie in memory; what the layer does for the host's
+// files it does for those too.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <memory>
+#include <random>
+#include <unistd.h>
+
+#include "coretools/ctpfa/pfadir.h"
+#include "coretools/ctpfa/pfadircache.h"
+#include "coretools/ctpfa/pfadircache_internal.h"
+#include "coretools/ctpfa/pfadirpath.h"
+#include "coretools/ctpfa/pfaput.h"
+#include "coretools/ctpfa/pfastream.h"
+#include "tests/coretools/ctpfa/directory_test_util.h"
+#include "tests/coretools/ctpfa/memory_location.h"
+
+namespace {
+
+// What the time is for this process, in seconds.
+std::time_t test_clock = 1000000000;
+
+} // namespace
+
+extern "C" std::time_t time(std::time_t *out) noexcept {
+    if (out != nullptr) {
+        *out = test_clock;
+    }
+    return test_clock;
+}
+
+namespace {
+
+using names = std::vector<std::string>;
+
+// What an entry should be; one without a key is free.
+struct cached_dir {
+    std::string key;
+    std::time_t used = 0;
+    names seen;
+    bool lent = false;
+    bool stale = false;
+};
+
+class pfadircache : public testing::Test {
+  protected:
+    memory_store &store = fresh_memory_store();
+    std::mt19937 random{20240611};
+    std::vector<cached_dir> slots{std::size_t(xar_count(&dir_cache))};
+    std::vector<std::unique_ptr<scoped_record>> readers;
+    int hits = 0, out_of_date = 0, evictions = 0, own_listings = 0, refused = 0;
+
+    std::size_t below(std::size_t count) { return random() % count; }
+
+    cached_dir *cached(const std::string &key) {
+        const auto slot = std::find_if(slots.begin(), slots.end(),
+                                       [&key](const cached_dir &one) { return one.key == key; });
+        return slot == slots.end() ? nullptr : &*slot;
+    }
+
+    void discard(const std::string &key) {
+        cached_dir *entry = cached(key);
+        if (entry != nullptr && entry->lent) {
+            entry->stale = true;
+        } else if (entry != nullptr) {
+            *entry = cached_dir();
+        }
+    }
+
+    // The first free entry, else a new one, but from 256 on the one unused for longest if any was
+    // not used in this second.
+    cached_dir &slot_for_new() {
+        if (cached_dir *free = cached("")) {
+            return *free;
+        }
+        cached_dir *oldest = nullptr;
+        for (cached_dir &slot : slots) {
+            if (!slot.lent && slot.used < (oldest ? oldest->used : test_clock)) {
+                oldest = &slot;
+            }
+        }
+        if (slots.size() < 256 || oldest == nullptr) {
+            return slots.emplace_back();
+        }
+        ++evictions;
+        return *oldest;
+    }
+
+    void open(const std::string &key, bool refuse) {
+        const names real = store.names_in(key);
+        cached_dir *entry = cached(key);
+        const bool lent = entry != nullptr && entry->lent;
+        const bool good = entry != nullptr && !entry->stale && entry->seen == real;
+        if (good) {
+            entry->used = test_clock;
+        } else if (entry != nullptr) {
+            ++out_of_date;
+            discard(key);
+        }
+        auto opened = std::make_unique<scoped_record>(key);
+        vek_file *record = *opened;
+        store.open_status = refuse ? PFA_E_NO_ACCESS : 0;
+        ASSERT_EQ(pfa_open_dir(record), store.open_status) << key;
+        if (refuse) {
+            ++refused;
+            ASSERT_EQ(record->flags, 0u);
+            ASSERT_EQ(record->location_handle, nullptr);
+            return;
+        }
+        if (lent) {
+            ++own_listings;
+        } else if (good) {
+            ++hits;
+            entry->lent = true;
+        } else {
+            slot_for_new() = {key, test_clock, real, true};
+        }
+        ASSERT_EQ(record->flags, PFA_F_OPEN | (lent ? 0u : PFA_F_BORROWED));
+        ASSERT_EQ(read_names(record), real);
+        readers.push_back(std::move(opened));
+    }
+
+    void close(std::size_t index) {
+        vek_file *record = *readers[index];
+        if ((record->flags & PFA_F_BORROWED) != 0) {
+            cached_dir *entry = cached(location_of(record));
+            entry->lent = false;
+            entry->used = test_clock;
+        }
+        ASSERT_EQ(pfa_close(record), PFA_E_NO_ERROR);
+        readers.erase(readers.begin() + static_cast<std::ptrdiff_t>(index));
+    }
+
+    // One of four files comes or goes.
+    void change(const std::string &key, bool notice) {
+        const std::string file = key + "file" + std::to_string(below(4));
+        if (store.files.erase(file) == 0) {
+            store.files.insert(file);
+        }
+        if (notice) {
+            pfa_file_name_update_dir_cache(file.c_str());
+            discard(key);
+        }
+    }
+
+    void check() {
+        ASSERT_EQ(static_cast<std::size_t>(xar_count(&dir_cache)), slots.size());
+        int listings = 0;
+        for (std::size_t i = 0; i < slots.size(); ++i) {
+            const cached_dir &model = slots[i];
+            const dir_cache_entry &real = dir_cache[i];
+            ASSERT_EQ(real.name, model.key);
+            ASSERT_EQ(real.time, model.used) << model.key;
+            ASSERT_EQ(real.state, model.key.empty() ? PFA_E_INACTIVE
+                                  : model.stale     ? PFA_E_NOT_VALID
+                                                    : PFA_E_NO_ERROR)
+                << model.key;
+            if (!model.key.empty()) {
+                ++listings;
+                ASSERT_EQ(real.record->flags, PFA_F_OPEN | (model.lent ? PFA_F_LENT : 0u));
+            }
+        }
+        ASSERT_EQ(num_inactive, int(slots.size()) - listings);
+        for (const auto &reader : readers) {
+            listings += ((*reader)->flags & PFA_F_BORROWED) == 0;
+        }
+        ASSERT_EQ(store.listings_kept, listings);
+    }
+};
+
+TEST_F(pfadircache, AgreesWithAModelAfterEveryStep) {
+    std::vector<std::string> keys;
+    for (int i = 0; i < 400; ++i) {
+        keys.push_back("mem:/" + std::to_string(i % 16) + "/" + std::to_string(i) + "/");
+    }
+    for (int round = 0; round < 2; ++round) { // fill the table and evict, then grow past its bound
+        for (int i = 0; i < 320; ++i) {
+            test_clock += round == 0;
+            open(keys[i], false);
+            close(0);
+        }
+    }
+    for (int step = 0; step < 6000 && !HasFatalFailure(); ++step) {
+        const std::string &key = keys[below(keys.size())];
+        const std::size_t what = below(20);
+        if (what < 9 || readers.empty()) {
+            open(key, what == 0);
+        } else if (what < 13 || readers.size() > 40) {
+            close(below(readers.size()));
+        } else if (what < 19) {
+            change(key, what < 16);
+        } else {
+            ++test_clock;
+        }
+        check();
+    }
+    EXPECT_GT(std::min({hits, out_of_date, evictions, own_listings, refused}), 50);
+}
+
+// The cache's record of a directory, or null; asks nothing about its freshness.
+vek_file *cached(const std::string &key) {
+    vek_file *donor = nullptr;
+    pfa_dir_from_cache(key.c_str(), &donor, nullptr, 1, nullptr, 0);
+    return donor;
+}
+
+bool is_lent(const char *key) {
+    return cached(key) != nullptr && (cached(key)->flags & PFA_F_LENT) != 0;
+}
+
+class memory_location : public testing::Test {
+  protected:
+    memory_store &store = fresh_memory_store();
+    scoped_record directory{"mem:/d/"};
+
+    void SetUp() override { store.files = {"mem:/d/a.prt", "mem:/d/b.prt"}; }
+
+    // Whether listing the directory went without a new listing of the location.
+    bool lists_from_cache() {
+        const int made = store.listings_made;
+        EXPECT_EQ(pfa_open_dir(directory) + pfa_close(directory), 0);
+        return store.listings_made == made;
+    }
+};
+
+TEST_F(memory_location, OpensAndListsThroughTheSameCalls) {
+    store.files.insert("mem:/lib/bolt.prt.3");
+    scoped_record file("mem:/lib/bolt.prt"), root("mem:/"), lib("mem:/lib/"), parent, entry;
+    ASSERT_EQ(pfa_fopen(file, 2, "w"), 0);
+    EXPECT_EQ(file->version, 4);
+    store.close_status = PFA_E_NET_TROUBLE;
+    EXPECT_EQ(pfa_close(file), PFA_E_NET_TROUBLE);
+    EXPECT_EQ(pfa_close(file), PFA_E_INACTIVE);
+    EXPECT_EQ(pfa_open_dir(root) + pfa_open_dir(lib), 0);
+    EXPECT_EQ(read_names(root), names({"d", "lib"}));
+    EXPECT_EQ(pfa_read_dir(lib, entry), 0);
+    EXPECT_EQ(location_of(entry) + state_of(entry), "mem:/lib//lib/|bolt|prt|3|-4");
+    EXPECT_EQ(read_names(lib), names({"bolt.prt.4"}));
+    EXPECT_EQ(pfa_make_parent(lib, parent) + pfa_make_parent(parent, parent), 0);
+    EXPECT_EQ(location_of(parent), "mem:/");
+}
+
+TEST_F(memory_location, GetsBackWhatItLentAndNoMore) {
+    ASSERT_EQ(pfa_open_dir(directory), 0);
+    scoped_record copy, root("mem:/"), part("mem:/d/");
+    EXPECT_EQ(pfa_copy_vek_file(directory, copy), 0);
+    EXPECT_EQ(copy->location_handle, nullptr);
+    EXPECT_EQ(pfa_open_dir(copy), 0);
+    EXPECT_EQ(copy->flags, 0u + PFA_F_OPEN); // not those that it was copied with
+    EXPECT_EQ(pfa_close(cached("mem:/d/")), PFA_E_NO_ACCESS);
+    // A record whose path changed while it was open gives back what it has borrowed.
+    ASSERT_EQ(pfa_open_dir(root) + pfa_close(root), 0);
+    pfa_put_path(directory, "/");
+    EXPECT_EQ(pfa_close(directory), 0);
+    EXPECT_FALSE(is_lent("mem:/d/") || is_lent("mem:/"));
+    ASSERT_EQ(pfa_open_dir(root), 0);
+    store.eligible = 0; // the location has changed its mind
+    EXPECT_EQ(pfa_close(root), 0);
+    EXPECT_FALSE(is_lent("mem:/"));
+    ASSERT_EQ(pfa_open_dir_subset(part, "b"), 0);
+    EXPECT_EQ(part->flags, 0u + PFA_F_OPEN); // a part of a listing is not for the cache
+    EXPECT_EQ(read_names(part), names({"b.prt"}));
+}
+
+TEST_F(memory_location, IsCachedAgainstItsWordOnlyWhenForced) {
+    store.open_status = PFA_E_NOT_CACHABLE;
+    EXPECT_FALSE(lists_from_cache() || lists_from_cache());
+    EXPECT_EQ(pfa_add_forced_cache_dir(std::string(260, 'k').c_str()), PFA_E_INVALID_INPUT);
+    EXPECT_EQ(pfa_add_forced_cache_dir("mem:/d/"), 0);
+    EXPECT_FALSE(lists_from_cache() || lists_from_cache()); // no virtual folder
+    store.is_virtual = 1;
+    EXPECT_FALSE(lists_from_cache());
+    store.files.clear();
+    EXPECT_TRUE(lists_from_cache()); // stale, but the location is not asked
+    pfa_clear_forced_cache_dirs();
+    pfa_set_autocache(1);
+    EXPECT_TRUE(lists_from_cache());
+    pfa_set_autocache(0);
+    EXPECT_FALSE(lists_from_cache());
+}
+
+TEST_F(memory_location, LosesApplicationDataWithTheListing) {
+    int released[2] = {};
+    int index = -1;
+    EXPECT_EQ(pfa_register_dir_appdata(3, [](void *data) { ++*static_cast<int *>(data); }), 0);
+    ASSERT_EQ(pfa_open_dir(directory), 0);
+    ASSERT_EQ(pfa_dir_from_cache("mem:/d/", nullptr, &index, 0, nullptr, 0), 1);
+    EXPECT_EQ(pfa_attach_dir_appdata(index, DIR_CACHE_APPDATA_TYPES, nullptr), PFA_E_INVALID_INPUT);
+    EXPECT_EQ(pfa_attach_dir_appdata(100000, 3, nullptr), PFA_E_NOT_FOUND);
+    EXPECT_EQ(pfa_attach_dir_appdata(index, 3, &released[0]), 0);
+    EXPECT_EQ(pfa_attach_dir_appdata(index, 4, &released[0]), 0); // a type that nothing releases
+    EXPECT_EQ(pfa_attach_dir_appdata(index, 3, &released[1]), 0); // in place of the first
+    pfa_dir_name_update_cache("mem:/d/");
+    EXPECT_EQ(pfa_get_dir_appdata(index, 3), &released[1]); // the listing is still being read
+    EXPECT_EQ(pfa_close(directory), 0);
+    EXPECT_EQ(pfa_dir_from_cache("mem:/d/", nullptr, nullptr, 0, nullptr, 0), 0);
+    EXPECT_EQ(released[0] * 10 + released[1], 11);
+}
+
+TEST_F(memory_location, IsTracedWhenTheSwitchIsOn) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // the switch is read once in a process
+    const struct {
+        const char *value; // null: not set
+        bool on;
+    } rows[] = {{"1", true}, {"", true}, {nullptr, false}, {"false", false}, {"Foo", false}};
+    const auto trace = [this](const char *value) {
+        value == nullptr ? unsetenv("___DIR_CACHE_DEBUG") : setenv("___DIR_CACHE_DEBUG", value, 1);
+        std::fflush(stdout);
+        dup2(STDERR_FILENO, STDOUT_FILENO);
+        lists_from_cache();
+        lists_from_cache();
+        scoped_record other("mem:/e/");
+        pfa_open_dir_subset(other, "b");
+        pfa_file_name_update_dir_cache("mem:/d/x");
+        std::exit(0);
+    };
+    for (const auto &row : rows) {
+        EXPECT_EXIT(trace(row.value), testing::ExitedWithCode(0),
+                    row.on ? "^dir_cache> opening mem:/d/ the hard way \n.*\\[B\\] mem:/d/\n\n\n"
+                             "dir_cache> opening mem:/d/ from cache\n"
+                             "dir_cache> opening mem:/e/ the hard way looking for b\n"
+                             "dir_cache> nuked mem:/d/\n$"
+                           : "^$");
+    }
+}
+
+} // namespace

@@ -1,0 +1,139 @@
+// Streams on the host's files: which version they open, what they refuse, what they write.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iconv.h>
+#include <iterator>
+
+#include "coretools/ctpfa/pfadir.h"
+#include "coretools/ctpfa/pfaloc.h"
+#include "coretools/ctpfa/pfaput.h"
+#include "coretools/ctpfa/pfastream.h"
+#include "coretools/ctpfa/pfavers.h"
+#include "tests/coretools/ctpfa/directory_test_util.h"
+
+namespace {
+
+std::string text_of(const std::string &path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+TEST(pfavers, TheHighestVersionAndTheNext) {
+    const struct {
+        const char *note;
+        std::vector<std::string> files;
+        const char *name;
+        int latest; // -1: no such file
+        int next;
+    } rows[] = {
+        {"several", {"a.prt.1", "a.prt.7", "a.prt.12"}, "a.prt", 12, 13},
+        {"no version", {"a.prt"}, "a.prt", 0, 2},
+        {"none at all", {"a.prt.01", "a.prt.x", "a.prtx.3", "aa.prt.4"}, "a.prt", -1, 1},
+        {"out of range", {"a.prt.99999", "a.prt.3.5"}, "a.prt", -1, 1},
+        {"negative", {"a.prt.-4"}, "a.prt", -1, 1},
+        {"the highest there is", {"a.prt.32767"}, "a.prt", 32767, 32768},
+        {"stored in lower case", {"a.prt.3"}, "A.PRT", 3, 4},
+        {"other case is another file", {"A.PRT.9", "a.prt.3"}, "a.prt", 3, 4},
+        {"of these types it is not", {"A.IGS.9", "a.igs.3"}, "a.igs", 9, 10},
+        {"the exact one may be higher", {"A.IGS.2", "a.igs.3"}, "a.igs", 3, 4},
+        {"nor of no type", {"README.2"}, "readme", 2, 3},
+    };
+    for (const auto &row : rows) {
+        const scratch_tree tree;
+        for (const std::string &file : row.files) {
+            write_text(tree.path + file, "");
+        }
+        scoped_record record(tree.path + row.name);
+        int version = 99;
+        EXPECT_EQ(pfa_get_file_vers(record, 0, &version), 0);
+        EXPECT_EQ(version, record->version);
+        version = -1;
+        EXPECT_EQ(pfa_get_file_vers(record, 1, &version), row.latest < 0 ? PFA_E_NOT_FOUND : 0)
+            << row.note;
+        EXPECT_EQ(version, row.latest) << row.note;
+        EXPECT_EQ(pfa_get_file_vers(record, 2, &version), 0) << row.note;
+        EXPECT_EQ(version, row.next) << row.note;
+    }
+}
+
+TEST(pfastream, RefusesWhatItsStateForbidsAndChangesNothing) {
+    scratch_tree tree;
+    scoped_record directory(tree.path), closed(tree.path + "a.prt"), open(tree.path + "b.prt");
+    scoped_record last(tree.path + "c.prt.32767"), next(tree.path + "c.prt");
+    scoped_record lost(tree.path + "gone/a.prt");
+    last->location_type = NoLocation;
+    const vek_file before = *closed;
+    const struct {
+        int status;
+        int expected;
+    } rows[] = {
+        {pfa_fopen(open, 0, binary_mode("w")), PFA_E_NO_ERROR},
+        {pfa_fopen(last, 0, "w"), PFA_E_NO_ERROR},
+        {pfa_fopen(closed, 2, "r"), PFA_E_CANT_OPEN},
+        {pfa_fopen(closed, 1, "r"), PFA_E_NOT_FOUND},
+        {pfa_fopen(next, 2, "w"), PFA_E_CANT_OPEN}, // no version after the last
+        {pfa_fopen(lost, 1, "r"), PFA_E_NO_ACCESS},
+        {pfa_fopen(open, 0, "w"), PFA_E_CANT_OPEN},
+        {pfa_close(closed), PFA_E_INACTIVE},
+        {pfa_write_file(closed, 0, nullptr), PFA_E_NO_ERROR},
+        {pfa_write_file(open, -1, "x"), PFA_E_INVALID_INPUT},
+        {pfa_write_file(open, 1, nullptr), PFA_E_INVALID_INPUT},
+        {pfa_put_encode(last, 4), PFA_E_NO_ERROR},
+        {pfa_write_file(last, 1, "x"), PFA_E_INVALID_INPUT},
+        {pfa_fprintf(closed, "x"), PFA_E_INACTIVE},
+        {pfa_fprintf(open, nullptr), PFA_E_ERROR},
+        {pfa_read_dir(directory, closed), PFA_E_INACTIVE},
+        {pfa_open_dir(directory), PFA_E_NO_ERROR},
+        {pfa_open_dir(directory), PFA_E_CANT_OPEN},
+        {pfa_read_dir(directory, open), PFA_E_NOT_ALLOWED},
+        {pfa_close(open), PFA_E_NO_ERROR},
+        {pfa_close(open), PFA_E_INACTIVE},
+    };
+    for (const auto &row : rows) {
+        EXPECT_EQ(row.status, row.expected) << "row " << &row - rows;
+    }
+    EXPECT_TRUE(same_bytes(before, closed));
+    EXPECT_EQ(last->location_type, PfaStdFilesystem);
+    EXPECT_EQ(text_of(tree.path + "b.prt") + text_of(tree.path + "c.prt.32767"), "");
+    EXPECT_EQ(read_names(directory), std::vector<std::string>({"b.prt", "c.prt.32767"}));
+}
+
+// All of JIS X 0208 with ASCII between, many chunks long. Its own code is that of EUC without the
+// high bits; the shifted one is what the host's converter makes of it.
+TEST(pfastream, WritesTheCodesOfTheEncodeWord) {
+    const iconv_t to_sjis = iconv_open("SHIFT_JIS", "EUC-JP");
+    std::string expected[4]; // by encode word; 0 is the text
+    for (int code = 0xa1a1; code <= 0xf4fe; ++code) {
+        char euc[] = {static_cast<char>(code >> 8), static_cast<char>(code)};
+        char sjis[2];
+        char *in = euc;
+        char *out = sjis;
+        std::size_t in_left = sizeof euc;
+        std::size_t out_left = sizeof sjis;
+        if (iconv(to_sjis, &in, &in_left, &out, &out_left) == 0 && out_left == 0) {
+            expected[0].append("-").append(euc, 2);
+            expected[1].append("-").append(euc, 2); // the wide code of the pair
+            expected[2] +=
+                {'-', static_cast<char>(euc[0] & 0x7f), static_cast<char>(euc[1] & 0x7f)};
+            expected[3].append("-").append(sjis, 2);
+        }
+    }
+    iconv_close(to_sjis);
+    ASSERT_GT(expected[0].size(), 6000u * 3);
+    expected[0] += "\x8e\xb1\xb0"; // a half-width letter, then half a character
+    expected[1] += std::string("\0\xb1", 2);
+    expected[2] += "\xb1";
+    expected[3] += "\xb1";
+    for (int encode = 0; encode < 4; ++encode) {
+        scratch_tree tree;
+        scoped_record record(tree.path + "a.txt");
+        ASSERT_EQ(pfa_fopen(record, 0, "w") + pfa_put_encode(record, encode), 0);
+        EXPECT_EQ(pfa_fprintf(record, "%s", expected[0].c_str()),
+                  encode == 0 ? PFA_E_NO_ERROR : PFA_E_INVALID_INPUT);
+        EXPECT_EQ(pfa_close(record), 0);
+        EXPECT_TRUE(text_of(tree.path + "a.txt") == expected[encode]) << encode;
+    }
+}
+
+} // namespace
