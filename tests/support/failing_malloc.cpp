@@ -20,11 +20,7 @@ void fail_allocation(long nth, bool persistently) {
 }
 
 static bool fails() {
-    const long before = left.load();
-    if (before == NO_FAILURE) {
-        return false;
-    }
-    left = before - 1;
+    const long before = left--;
     return before == 0 || (before < 0 && keeps_failing);
 }
 
