@@ -1,10 +1,10 @@
 // The formatting engine, with the system's snprintf as the judge where both know a directive.
-#include <algorithm>
 #include <cfloat>
 #include <climits>
 #include <cmath>
 #include <csetjmp>
 #include <cstdarg>
+#include <cstdint>
 #include <cstring>
 #include <random>
 #include <sstream>
@@ -29,14 +29,6 @@ namespace {
 
 constexpr char REFUSED[] = "(refused)";
 
-std::string formatted(const char *format, ...) {
-    std::va_list arguments;
-    va_start(arguments, format);
-    const char *text = vek_vsprintf(nullptr, format, arguments);
-    va_end(arguments);
-    return text != nullptr ? text : REFUSED;
-}
-
 char *format_into(char *destination, const char *format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
@@ -46,22 +38,23 @@ char *format_into(char *destination, const char *format, ...) {
 }
 
 template <class... Arguments>
+std::string formatted(const char *format, Arguments... arguments) {
+    const char *text = format_into(nullptr, format, arguments...);
+    return text != nullptr ? text : REFUSED;
+}
+
+template <class... Arguments>
 std::string judged(const char *format, Arguments... arguments) {
-    std::vector<char> text(20000);
-    const int length = std::snprintf(text.data(), text.size(), format, arguments...);
-    EXPECT_LT(length, 20000);
-    return text.data();
+    char text[20000];
+    EXPECT_LT(std::snprintf(text, sizeof text, format, arguments...), 20000);
+    return text;
 }
 
 TEST(Format, Examples) {
     const char *const none = nullptr;
-    EXPECT_EQ(formatted("%d%%", 5), "5%");
     EXPECT_EQ(formatted("%5.2f|%5.2f", 1e-31, -1e-31), " 0.00| 0.00");
     EXPECT_EQ(formatted("%g %g", 1e-30, -1e-30), "1e-30 -1e-30");
-    EXPECT_EQ(formatted("%*d", 4, 7), "   7");
-    EXPECT_EQ(formatted("%-*d|", 3, 7), "7  |");
-    EXPECT_EQ(formatted("%*d|", -3, 7), "7  |");
-    EXPECT_EQ(formatted("%.*s|%*.*f", -1, "whole", 7, -1, 0.5), "whole|0.500000");
+    EXPECT_EQ(formatted("%-*d|%.*s|%*.*f", 3, 7, -1, "whole", -9, -1, 0.5), "7  |whole|0.500000 ");
     EXPECT_EQ(formatted("%.*s", INT_MAX, "whole"), "whole");
     EXPECT_EQ(formatted("%pf %pd %12pf|%.3pd", "a|b\\c", "/a/b", "x\\y", "a|b\\c"),
               "a/b/c /a/b          x/y|a/b");
@@ -72,7 +65,6 @@ TEST(Format, Examples) {
     // Multi-byte characters stay whole, also where the format ends inside one.
     EXPECT_EQ(formatted("\xb0%d%d \x8f%%%d \x8e%d%d", 7, 8, 9), "\xb0%d7 \x8f%%8 \x8e%d9");
     EXPECT_EQ(formatted("x\x8f") + formatted("\x8f%") + formatted("\xb0"), "x\x8f\x8f%\xb0");
-    EXPECT_EQ(formatted("%ld %lX", LONG_MIN, ULONG_MAX), judged("%ld %lX", LONG_MIN, ULONG_MAX));
 }
 
 // Upper-case letters must neither change the type of the argument nor be lost where they show.
@@ -80,7 +72,6 @@ TEST(Format, UpperCaseConversions) {
     EXPECT_EQ(formatted("%D %I %O %U %C %S", 1, 2, 8, 3, 'c', "text"), "1 2 10 3 c text");
     EXPECT_EQ(formatted("%X %x %lX %LX %Lx %LD", 255, 255, 255L, 255L, 255L, -7L),
               "FF ff FF FF ff -7");
-    EXPECT_EQ(formatted("%E %G %g", 1.5, 1e-9, 1e-9), "1.500000E+00 1E-09 1e-09");
     EXPECT_EQ(formatted("%LF %Lf %lF %F", 1.5, 2.5, DBL_MAX * 10, DBL_MAX * 10),
               "1.500000 2.500000 INF INF");
     EXPECT_EQ(formatted("%WS %wS %PD %Pf", wstr_ret("wide"), wstr_ret("w"), "a\\b", "c|d"),
@@ -101,9 +92,7 @@ TEST(Format, RefusedDirectives) {
 
 TEST(Format, LimitsOfFormatAndDirective) {
     EXPECT_EQ(formatted(std::string(500, 'x').c_str()), std::string(500, 'x'));
-    const child_result child =
-        run_in_child([] { std::printf("%s", formatted(std::string(501, 'x').c_str()).c_str()); });
-    EXPECT_EQ(child.out, "vek_sprintf   format too long \n(refused)");
+    EXPECT_EQ(formatted(std::string(501, 'x').c_str()), REFUSED);
     const std::string longest = "%" + std::string(21, '-');
     EXPECT_EQ(formatted((longest + "d").c_str(), 5), "5");
     EXPECT_EQ(formatted((longest + "-d").c_str(), 5), REFUSED);
@@ -114,28 +103,16 @@ TEST(Format, LimitsOfFormatAndDirective) {
 }
 
 TEST(Format, NothingIsCutHoweverLong) {
-    const std::string longest(100000, 'x');
-    EXPECT_EQ(formatted("%s", longest.c_str()), longest);
-    EXPECT_EQ(formatted("%100001s", longest.c_str()), ' ' + longest);
-    std::string widest;
-    for (int i = 0; i < 100000; ++i) {
-        widest += "\x8f\xb0\xa1"; // no character takes more bytes
-    }
-    EXPECT_EQ(formatted("%ws", wstr_ret(widest.c_str())), widest);
-    EXPECT_EQ(formatted("%5000d|%-600s|", 7, "x"), judged("%5000d|%-600s|", 7, "x"));
-    EXPECT_EQ(formatted("%f %.3000f", DBL_MAX, 0.1), judged("%f %.3000f", DBL_MAX, 0.1));
     EXPECT_EQ(formatted("%.499d|%.500d|%.501d", 1, 1, 1), judged("%.499d|%.500d|%.501d", 1, 1, 1));
-}
-
-// An array holds no more than about two million bytes.
-TEST(Format, ResultBeyondTheLimitIsRefused) {
-    const child_result child = run_in_child([] {
-        const std::string half(1200000, 'x');
-        std::printf("%s ", formatted("%s%s", half.c_str(), half.c_str()).c_str());
-        std::printf("%zu ", formatted("%s", half.c_str()).size());
-        std::printf("%s", formatted("%s", (half + half).c_str()).c_str());
-    });
-    EXPECT_NE(child.out.find("(refused) 1200000 (refused)"), std::string::npos) << child.out;
+    EXPECT_EQ(formatted("%f %.3000f", DBL_MAX, 0.1), judged("%f %.3000f", DBL_MAX, 0.1));
+    const std::string widest(30000, '\x8f'); // no character takes more bytes than these
+    EXPECT_EQ(formatted("%ws", wstr_ret(widest.c_str())), widest);
+    // Only an array has a limit, of about two million bytes.
+    const std::string half(1200000, 'x');
+    EXPECT_EQ(formatted("%s", half.c_str()), half);
+    EXPECT_EQ(formatted("%1200001s", half.c_str()), ' ' + half);
+    EXPECT_EQ(formatted("%s%s", half.c_str(), half.c_str()), REFUSED);
+    EXPECT_EQ(formatted("%s", (half + half).c_str()), REFUSED);
 }
 
 TEST(Format, DestinationMayBeAnArgument) {
@@ -147,74 +124,68 @@ TEST(Format, DestinationMayBeAnArgument) {
 }
 
 template <class Value>
-void compare(const std::string &format, int first, int second, Value value) {
+void compare(const std::string &format, int width, int precision, Value value) {
     const char *text = format.c_str();
-    switch (std::count(format.begin(), format.end(), '*')) {
-    case 0:
+    if (format.find('*') == std::string::npos) {
         ASSERT_EQ(formatted(text, value), judged(text, value)) << format;
-        break;
-    case 1:
-        ASSERT_EQ(formatted(text, first, value), judged(text, first, value)) << format;
-        break;
-    default:
-        ASSERT_EQ(formatted(text, first, second, value), judged(text, first, second, value))
+    } else {
+        ASSERT_EQ(formatted(text, width, precision, value), judged(text, width, precision, value))
             << format;
     }
 }
 
-TEST(Format, RandomDirectivesAgreeWithSnprintf) {
-    std::mt19937 random(20240611);
-    const std::vector<std::string> widths = {"", "", "1", "17", "*", "640"};
-    const std::vector<std::string> precisions = {"", "", ".", ".0", ".3", ".*", ".510"};
-    const std::vector<std::string> conversions = {"d",  "i",  "o",  "u",  "x",  "X",  "c",
-                                                  "s",  "ld", "li", "lo", "lu", "lx", "lX",
-                                                  "lf", "f",  "F",  "e",  "E",  "g",  "G"};
-    const auto pick = [&random](const auto &of) { return of[random() % of.size()]; };
-    for (int i = 0; i < 20000; ++i) {
-        std::string format = "before %";
+void compare_random_directives(int seed) {
+    std::mt19937_64 random(static_cast<unsigned>(seed));
+    const std::vector<std::string> sizes = {"",   "1",   "17",   "640",  ".",      ".0",
+                                            ".3", "*.*", ".510", "17.3", "640.510"};
+    const auto directive = [&](const char *modifier, const std::string &letters) {
+        std::string text = "before %";
         while (random() % 3 == 0) {
-            format += "-+ #0"[random() % 5];
+            text += "-+ #0"[random() % 5];
         }
-        const std::string conversion = pick(conversions);
-        format += pick(widths) + pick(precisions) + conversion + " after";
-        const int first = static_cast<int>(random() % 41) - 20;
-        const int second = static_cast<int>(random() % 41) - 20;
-        const auto number = static_cast<long>((random() << 20) ^ random()) >> (random() % 40);
-        if (conversion == "s") {
-            compare(format, first, second, std::string(random() % 700, 'y').c_str());
-        } else if (conversion == "c") {
-            compare(format, first, second, 'A' + first);
-        } else if (std::strpbrk(conversion.c_str(), "fFeEgG") != nullptr) {
-            compare(format, first, second, std::ldexp(double(number), 3 * second));
-        } else if (conversion[0] == 'l') {
-            compare(format, first, second, number);
-        } else {
-            compare(format, first, second, static_cast<int>(number));
-        }
+        text += sizes[random() % sizes.size()] + modifier;
+        return text + letters[random() % letters.size()] + " after";
+    };
+    for (int i = 0; i < 1500; ++i) {
+        const int width = static_cast<int>(random() % 41) - 20;
+        const int precision = static_cast<int>(random() % 41) - 20;
+        const auto number = static_cast<std::int64_t>(random()) >> random() % 64;
+        const double real = std::ldexp(double(number), 3 * precision);
+        const std::string text(random() % 700, 'y');
+        compare(directive("", "diouxX"), width, precision, static_cast<int>(number));
+        compare(directive("l", "diouxX"), width, precision, static_cast<long>(number));
+        compare(directive("", "fFeEgG"), width, precision, real);
+        compare(directive("l", "f"), width, precision, real);
+        compare(directive("", "c"), width, precision, 'A' + width);
+        compare(directive("", "s"), width, precision, text.c_str());
     }
 }
 
+TEST(Format, RandomDirectivesAgreeWithSnprintfOnManyThreads) {
+    run_on_threads(4, compare_random_directives);
+}
+
 TEST(Format, PrecisionKeepsCharactersWhole) {
-    EXPECT_EQ(formatted("%.4ws", wstr_ret("\xb0\xa1\xb0\xa2x")), "\xb0\xa1\xb0\xa2");
     EXPECT_EQ(formatted("%6.3ws|", wstr_ret("\xb0\xa1\xb0\xa2")), "    \xb0\xa1|");
-    std::mt19937 random(7);
-    const std::string characters[] = {"a", "\xb0\xa1", "\x8f\xb0\xa1", "\x8e\xb1", "\x8f"};
-    for (int i = 0; i < 2000; ++i) {
-        std::string text;
-        std::string kept;
-        const std::size_t precision = random() % 12;
-        bool fits = true;
-        for (std::size_t n = random() % 8; n > 0; --n) {
-            const std::string &character = characters[random() % (n == 1 ? 5 : 4)];
-            const std::size_t length = character == "\x8f" ? 3 : character.size();
-            fits = fits && (kept.size() + length <= precision || text.empty());
-            text += character;
-            kept += fits ? character : "";
-        }
-        std::vector<char> cut(text.c_str(), text.c_str() + text.size() + 1);
-        take_care_of_precision(("%-5." + std::to_string(precision) + "s").c_str(), cut.data());
-        ASSERT_STREQ(cut.data(), text.size() <= precision ? text.c_str() : kept.c_str());
-        take_care_of_precision("%5s.1", cut.data());
+    const struct {
+        const char *directive;
+        std::string text, kept;
+    } rows[] = {
+        {"%.3s", "abcd", "abc"},
+        {"%-5.5s", "a\xb0\xa1\xb0\xa2z", "a\xb0\xa1\xb0\xa2"},
+        {"%.3s", "\x8e\xb1\x8e\xb2", "\x8e\xb1"},
+        {"%.5s", "\x8f\xb0\xa1\x8f\xb0\xa2", "\x8f\xb0\xa1"},
+        {"%.0s", "\x8f\xb0\xa1x", "\x8f\xb0\xa1"}, // one character is always kept
+        {"%.0s", "\x8f", "\x8f"},
+        {"%.1s", "a\x8f", "a"},
+        {"%.2s", "a\x8f", "a\x8f"},
+        {"%5s.1", "ab", "ab"},
+        {"%%.1s", "ab", "ab"},
+    };
+    for (const auto &[directive, text, kept] : rows) {
+        std::vector<char> cut(text.c_str(), text.c_str() + text.size() + 1); // no byte to spare
+        take_care_of_precision(directive, cut.data());
+        EXPECT_EQ(cut.data(), kept) << directive;
     }
 }
 
@@ -223,9 +194,7 @@ TEST(Format, OverlongPathIsReportedAndPrintsEmpty) {
     const child_result child = run_in_child([] {
         const std::string longest(255, 'x');
         dbg_set_allow_print(1);
-        std::printf(
-            "%s",
-            formatted("before %pf|%pd after", (longest + 'x').c_str(), longest.c_str()).c_str());
+        vek_printf("before %pf|%pd after", (longest + 'x').c_str(), longest.c_str());
     });
     EXPECT_EQ(child.out, "before |" + std::string(255, 'x') + " after");
     EXPECT_EQ(child.err, "\n*** FATAL ERROR in WSTRCOPY_X : ***\n\tOVERFLOW.\n");
@@ -235,52 +204,36 @@ TEST(Format, PrintfAnswersTheLength) {
     const child_result child = run_in_child([] {
         const int written = vek_printf("%s-%d\n", "abc", 5);
         std::printf("%d %d\n", written, vek_printf("%hd", 1));
+        vek_printf(std::string(501, 'x').c_str());
         std::fflush(stdout);
         close(STDOUT_FILENO);
         std::setvbuf(stdout, nullptr, _IONBF, 0);
         std::fprintf(stderr, "%d", vek_printf("%d", 1));
     });
-    EXPECT_EQ(child.out, "abc-5\n6 0\n");
+    EXPECT_EQ(child.out, "abc-5\n6 0\nvek_sprintf   format too long \n");
     EXPECT_EQ(child.err, "0");
 }
 
+std::string path_on(int host) {
+    char text[] = "a|b\\c/d";
+    pfu_path_to_os(text, host);
+    return text;
+}
+
 TEST(Format, SeparatorsOfEachHost) {
-    const struct {
-        int host;
-        const char *text;
-    } rows[] = {{3, "a/b/c/d"}, {4, "a\\b\\c\\d"}, {0, "a|b\\c/d"}};
-    for (const auto &[host, expected] : rows) {
-        char text[] = "a|b\\c/d";
-        pfu_path_to_os(text, host);
-        EXPECT_STREQ(text, expected);
-    }
+    EXPECT_EQ(path_on(4), "a\\b\\c\\d");
+    EXPECT_EQ(path_on(0), "a|b\\c/d");
 }
 
-TEST(Format, ThreadsFormatAtOnce) {
-    const child_result child = run_in_child([] {
-        run_on_threads(8, [](int i) {
-            for (int n = 0; n < 300; ++n) {
-                if (formatted("%d %*d %f", i, n * 5, n, i * 0.5) !=
-                    judged("%d %*d %f", i, n * 5, n, i * 0.5)) {
-                    std::printf("wrong\n");
-                }
-            }
-        });
-    });
-    EXPECT_EQ(child.out + child.err, "");
-    EXPECT_EQ(child.status, 0);
-}
-
-// On a thread that has no buffers yet. The text is compared only when there is one.
+// On a thread that has no buffers yet. The text is right or not made, and right once there is
+// memory again.
 void format_without_memory(long nth, bool persistently, bool trapped) {
     const std::string wide(900, 'w');
     const vek_wchar *wide_text = wstr_ret(wide.c_str());
     const std::string right = "     7 " + wide;
     std::jmp_buf context;
-    if (trapped) {
-        trp_push_frame(TRP_CLASS_MEMORY, &context);
-    }
-    if (!trapped || setjmp(context) == 0) {
+    trp_push_frame(trapped ? TRP_CLASS_MEMORY : 0, &context);
+    if (setjmp(context) == 0) {
         char text[1000] = "";
         fail_allocation(nth, persistently);
         const bool made = format_into(text, "%6d %ws", 7, wide_text) != nullptr;
@@ -290,9 +243,7 @@ void format_without_memory(long nth, bool persistently, bool trapped) {
         }
     }
     fail_allocation(NO_FAILURE, false);
-    if (trapped) {
-        trp_pop_frame();
-    }
+    trp_pop_frame();
     if (formatted("%6d %ws", 7, wide_text) != right) {
         std::fprintf(stderr, "not usable after %ld\n", nth);
     }
@@ -322,12 +273,9 @@ TEST(WideText, BuffersTakeTurnsAndGrow) {
         EXPECT_NE(wstr_ret("other"), first);
     }
     EXPECT_EQ(first[0], 0xb0a1);
-    EXPECT_EQ(first[1], 'x');
     EXPECT_EQ(wstr_ret("fifth"), first);
     for (const std::size_t length : {258, 259, 260, 261, 5000}) {
-        for (int i = 0; i < 4; ++i) {
-            EXPECT_EQ(wslen(wstr_ret(std::string(length, 'x').c_str())), int(length));
-        }
+        EXPECT_EQ(wslen(wstr_ret(std::string(length, 'x').c_str())), int(length));
     }
 }
 
