@@ -1,5 +1,4 @@
 // Wide text from and to EUC bytes, and the types of network file systems.
-#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -58,11 +57,10 @@ TEST(WideText, AllCharactersAreStable) {
 }
 
 TEST(FileSystem, OnlyNetworkTypesAreNotLocal) {
-    const std::vector<long long> network{0x6969, 0x517b, 0xff534d42, -11317950, 0x1021997};
-    for (const long long type :
-         {0xef53LL, 0x6969LL, 0x517bLL, 0xff534d42LL, -11317950LL, 0x9fa0LL}) {
-        EXPECT_EQ(ctp_is_network_type(type), std::count(network.begin(), network.end(), type));
+    for (const long long type : {0x6969LL, 0x517bLL, 0xff534d42LL, -11317950LL, 0x1021997LL}) {
+        EXPECT_EQ(ctp_is_network_type(type), 1) << type;
     }
+    EXPECT_EQ(ctp_is_network_type(0xef53) + ctp_is_network_type(0x9fa0), 0);
     EXPECT_EQ(ctp_is_network_path("/proc") + ctp_is_network_path("/no such directory"), 0);
 }
 

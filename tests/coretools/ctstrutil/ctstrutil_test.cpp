@@ -35,44 +35,34 @@ TEST(EucCodes, NothingIsReadBeyondTheCount) {
     }
 }
 
-std::string converted(iconv_t converter, std::string text) {
-    char buffer[16];
-    char *in = text.data();
-    char *out = buffer;
-    std::size_t in_left = text.size();
-    std::size_t out_left = sizeof buffer;
-    iconv(converter, nullptr, nullptr, nullptr, nullptr);
-    const std::size_t failed = iconv(converter, &in, &in_left, &out, &out_left);
-    return failed == 0 ? std::string(buffer, out) : "";
-}
-
 // Every JIS X 0208 character that the C library knows in both codes.
 TEST(EucCodes, WholeTableAgreesWithTheCLibrary) {
-    const iconv_t to_jis = iconv_open("ISO-2022-JP", "EUC-JP");
     const iconv_t to_sjis = iconv_open("SHIFT_JIS", "EUC-JP");
-    if (to_jis == iconv_t(-1) || to_sjis == iconv_t(-1)) {
+    if (to_sjis == iconv_t(-1)) {
         GTEST_SKIP() << "no Japanese code tables on this machine";
     }
     int compared = 0;
     for (int code = 0xa1a1; code <= 0xfefe; ++code) {
-        const std::string euc{static_cast<char>(code >> 8), static_cast<char>(code)};
-        const std::string jis = converted(to_jis, euc); // escape, '$', 'B', row, cell
-        const std::string sjis = converted(to_sjis, euc);
-        if (jis.rfind("\x1b$B", 0) != 0 || sjis.size() != 2) {
+        char euc[] = {static_cast<char>(code >> 8), static_cast<char>(code)};
+        char sjis[2];
+        char *in = euc;
+        char *out = sjis;
+        std::size_t in_left = sizeof euc;
+        std::size_t out_left = sizeof sjis;
+        iconv(to_sjis, nullptr, nullptr, nullptr, nullptr);
+        if (iconv(to_sjis, &in, &in_left, &out, &out_left) != 0 || out_left != 0) {
             continue;
         }
         vek_wchar wide = 0;
-        ASSERT_EQ(euc_mb2wc(&wide, euc.c_str(), 2), 2);
+        ASSERT_EQ(euc_mb2wc(&wide, euc, 2), 2);
         auto first = static_cast<unsigned char>(wc_euc2jis(wide) >> 8);
         auto second = static_cast<unsigned char>(wc_euc2jis(wide));
-        EXPECT_EQ(jis.substr(3, 2), std::string({char(first), char(second)}));
         jis2sjis(&first, &second);
-        EXPECT_EQ(sjis, std::string({char(first), char(second)}));
+        EXPECT_EQ(std::string(sjis, 2), std::string({char(first), char(second)})) << code;
         ++compared;
     }
-    EXPECT_GT(compared, 6800);
-    iconv_close(to_jis);
     iconv_close(to_sjis);
+    EXPECT_GT(compared, 6800);
     unsigned char no_row = 0;
     unsigned char cell = 0x21;
     jis2sjis(&no_row, &cell);
