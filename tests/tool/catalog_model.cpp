@@ -3,31 +3,65 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cstdio>
+#include <filesystem>
 #include <fstream>
+#include <iomanip>
+#include <regex>
 #include <sstream>
 #include <strings.h>
 
-#include <dirent.h>
-#include <sys/stat.h>
+#include <gtest/gtest.h>
+
+namespace fs = std::filesystem;
 
 namespace {
 
-struct type_row {
-    int code;
-    std::string extension;
-    std::size_t name_length;
-};
+// The longest paths that are read. A directory's record takes four characters more.
+constexpr std::size_t LONGEST_FILE = 259;
+constexpr std::size_t LONGEST_DIRECTORY = 255;
+
+// The names of these types may hold any character.
+const std::set<int> TAKES_ANY_NAME = {134, 183, 819, 832, 1002, 1006};
+
+// above holds the directories from the root down; relative names the last, and ends in '/' unless
+// that is the root.
+void read_directory(model_library *library, const std::string &relative,
+                    std::vector<fs::path> above, const std::set<std::string> &refused) {
+    above.push_back(library->root + "/" + relative);
+    for (const fs::directory_entry &entry : fs::directory_iterator(above.back())) {
+        const std::string path = entry.path().string();
+        const std::string name = entry.path().filename().string();
+        const std::string below = relative + name + "/";
+        std::error_code error;
+        const bool is_dir = entry.is_directory(error);
+        const auto is_entry = [&](const fs::path &up) { return fs::equivalent(up, path, error); };
+        if (path.size() > (is_dir ? LONGEST_DIRECTORY : LONGEST_FILE)) {
+            library->warnings += "Warning: Path too long: " + path + "\n";
+        } else if (!is_dir) {
+            model_member member = model_of_name(name);
+            member.path = relative.substr(0, relative.rfind('/'));
+            if (member.type > 0) {
+                library->members.push_back(member);
+            }
+        } else if (refused.contains(relative + name) || refused.contains(below)) {
+            continue;
+        } else if (std::any_of(above.begin(), above.end(), is_entry)) {
+            library->warnings += "Warning: Directory loop at " + path + "/\n";
+        } else {
+            read_directory(library, below, above, refused);
+        }
+    }
+}
+
+} // namespace
 
 const std::vector<type_row> &type_table() {
     static const std::vector<type_row> rows = [] {
         std::vector<type_row> read;
         std::ifstream file(VEK_TYPE_TABLE);
-        std::string line;
-        std::getline(file, line);
-        while (std::getline(file, line)) {
-            type_row row;
-            std::istringstream(line) >> row.code >> row.extension >> row.name_length;
+        std::string heading;
+        std::getline(file, heading);
+        for (type_row row; file >> row.code >> row.extension >> row.name_length;) {
             read.push_back(row);
         }
         return read;
@@ -35,124 +69,56 @@ const std::vector<type_row> &type_table() {
     return rows;
 }
 
-std::string lower(std::string text) {
-    for (char &c : text) {
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    }
-    return text;
-}
-
-// The '.' before a version: a number of 16 signed bits without leading zeros at the end.
-std::size_t version_dot(const std::string &name) {
-    const std::size_t dot = name.rfind('.');
-    if (dot == name.npos || dot == 0) {
-        return name.npos;
-    }
-    std::string digits = name.substr(dot + 1);
-    const bool negative = !digits.empty() && digits[0] == '-';
-    if (negative) {
-        digits.erase(0, 1);
-    }
-    const bool number = !digits.empty() && digits[0] != '0' && digits.size() <= 5 &&
-                        std::all_of(digits.begin(), digits.end(),
-                                    [](unsigned char c) { return std::isdigit(c) != 0; });
-    return number && std::stol(digits) <= (negative ? 32768 : 32767) ? dot : name.npos;
-}
-
-bool in_alphabet(const std::string &name) {
-    return name[0] != '-' && std::all_of(name.begin(), name.end(), [](unsigned char c) {
-               return c < 0x80 && (std::isalnum(c) != 0 || c == '_' || c == '-');
-           });
-}
-
-using place = std::pair<dev_t, ino_t>;
-
-void read_directory(const std::string &directory, const std::string &relative,
-                    std::vector<place> above, const std::set<std::string> &passed_over,
-                    std::vector<model_member> *members) {
-    struct stat status;
-    DIR *listing = opendir(directory.c_str());
-    if (listing == nullptr || fstat(dirfd(listing), &status) != 0) {
-        return;
-    }
-    above.emplace_back(status.st_dev, status.st_ino);
-    while (const dirent *entry = readdir(listing)) {
-        const std::string name = entry->d_name;
-        const std::string path = directory + "/" + name;
-        if (name == "." || name == "..") {
-            continue;
-        }
-        if (stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
-            const std::string below = relative.empty() ? name : relative + "/" + name;
-            const place here(status.st_dev, status.st_ino);
-            if (std::find(above.begin(), above.end(), here) == above.end() &&
-                !passed_over.contains(below)) {
-                read_directory(path, below, above, passed_over, members);
-            }
-        } else if (model_member member = model_of_name(name); member.type > 0) {
-            member.path = relative;
-            members->push_back(member);
-        }
-    }
-    closedir(listing);
-}
-
-// The names of these types may hold any character.
-bool takes_any_name(int type) {
-    return type == 134 || type == 183 || type == 819 || type == 832 || type == 1002 || type == 1006;
-}
-
-} // namespace
-
+// A name, a '.', an extension, and perhaps a '.' and a version: a number of 16 signed bits without
+// leading zeros.
 model_member model_of_name(const std::string &file_name) {
+    static const std::regex form(R"(([^.][\s\S]*?)\.([^.]+)(\.(-?[1-9]\d{0,4}))?)");
+    static const std::regex alphabet("[A-Za-z0-9_][A-Za-z0-9_-]*");
     const model_member none{0, "", "", ""};
-    const std::string rest = file_name.substr(0, version_dot(file_name));
-    const std::size_t dot = rest.rfind('.');
-    if (rest[0] == '.' || dot == rest.npos || dot + 1 == rest.size()) {
+    std::smatch parts;
+    if (!std::regex_match(file_name, parts, form)) {
         return none;
     }
-    const std::string name = rest.substr(0, dot);
-    const std::string extension = rest.substr(dot + 1);
+    const int version = parts[4].matched ? std::stoi(parts[4]) : 0;
+    if (version != static_cast<std::int16_t>(version)) {
+        return none;
+    }
+    const std::string name = parts[1];
+    std::string extension = parts[2];
     for (const type_row &row : type_table()) {
         if (strcasecmp(row.extension.c_str(), extension.c_str()) == 0 && extension != "-") {
-            const bool fits = name.size() < 32 || name.size() < row.name_length;
-            const bool valid = in_alphabet(name) || takes_any_name(row.code);
-            return row.code > 0 && fits && valid
-                       ? model_member{row.code, name, "", lower(row.extension)}
-                       : none;
+            const bool fits = name.size() < std::max<std::size_t>(32, row.name_length);
+            const bool valid =
+                TAKES_ANY_NAME.contains(row.code) || std::regex_match(name, alphabet);
+            std::transform(extension.begin(), extension.end(), extension.begin(), ::tolower);
+            return row.code > 0 && fits && valid ? model_member{row.code, name, "", extension}
+                                                 : none;
         }
     }
     return none;
 }
 
-model_library read_library(const std::string &root, const std::set<std::string> &passed_over) {
-    model_library library{root, {}};
-    read_directory(root, "", {}, passed_over, &library.members);
+model_library read_library(const std::string &root, const std::set<std::string> &refused) {
+    model_library library{root, {}, ""};
+    for (const std::string &name : refused) {
+        library.warnings += "Warning: No access to " + root + "/" + name + "\n";
+    }
+    read_directory(&library, "", {}, refused);
     std::sort(library.members.begin(), library.members.end());
     return library;
 }
 
 std::string model_library::catalog() const {
-    std::string name = root.substr(root.rfind('/') + 1).substr(0, 31);
-    std::replace(name.begin(), name.end(), '.', '_');
+    using std::setw;
     std::ostringstream text;
     text << std::left;
-    const auto field = [&text](const auto &value, int width) {
-        text.width(width);
-        text << value;
-    };
     const auto header = [&] {
-        field(name, 32);
-        field(members.size(), 28);
-        field(260, 4);
-        text << '\n';
+        text << setw(32) << catalog_name(root) << setw(28) << members.size() << "260 \n";
     };
     header();
     for (const model_member &member : members) {
-        field(member.type, 4);
-        field(member.name, 32);
-        field(member.path, 224);
-        text << '\n';
+        text << setw(4) << member.type << setw(32) << member.name << setw(224) << member.path
+             << '\n';
     }
     header();
     return text.str();
@@ -176,4 +142,15 @@ std::string model_library::duplicate_report() const {
         }
     }
     return text;
+}
+
+void expect_catalog(const scratch_library &library, const std::set<std::string> &refused,
+                    const tool_run &run) {
+    const tool_result result = build_catalog(library.root, run);
+    const model_library model = read_library(library.root, refused);
+    const std::string report = model.duplicate_report();
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(lines_of(result.output), lines_of(model.warnings + report));
+    EXPECT_TRUE(result.output.ends_with(report)) << result.output;
+    EXPECT_EQ(library.catalog(), model.catalog());
 }

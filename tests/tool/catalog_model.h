@@ -2,9 +2,14 @@
 // comes from the code under test.
 #pragma once
 
-#include <set>
-#include <string>
-#include <vector>
+#include "tests/tool/tool_run.h"
+
+struct type_row {
+    int code;
+    std::string extension;
+    std::size_t name_length;
+};
+const std::vector<type_row> &type_table();
 
 struct model_member {
     int type;
@@ -18,6 +23,7 @@ struct model_member {
 struct model_library {
     std::string root;
     std::vector<model_member> members; // in catalog order
+    std::string warnings;              // of the scan; their order is that of the host
 
     std::string catalog() const;
     std::string duplicate_report() const;
@@ -26,6 +32,10 @@ struct model_library {
 // The member that a file name makes; type 0 when it makes none.
 model_member model_of_name(const std::string &file_name);
 
-// Reads the tree at root through the host. Directories in passed_over (relative to the root) are
-// not entered, and no directory is entered below itself.
-model_library read_library(const std::string &root, const std::set<std::string> &passed_over = {});
+// Reads the tree at root through the host. Names in refused are relative to the root, and end in a
+// '/' where the warning does; such directories are not entered.
+model_library read_library(const std::string &root, const std::set<std::string> &refused = {});
+
+// Runs the tool on a library that it can catalog, and compares with the model.
+void expect_catalog(const scratch_library &library, const std::set<std::string> &refused = {},
+                    const tool_run &run = {});

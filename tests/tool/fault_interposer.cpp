@@ -1,7 +1,6 @@
 // Preloaded before the tool: makes the Nth call of a function of the C library fail.
 //
-//   VEK_FAULT_CALL    malloc (with calloc and realloc), opendir, readdir, stat (with fstat and
-//                     lstat), fopen or fwrite
+//   VEK_FAULT_CALL    malloc (with realloc), opendir, readdir, stat, fopen or fwrite
 //   VEK_FAULT_AT      N, counted from 1
 //   VEK_FAULT_STICKY  1 when every later call fails too
 //   VEK_FAULT_RENAME  a path: instead of failing, the Nth call gives it the ending ".gone" first
@@ -15,37 +14,26 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 extern "C" {
 void *__libc_malloc(std::size_t size);
-void *__libc_calloc(std::size_t count, std::size_t size);
 void *__libc_realloc(void *data, std::size_t size);
 }
 
 namespace {
 
-const char *setting(const char *name) {
-    const char *value = std::getenv(name);
-    return value == nullptr ? "" : value;
-}
-
-long injected;
+int injected;
 
 bool fails(const char *call) {
-    static long calls;
-    static const char *const chosen = setting("VEK_FAULT_CALL");
-    static const long at = std::strtol(setting("VEK_FAULT_AT"), nullptr, 10);
-    static const bool sticky = setting("VEK_FAULT_STICKY")[0] == '1';
-    if (std::strcmp(call, chosen) != 0) {
-        return false;
-    }
-    ++calls;
-    if (calls != at && !(sticky && calls > at)) {
+    static int calls;
+    static const int at = std::atoi(std::getenv("VEK_FAULT_AT"));
+    static const bool sticky = std::atoi(std::getenv("VEK_FAULT_STICKY")) != 0;
+    if (std::strcmp(call, std::getenv("VEK_FAULT_CALL")) != 0 || ++calls < at ||
+        (calls > at && !sticky)) {
         return false;
     }
     ++injected;
-    const char *path = setting("VEK_FAULT_RENAME");
+    const char *path = std::getenv("VEK_FAULT_RENAME");
     if (path[0] == '\0') {
         return true;
     }
@@ -60,22 +48,13 @@ Function next(Function, const char *name) {
     return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
 }
 
-void report() {
+__attribute__((destructor)) void report() {
     int open_descriptors = 0;
     for (int fd = 0; fd < 256; ++fd) {
         open_descriptors += fcntl(fd, F_GETFD) != -1 ? 1 : 0;
     }
-    char text[64];
-    const int length = std::snprintf(text, sizeof text, "%ld %d\n", injected, open_descriptors);
-    const int fd = open(setting("VEK_FAULT_REPORT"), O_WRONLY | O_CREAT | O_TRUNC, 0666);
-    if (fd != -1) {
-        [[maybe_unused]] const ssize_t written = write(fd, text, length);
-        close(fd);
-    }
-}
-
-__attribute__((destructor)) void at_exit() {
-    report();
+    const int fd = open(std::getenv("VEK_FAULT_REPORT"), O_WRONLY | O_CREAT | O_TRUNC, 0666);
+    dprintf(fd, "%d %d\n", injected, open_descriptors);
 }
 
 } // namespace
@@ -91,11 +70,6 @@ extern "C" {
 void *malloc(std::size_t size) {
     FAULT("malloc", ENOMEM, nullptr)
     return __libc_malloc(size);
-}
-
-void *calloc(std::size_t count, std::size_t size) {
-    FAULT("malloc", ENOMEM, nullptr)
-    return __libc_calloc(count, size);
 }
 
 void *realloc(void *data, std::size_t size) {
@@ -116,16 +90,6 @@ dirent *readdir(DIR *directory) {
 int stat(const char *name, struct stat *status) {
     FAULT("stat", EIO, -1)
     return next(static_cast<int (*)(const char *, struct stat *)>(stat), "stat64")(name, status);
-}
-
-int lstat(const char *name, struct stat *status) {
-    FAULT("stat", EIO, -1)
-    return next(lstat, "lstat64")(name, status);
-}
-
-int fstat(int fd, struct stat *status) {
-    FAULT("stat", EIO, -1)
-    return next(fstat, "fstat64")(fd, status);
 }
 
 std::FILE *fopen(const char *name, const char *mode) {

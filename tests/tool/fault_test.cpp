@@ -1,37 +1,31 @@
 // Whole runs in which one call of the C library fails, for every call in turn: each ends in the
 // right catalog or in a status that says otherwise.
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 
 #include <gtest/gtest.h>
 
 #include "tests/tool/catalog_model.h"
-#include "tests/tool/tool_run.h"
 
 namespace {
 
 constexpr char OLD_CATALOG[] = "the catalog of an earlier run\n";
 
-struct fault_result {
-    tool_result result;
+struct fault_result : tool_result {
     int injected;
     int open_descriptors;
 };
 
-class Faults : public testing::Test {
+class Faults : public testing::TestWithParam<const char *> {
   protected:
     void SetUp() override {
 #ifdef VEK_SANITIZED
         GTEST_SKIP() << "the sanitizers have an allocator of their own";
 #endif
-        int parts = 0;
-        for (int k = 0; k < 18; ++k) {
-            for (const char *where :
-                 {"", "sub/", "sub/deep/", "sub/deep/er/", "other.bak/", "z/"}) {
-                const std::string number = std::to_string(parts++);
-                library_.file(where + ("part" + number) + (k % 2 == 0 ? ".prt.1" : ".ASM"));
-            }
+        for (int k = 0; k < 108; ++k) {
+            const char *const where[] = {"", "sub/", "sub/deep/", "sub/deep/er/", "other.bak/"};
+            library_.file(where[k % std::size(where)] + ("part" + std::to_string(k)) +
+                          (k % 2 == 0 ? ".prt.1" : ".ASM"));
         }
         library_.file("sub/bolt.prt");
         library_.file("bolt.prt");
@@ -41,15 +35,13 @@ class Faults : public testing::Test {
 
     fault_result run(const std::string &call, int at, bool sticky, const std::string &rename = "") {
         library_.file("mylib.ctg.1", OLD_CATALOG);
-        const std::string report = library_.top() + "/report";
+        const std::string report = library_.top + "/report";
         tool_run run;
-        run.environment = {"LD_PRELOAD=" VEK_FAULT_LIBRARY,
-                           "VEK_FAULT_CALL=" + call,
-                           "VEK_FAULT_AT=" + std::to_string(at),
-                           "VEK_FAULT_STICKY=" + std::to_string(sticky ? 1 : 0),
-                           "VEK_FAULT_RENAME=" + rename,
-                           "VEK_FAULT_REPORT=" + report};
-        fault_result result{build_catalog(library_.root(), run), -1, -1};
+        run.environment = {
+            "LD_PRELOAD=" VEK_FAULT_LIBRARY,      "VEK_FAULT_CALL=" + call,
+            "VEK_FAULT_AT=" + std::to_string(at), "VEK_FAULT_STICKY=" + std::to_string(sticky),
+            "VEK_FAULT_RENAME=" + rename,         "VEK_FAULT_REPORT=" + report};
+        fault_result result{build_catalog(library_.root, run), -1, -1};
         std::istringstream(read_file(report)) >> result.injected >> result.open_descriptors;
         std::filesystem::remove(report);
         return result;
@@ -57,82 +49,58 @@ class Faults : public testing::Test {
 
     // The directories that the warnings of a run name, relative to the root.
     std::set<std::string> refused(const std::string &output) const {
-        const std::string mark = "Warning: No access to " + library_.root() + "/";
+        const std::string mark = "Warning: No access to " + library_.root + "/";
         std::set<std::string> names;
-        std::istringstream lines(output);
-        for (std::string line; std::getline(lines, line);) {
+        for (const std::string &line : lines_of(output)) {
             if (line.starts_with(mark)) {
-                std::string name = line.substr(mark.size());
-                name.erase(name.find_last_not_of('/') + 1);
-                names.insert(name);
+                names.insert(line.substr(mark.size()));
             }
         }
         return names;
     }
 
     void expect_right_or_failed(const fault_result &fault, bool writes_may_fail) const {
-        const std::string &output = fault.result.output;
         const std::string catalog = library_.catalog();
-        if (output.starts_with("Error initializing clump lock.")) { // the core ends the process
+        const auto says = [&](const char *text) {
+            return fault.output.find(text) != std::string::npos;
+        };
+        if (says("Error initializing clump lock.")) { // the core ends the process
             EXPECT_EQ(catalog, OLD_CATALOG);
-        } else if (fault.result.status == 1) {
-            const bool right = catalog == read_library(library_.root(), refused(output)).catalog();
-            EXPECT_TRUE(right || writes_may_fail) << catalog;
+        } else if (fault.status == 1) {
+            const model_library model = read_library(library_.root, refused(fault.output));
+            EXPECT_TRUE(catalog == model.catalog() || writes_may_fail) << catalog;
         } else {
-            EXPECT_EQ(fault.result.status, 0);
-            EXPECT_NE(output.find("Error: "), std::string::npos);
-            const bool root_not_opened = output.find("Error: Could not open") != output.npos;
-            EXPECT_EQ(catalog, root_not_opened ? model_library({library_.root(), {}}).catalog()
-                                               : OLD_CATALOG);
-        }
-    }
-
-    void fail_every_call(const std::string &call) {
-        const int quiet_descriptors = run("none", 0, false).open_descriptors;
-        for (const bool sticky : {false, true}) {
-            for (int at = 1;; ++at) {
-                SCOPED_TRACE(call + " " + std::to_string(at) + (sticky ? " and later" : ""));
-                const fault_result fault = run(call, at, sticky);
-                ASSERT_LT(fault.result.status, 1000);
-                EXPECT_EQ(fault.open_descriptors, quiet_descriptors);
-                expect_right_or_failed(fault, call == "fwrite");
-                if (HasFailure()) {
-                    FAIL() << fault.result.output;
-                }
-                if (fault.injected == 0) {
-                    EXPECT_GT(at, 1);
-                    break;
-                }
-            }
+            EXPECT_EQ(fault.status, 0);
+            EXPECT_TRUE(says("Error: "));
+            const model_library empty{library_.root, {}, ""};
+            EXPECT_EQ(catalog, says("Error: Could not open") ? empty.catalog() : OLD_CATALOG);
         }
     }
 
     scratch_library library_;
 };
 
-TEST_F(Faults, Memory) {
-    fail_every_call("malloc");
+TEST_P(Faults, EveryCallInTurn) {
+    const std::string call = GetParam();
+    const int quiet_descriptors = run("none", 0, false).open_descriptors;
+    for (const bool sticky : {false, true}) {
+        int injected = 1;
+        for (int at = 1; injected > 0; ++at) {
+            SCOPED_TRACE(call + " " + std::to_string(at) + (sticky ? " and later" : ""));
+            const fault_result fault = run(call, at, sticky);
+            ASSERT_GE(fault.status, 0);
+            EXPECT_EQ(fault.open_descriptors, quiet_descriptors);
+            expect_right_or_failed(fault, call == "fwrite");
+            ASSERT_FALSE(HasFailure()) << fault.output;
+            injected = fault.injected;
+            EXPECT_TRUE(at > 1 || injected > 0);
+        }
+    }
 }
 
-TEST_F(Faults, Opendir) {
-    fail_every_call("opendir");
-}
-
-TEST_F(Faults, Readdir) {
-    fail_every_call("readdir");
-}
-
-TEST_F(Faults, Stat) {
-    fail_every_call("stat");
-}
-
-TEST_F(Faults, Fopen) {
-    fail_every_call("fopen");
-}
-
-TEST_F(Faults, Fwrite) {
-    fail_every_call("fwrite");
-}
+INSTANTIATE_TEST_SUITE_P(Tool, Faults,
+                         testing::Values("malloc", "opendir", "readdir", "stat", "fopen", "fwrite"),
+                         [](const auto &test) { return std::string(test.param); });
 
 // A directory that goes away just before it is opened costs a warning and its own members.
 TEST_F(Faults, DirectoryRemovedWhileScanning) {
@@ -140,7 +108,7 @@ TEST_F(Faults, DirectoryRemovedWhileScanning) {
         const fault_result fault = run("opendir", at, false, library_.path("sub"));
         std::filesystem::rename(library_.path("sub.gone"), library_.path("sub"));
         expect_right_or_failed(fault, false);
-        EXPECT_EQ(fault.result.status, 1);
+        EXPECT_EQ(fault.status, 1);
     }
 }
 

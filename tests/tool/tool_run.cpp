@@ -10,9 +10,9 @@
 
 #include <fcntl.h>
 #include <grp.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
+
+#include "tests/support/child_process.h"
 
 namespace fs = std::filesystem;
 
@@ -21,48 +21,23 @@ namespace {
 constexpr unsigned LONGEST_RUN_SECONDS = 60;
 constexpr int CHILD_NOT_STARTED = 99;
 
-int open_output(const std::string &where, const std::string &capture) {
-    if (where == "closed") {
-        return -1;
+std::vector<char *> null_ended(const std::vector<std::string> &texts) {
+    std::vector<char *> pointers;
+    for (const std::string &text : texts) {
+        pointers.push_back(const_cast<char *>(text.c_str()));
     }
-    if (where == "unread") {
-        int ends[2];
-        if (pipe(ends) != 0) {
-            std::_Exit(CHILD_NOT_STARTED);
-        }
-        close(ends[0]);
-        return ends[1];
-    }
-    return open((where.empty() ? capture : where).c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
+    pointers.push_back(nullptr);
+    return pointers;
 }
 
-[[noreturn]] void become_tool(const tool_run &run, const std::string &capture) {
+void become_tool(tool_run run) {
     // Opened before rights are dropped: the ordinary user need not reach the build folder.
     const int tool = open(VEK_TOOL, O_RDONLY | O_CLOEXEC);
-    const int output = open_output(run.standard_output, capture);
-    if (output == -1) {
-        close(1);
-    } else {
-        dup2(output, 1);
-        close(output);
-    }
-    if (run.ordinary_user && geteuid() == 0 &&
-        (setgroups(0, nullptr) != 0 || setgid(ORDINARY_USER) != 0 || setuid(ORDINARY_USER) != 0)) {
-        std::_Exit(CHILD_NOT_STARTED);
-    }
-    std::vector<char *> arguments{const_cast<char *>("vek_build_librar_ctg")};
-    for (const std::string &argument : run.arguments) {
-        arguments.push_back(const_cast<char *>(argument.c_str()));
-    }
-    arguments.push_back(nullptr);
-    std::vector<char *> environment;
-    for (const std::string &variable : run.environment) {
-        environment.push_back(const_cast<char *>(variable.c_str()));
-    }
-    environment.push_back(nullptr);
+    run.prepare();
+    run.arguments.insert(run.arguments.begin(), "vek_build_librar_ctg");
     if (chdir(run.directory.c_str()) == 0) {
         alarm(LONGEST_RUN_SECONDS);
-        fexecve(tool, arguments.data(), environment.data());
+        fexecve(tool, null_ended(run.arguments).data(), null_ended(run.environment).data());
     }
     std::_Exit(CHILD_NOT_STARTED);
 }
@@ -71,16 +46,16 @@ int open_output(const std::string &where, const std::string &capture) {
 
 scratch_library::scratch_library(const std::string &name) {
     char pattern[] = "/tmp/vek_tool_XXXXXX";
-    top_ = mkdtemp(pattern);
-    root_ = top_ + "/" + name;
-    fs::create_directory(root_);
-    chmod(top_.c_str(), 0777);
-    chmod(root_.c_str(), 0777);
+    top = mkdtemp(pattern);
+    root = top + "/" + name;
+    fs::create_directory(root);
+    fs::permissions(top, fs::perms::all);
+    fs::permissions(root, fs::perms::all);
 }
 
 scratch_library::~scratch_library() {
     std::error_code ignored;
-    fs::remove_all(top_, ignored);
+    fs::remove_all(top, ignored);
 }
 
 void scratch_library::directory(const std::string &name) const {
@@ -98,13 +73,24 @@ void scratch_library::link(const std::string &name, const std::string &target) c
 }
 
 std::string scratch_library::catalog_path() const {
-    std::string name = fs::path(root_).filename().string().substr(0, 31);
-    std::replace(name.begin(), name.end(), '.', '_');
-    return path(name + ".ctg.1");
+    return path(catalog_name(root) + ".ctg.1");
 }
 
 std::string scratch_library::catalog() const {
     return read_file(catalog_path());
+}
+
+std::string catalog_name(const std::string &root) {
+    std::string name = fs::path(root).filename().string().substr(0, 31);
+    std::replace(name.begin(), name.end(), '.', '_');
+    return name;
+}
+
+void drop_rights() {
+    constexpr uid_t ORDINARY_USER = 65534;
+    if (setgroups(0, nullptr) != 0 || setgid(ORDINARY_USER) != 0 || setuid(ORDINARY_USER) != 0) {
+        std::_Exit(CHILD_NOT_STARTED);
+    }
 }
 
 void PrintTo(const tool_result &result, std::ostream *out) {
@@ -112,17 +98,9 @@ void PrintTo(const tool_result &result, std::ostream *out) {
 }
 
 tool_result run_tool(const tool_run &run) {
-    char capture[] = "/tmp/vek_output_XXXXXX";
-    close(mkstemp(capture));
-    const pid_t child = fork();
-    if (child == 0) {
-        become_tool(run, capture);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    const std::string output = read_file(capture);
-    unlink(capture);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status), output};
+    const child_result child = run_in_child([&] { become_tool(run); });
+    std::fputs(child.err.c_str(), stderr);
+    return {child.status, child.out};
 }
 
 tool_result build_catalog(const std::string &library_dir, tool_run run) {
@@ -132,21 +110,14 @@ tool_result build_catalog(const std::string &library_dir, tool_run run) {
 
 std::string read_file(const std::string &path) {
     std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
-std::string sorted_lines(const std::string &text) {
-    std::vector<std::string> lines;
+std::multiset<std::string> lines_of(const std::string &text) {
+    std::multiset<std::string> lines;
     std::istringstream in(text);
     for (std::string line; std::getline(in, line);) {
-        lines.push_back(line + "\n");
+        lines.insert(line);
     }
-    std::sort(lines.begin(), lines.end());
-    std::string result;
-    for (const std::string &line : lines) {
-        result += line;
-    }
-    return result;
+    return lines;
 }

@@ -1,51 +1,46 @@
 // Scratch libraries, and runs of the built tool on them.
 #pragma once
 
+#include <set>
 #include <string>
 #include <vector>
 
-#include <sys/types.h>
-
-constexpr uid_t ORDINARY_USER = 65534;
-
-// A scratch directory that anybody may enter, with an empty library "mylib" in it. Names are
-// relative to the library.
-class scratch_library {
-  public:
+// A scratch directory that anybody may enter, with an empty library in it. Names are relative to
+// the library.
+struct scratch_library {
     explicit scratch_library(const std::string &name = "mylib");
     ~scratch_library();
     scratch_library(const scratch_library &) = delete;
-    scratch_library &operator=(const scratch_library &) = delete;
 
-    const std::string &top() const { return top_; }
-    const std::string &root() const { return root_; }
-    std::string path(const std::string &name) const { return root_ + "/" + name; }
+    std::string path(const std::string &name) const { return root + "/" + name; }
 
     // Each makes the directories above as well.
     void directory(const std::string &name) const;
     void file(const std::string &name, const std::string &text = "") const;
     void link(const std::string &name, const std::string &target) const;
 
-    // The catalog file, empty when there is none.
-    std::string catalog() const;
     std::string catalog_path() const;
+    std::string catalog() const; // empty when there is none
 
-  private:
-    std::string top_;
-    std::string root_;
+    std::string top;
+    std::string root;
 };
+
+// What the catalog of a library is called in its header and, with ".ctg.1", on the disk.
+std::string catalog_name(const std::string &root);
 
 struct tool_run {
-    std::vector<std::string> arguments;
-    std::vector<std::string> environment; // the whole of it, "NAME=value"
-    std::string directory = "/";          // where the tool is started
-    bool ordinary_user = false;           // not as root
-    std::string standard_output;          // a file to write it to; "closed", "unread" for a pipe
-                                          // without a reader; empty to capture it
+    std::vector<std::string> arguments = {};
+    std::vector<std::string> environment = {}; // the whole of it, "NAME=value"
+    std::string directory = "/";               // where the tool is started
+    void (*prepare)() = [] {};                 // called in the process that becomes the tool
 };
 
+// A preparation: not as root.
+void drop_rights();
+
 struct tool_result {
-    int status; // exit status; 1000 + number for a signal, which a hang ends in too
+    int status; // exit status; minus the number of a signal, which a hang ends in too
     std::string output;
 
     bool operator==(const tool_result &) const = default;
@@ -56,4 +51,4 @@ tool_result run_tool(const tool_run &run);
 tool_result build_catalog(const std::string &library_dir, tool_run run = {});
 
 std::string read_file(const std::string &path);
-std::string sorted_lines(const std::string &text);
+std::multiset<std::string> lines_of(const std::string &text);
