@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iomanip>
-#include <regex>
 #include <sstream>
 #include <strings.h>
 
@@ -22,6 +21,17 @@ constexpr std::size_t LONGEST_DIRECTORY = 255;
 
 // The names of these types may hold any character.
 const std::set<int> TAKES_ANY_NAME = {134, 183, 819, 832, 1002, 1006};
+constexpr char ALPHABET[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_-";
+
+// A version is a number of 16 signed bits, not 0 and without leading zeros.
+std::string without_version(const std::string &name) {
+    const std::size_t dot = name.rfind('.');
+    const std::string version = name.substr(dot + 1);
+    const long number = std::strtol(version.c_str(), nullptr, 10);
+    const bool is_version = std::to_string(number) == version && number != 0 &&
+                            number == static_cast<std::int16_t>(number);
+    return name.substr(0, is_version ? dot : name.npos);
+}
 
 // above holds the directories from the root down; relative names the last, and ends in '/' unless
 // that is the root.
@@ -69,27 +79,20 @@ const std::vector<type_row> &type_table() {
     return rows;
 }
 
-// A name, a '.', an extension, and perhaps a '.' and a version: a number of 16 signed bits without
-// leading zeros.
 model_member model_of_name(const std::string &file_name) {
-    static const std::regex form(R"(([^.][\s\S]*?)\.([^.]+)(\.(-?[1-9]\d{0,4}))?)");
-    static const std::regex alphabet("[A-Za-z0-9_][A-Za-z0-9_-]*");
     const model_member none{0, "", "", ""};
-    std::smatch parts;
-    if (!std::regex_match(file_name, parts, form)) {
+    const std::string rest = without_version(file_name);
+    const std::size_t dot = rest.rfind('.');
+    if (dot == rest.npos || rest[0] == '.') {
         return none;
     }
-    const int version = parts[4].matched ? std::stoi(parts[4]) : 0;
-    if (version != static_cast<std::int16_t>(version)) {
-        return none;
-    }
-    const std::string name = parts[1];
-    std::string extension = parts[2];
+    const std::string name = rest.substr(0, dot);
+    std::string extension = rest.substr(dot + 1);
     for (const type_row &row : type_table()) {
         if (strcasecmp(row.extension.c_str(), extension.c_str()) == 0 && extension != "-") {
             const bool fits = name.size() < std::max<std::size_t>(32, row.name_length);
-            const bool valid =
-                TAKES_ANY_NAME.contains(row.code) || std::regex_match(name, alphabet);
+            const bool valid = TAKES_ANY_NAME.contains(row.code) ||
+                               (name[0] != '-' && name.find_first_not_of(ALPHABET) == name.npos);
             std::transform(extension.begin(), extension.end(), extension.begin(), ::tolower);
             return row.code > 0 && fits && valid ? model_member{row.code, name, "", extension}
                                                  : none;
