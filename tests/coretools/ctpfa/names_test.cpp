@@ -6,8 +6,9 @@
 #include <cstdlib>
 #include <filesystem>
 #include <random>
-#include <unistd.h>
+#include <tuple>
 
+#include "coretools/ctdci/dci.h"
 #include "coretools/ctfileutil/objextension.h"
 #include "coretools/ctpfa/pfacurdir.h"
 #include "coretools/ctpfa/pfadir.h"
@@ -18,7 +19,6 @@
 #include "coretools/ctpfa/pfapars_internal.h"
 #include "coretools/ctpfa/pfastream.h"
 #include "tests/coretools/ctpfa/directory_test_util.h"
-#include "tests/coretools/ctpfa/memory_location.h"
 
 namespace {
 
@@ -30,10 +30,7 @@ std::string full_name(vek_file *record) {
 
 TEST(pfapars, NamesAreSplit) {
     const std::string n31(31, 'n');
-    const struct {
-        std::string text;
-        std::string state;
-    } rows[] = {
+    const std::string rows[][2] = {
         {"part.prt.3", "|part|prt|3|2"},
         {"part.prt.03", "|part.prt|03|0|-6"},
         {"part.prt.-7", "|part|prt|-7|2"},
@@ -55,17 +52,24 @@ TEST(pfapars, NamesAreSplit) {
         {"/a/..", "/a/^/||DIR|0|-5"},
         {"", "||DIR|0|-5"},
     };
-    for (const auto &row : rows) {
-        scoped_record record;
-        EXPECT_EQ(parse_to_pfa(record, 1, row.text.c_str()), 0) << row.text;
-        EXPECT_EQ(state_of(record), row.state);
+    scoped_record record;
+    for (const auto &[text, state] : rows) {
+        EXPECT_EQ(parse_to_pfa(record, 1, text.c_str()), 0) << text;
+        EXPECT_EQ(state_of(record), state);
     }
     // Without the location types the whole text is the name.
-    scoped_record record;
     EXPECT_EQ(parse_to_pfa(record, 0, "x::a\\b/c.igs"), 0);
     EXPECT_EQ(state_of(record), "|x::a\\b/c|igs|0|134");
     for (const char *text : {"-0", "-05", "", "0", "01", "-", "--1", "+1", "1a", " 1", "-32769"}) {
         EXPECT_EQ(is_vers_string(text), text[0] == '-' && text[1] == '0') << text;
+    }
+    for (const std::size_t length : {259, 260}) {
+        const bool fits = length < 260;
+        const std::string text = "/" + std::string(length - 1, 'n');
+        scoped_record expanded("/"), split("/");
+        EXPECT_EQ(pfa_parse_to_vek_file_private(expanded, nullptr, text.c_str(), 0), fits ? 0 : 9);
+        EXPECT_EQ(parse_to_pfa(split, 1, text.c_str()), fits ? 0 : 9);
+        EXPECT_EQ(full_name(expanded) + full_name(split), fits ? text + text : "//");
     }
 }
 
@@ -110,22 +114,18 @@ TEST(pfapars, VariablesAreExpandedOnce) {
     setenv("PFA_A", "/x/$PFA_B\\y", 1);
     setenv("PFA_B", "bb", 1);
     setenv("PFA_NONE", "", 1);
-    unsetenv("PFA_UNSET");
-    const struct {
-        const char *in;
-        const char *out;
-    } rows[] = {
+    const char *const rows[][2] = {
         {"q\\$PFA_A\\z\\w", "q//x/$PFA_B\\y/z/w"}, // the value keeps its own separator
         {"a\\$PFA_UNSET\\$", "a\\$PFA_UNSET\\$"},
         {"$PFA_UNSET$PFA_B/$/c", "$PFA_UNSET$PFA_B/$/c"},
         {"[$PFA_NONE]", "[]"},
     };
     char out[PFA_PATH_SIZE];
-    for (const auto &row : rows) {
-        EXPECT_EQ(substitute_env_vars(row.in, out, sizeof out), 0) << row.in;
-        EXPECT_STREQ(out, row.out);
+    for (const auto &[in, expanded] : rows) {
+        EXPECT_EQ(substitute_env_vars(in, out, sizeof out), 0) << in;
+        EXPECT_STREQ(out, expanded);
     }
-    for (const std::size_t length : {258, 259, 260}) {
+    for (const std::size_t length : {259, 260}) {
         setenv("PFA_LONG", std::string(length - 4, 'v').c_str(), 1);
         EXPECT_EQ(substitute_env_vars("/$PFA_LONG/ab", out, sizeof out), length < 260 ? 0 : 9);
     }
@@ -139,12 +139,7 @@ TEST(pfapars, StandardFormKnowsDirectories) {
     write_text(tree.path + "bolt.prt.3", "");
     write_text(tree.path + "file.dir", "");
     std::filesystem::create_symlink("loop", tree.path + "loop");
-    const struct {
-        const char *text;
-        int directory;
-        const char *name;
-        int type;
-    } rows[] = {
+    const std::tuple<const char *, int, const char *, int> rows[] = {
         {"lib", -1, "lib/", -5},
         {"lib/", 0, "lib/", -5},
         {"new.prt.2", 1, "new.prt.2/", -5},
@@ -154,30 +149,26 @@ TEST(pfapars, StandardFormKnowsDirectories) {
         {"file.dir", -1, "file.dir", -6},
         {"Bolt.PRT.3", -1, "bolt.prt.3", 2},
     };
-    for (const auto &row : rows) {
-        scoped_record record;
-        const std::string text = tree.path + row.text;
-        EXPECT_EQ(pfa_parse_to_vek_file_private(record, nullptr, text.c_str(), row.directory), 0);
+    scoped_record record;
+    for (const auto &[in, directory, out, type] : rows) {
+        const std::string text = tree.path + in;
+        EXPECT_EQ(pfa_parse_to_vek_file_private(record, nullptr, text.c_str(), directory), 0);
         char name[PFA_PATH_SIZE];
         EXPECT_EQ(pfa_get_full_name(record, name), 0);
-        EXPECT_EQ(name, tree.path + row.name);
-        EXPECT_EQ(record->type, row.type) << row.text;
+        EXPECT_EQ(name, tree.path + out);
+        EXPECT_EQ(record->type, type) << text;
         EXPECT_EQ(pfa_to_standard_form(record), PFA_E_NOT_VALID);
     }
     // What the folder test met stays in errno.
-    const struct {
-        const char *text;
-        int error;
-    } looks[] = {{"none.prt", ENOENT}, {"loop", ELOOP}, {"bolt.prt.3/x", ENOTDIR}};
-    for (const auto &look : looks) {
-        scoped_record record;
-        parse_to_pfa(record, 1, (tree.path + look.text).c_str());
+    const std::pair<const char *, int> looks[] = {
+        {"none.prt", ENOENT}, {"loop", ELOOP}, {"bolt.prt.3/x", ENOTDIR}};
+    for (const auto &[text, error] : looks) {
+        parse_to_pfa(record, 1, (tree.path + text).c_str());
         record->type = OBJ_TYPE_NOT_YET;
         EXPECT_EQ(pfa_to_standard_form(record), 0);
-        EXPECT_EQ(errno, look.error) << look.text;
+        EXPECT_EQ(errno, error) << text;
     }
     // A directory whose path does not fit leaves the record to be typed again.
-    scoped_record record;
     put_state(record, "/|" + std::string(256, 'n') + "||0|-4");
     const vek_file before = *record.file;
     EXPECT_NE(pfa_to_standard_form_private(record, 1), 0);
@@ -185,108 +176,75 @@ TEST(pfapars, StandardFormKnowsDirectories) {
 }
 
 TEST(pfapars, PartsOfAName) {
-    const struct {
-        const char *text;
-        int type, include, result;
-        const char *name;
-    } rows[] = {
-        {"h:/d/N.PRT.3", 2, 63, 0, "h:/d/n.prt.3"},
-        {"h:/d/N.PRT.3", 2, PFA_OS_NAME, 0, "/d/n.prt.3"},
-        {"h:/d/N.PRT.3", 2, PFA_DIRECTORY_NAME, 0, "/d/"},
-        {"h:/d/N.PRT.3", 134, PFA_NAME_AND_VERSION, 0, "N.PRT.3"},
-        {"h:/d/N.PRT.3", -6, PFA_INCLUDE_EXTENSION, 0, "./"},
-        {"/////h///dev/d/n.prt", 2, PFA_OS_NAME, 0, "$dev/d/n.prt"},
-        {"/////h///dev/d/n.prt", 2, PFA_INCLUDE_PATH, 0, "/d/"},
-        {"n.", -6, 63, 0, "n."},
-        {"/data/lib/", -5, PFA_NAME_AND_EXTENSION, 0, "lib"},
-        {"mem:/d/n.prt", 2, PFA_NAME_AND_EXTENSION, 0, "n.prt"},
-        {"mem:/d/n.prt", 2, PFA_OS_NAME, PFA_E_INVALID_INPUT, ""},
+    const std::tuple<const char *, int, int, const char *> rows[] = {
+        {"h:/d/N.PRT.3", 2, 63, "h:/d/n.prt.3"},
+        {"h:/d/N.PRT.3", 2, PFA_OS_NAME, "/d/n.prt.3"},
+        {"h:/d/N.PRT.3", 2, PFA_DIRECTORY_NAME, "/d/"},
+        {"h:/d/N.PRT.3", 134, PFA_NAME_AND_VERSION, "N.PRT.3"},
+        {"h:/d/N.PRT.3", -6, PFA_INCLUDE_EXTENSION, "./"},
+        {"/////h///dev/d/n.prt", 2, PFA_OS_NAME, "$dev/d/n.prt"},
+        {"/////h///dev/d/n.prt", 2, PFA_INCLUDE_PATH, "/d/"},
+        {"n.", -6, 63, "n."},
+        {"/data/lib/", -5, PFA_NAME_AND_EXTENSION, "lib"},
     };
-    fresh_memory_store();
+    scoped_record record;
     char name[PFA_PATH_SIZE];
-    for (const auto &row : rows) {
-        scoped_record record;
-        parse_to_pfa(record, 1, row.text);
-        record->type = static_cast<std::int16_t>(row.type);
+    for (const auto &[text, type, include, expected] : rows) {
+        parse_to_pfa(record, 1, text);
+        record->type = static_cast<std::int16_t>(type);
         const vek_file before = *record.file;
-        EXPECT_EQ(pfa_get_file_name(record, row.include, name), row.result) << row.text;
-        EXPECT_STREQ(name, row.name) << row.text << " " << row.include;
+        EXPECT_EQ(pfa_get_file_name(record, include, name), 0) << text;
+        EXPECT_STREQ(name, expected) << text << " " << include;
         EXPECT_TRUE(same_bytes(before, record));
     }
     // A name that doesn't fit is not cut.
-    scoped_record record;
     for (const std::string version : {"1", "10", "100"}) {
-        put_state(record, "|" + std::string(256, 'n') + "||" + version + "|-6");
+        scoped_record longest;
+        put_state(longest, "|" + std::string(256, 'n') + "||" + version + "|-6");
         const bool fits = version.size() < 3;
-        EXPECT_EQ(pfa_get_full_name(record, name), fits ? 0 : 1);
+        EXPECT_EQ(pfa_get_full_name(longest, name), fits ? 0 : 1);
         EXPECT_EQ(std::string(name).size(), fits ? 257 + version.size() : 0);
     }
 }
 
 TEST(pfapars, RelativeNamesAreJoinedToABase) {
-    const struct {
-        const char *base;
-        const char *text;
-        const char *name; // null: climbs above the root
-    } rows[] = {
+    // Base, relative name and joined name; null where that climbs above the root.
+    const char *const rows[][3] = {
         {"/a/b/", "c/n.prt", "/a/b/c/n.prt"}, {"/a/b/", "/n.prt", "/n.prt"},
         {"/a/b/", "../../../n.prt", nullptr}, {"/a/b/", "../c/../../n.prt", "/n.prt"},
         {"/", "../n.prt", nullptr},           {"a/b/", "../../../n.prt", "../n.prt"},
         {"h:/a/", "../../n.prt", nullptr},    {"h::a/", "../../n.prt", "h:../n.prt"},
         {"$dev/a/", "../../n.prt", nullptr},  {"", "c/n.prt", "c/n.prt"},
         {"|x/", "../n.prt", "n.prt"},         {"h::|x/", "../n.prt", "h:n.prt"},
-        {"mem:/a/", "../../n.prt", nullptr},  {"mem:/a/", "c/n.prt", "mem:/a/c/n.prt"},
     };
-    fresh_memory_store();
-    for (const auto &row : rows) {
-        scoped_record base;
-        scoped_record record("/old/one.prt");
-        parse_to_pfa(base, 1, row.base);
-        EXPECT_EQ(pfa_parse_to_vek_file_private(record, base, row.text, 0),
-                  row.name != nullptr ? 0 : PFA_E_ROOT_DIR);
-        EXPECT_EQ(full_name(record), row.name != nullptr ? row.name : "/old/one.prt") << row.text;
+    for (const auto &[at, text, joined] : rows) {
+        scoped_record base, record("/old/one.prt");
+        parse_to_pfa(base, 1, at);
+        EXPECT_EQ(pfa_parse_to_vek_file_private(record, base, text, 0),
+                  joined != nullptr ? 0 : PFA_E_ROOT_DIR);
+        EXPECT_EQ(full_name(record), joined != nullptr ? joined : "/old/one.prt") << text;
     }
     // The record may be its own base, and the output any of the two.
-    scoped_record self("/a/b/");
+    scoped_record self("/a/b/"), base("/a/b/"), relative("c/n.prt");
     EXPECT_EQ(pfa_parse_to_vek_file_private(self, self, "c/", -1), 0);
     EXPECT_EQ(full_name(self), "/a/b/c/");
-    scoped_record base("/a/b/");
-    scoped_record relative("c/n.prt");
     EXPECT_EQ(pfa_concat_locations(base, relative, base), 0);
     EXPECT_EQ(full_name(base), "/a/b/c/n.prt");
     EXPECT_EQ(pfa_concat_locations(base, relative, base), PFA_E_NOT_VALID); // no directory now
     EXPECT_EQ(concat_pfa_paths(self, base), PFA_E_ROOT_DIR);
-    EXPECT_EQ(pfa_location_append(relative, self, "x"), PFA_E_INVALID_INPUT);
     for (const std::size_t length : {255, 256}) {
         const std::string text(length, 'd');
         EXPECT_EQ(pfa_location_append(self, base, text.c_str()), PFA_E_INVALID_NAME);
-        scoped_record root("/x/");
-        scoped_record out;
+        scoped_record root("/x/"), out;
         EXPECT_EQ(pfa_location_append(root, out, text.c_str()) == 0, length == 255);
         EXPECT_EQ(part(out, PFA_PATH), length == 255 ? "/x/" + text + "/" : "");
     }
 }
 
-TEST(pfapars, TextsThatDoNotFitAreRefused) {
-    const std::string text = "/" + std::string(299, 'n');
-    for (const std::size_t length : {258, 259, 260, 300}) {
-        scoped_record expanded("/"), split("/");
-        const std::string start = text.substr(0, length);
-        const int result = length < 260 ? 0 : PFA_E_INVALID_INPUT;
-        EXPECT_EQ(pfa_parse_to_vek_file_private(expanded, nullptr, start.c_str(), 0), result);
-        EXPECT_EQ(parse_to_pfa(split, 1, start.c_str()), result);
-        EXPECT_EQ(full_name(expanded), length < 260 ? start : "/");
-        EXPECT_EQ(full_name(split), length < 260 ? start : "/");
-    }
-}
-
 TEST(pfadirpath, MakesParentAndDirectory) {
     const std::string here = location_of(pfa_get_cur_dir());
-    const struct {
-        std::string name;
-        std::string parent;    // pfa_make_parent; empty: PFA_E_ROOT_DIR
-        std::string directory; // extract_pfa_dir
-    } rows[] = {
+    // Name, parent (empty: there is none) and own directory.
+    const std::string rows[][3] = {
         {"/a/b/", "/a/", "/a/b/"},
         {"/a/", "/", "/a/"},
         {"/", "", "/"},
@@ -297,24 +255,22 @@ TEST(pfadirpath, MakesParentAndDirectory) {
         {"p.prt", here, ""},
         {"x/", here, "x/"},
     };
-    for (const auto &row : rows) {
-        scoped_record record, parent;
-        parse_to_pfa(record, 1, row.name.c_str());
+    for (const auto &[name, parent, directory] : rows) {
+        scoped_record record, made;
+        parse_to_pfa(record, 1, name.c_str());
         const vek_file before = *record.file;
-        vek_file *directory = extract_pfa_dir(record);
-        ASSERT_NE(directory, nullptr) << row.name;
-        EXPECT_EQ(location_of(directory), row.directory);
-        pfa_free_vek_file(&directory);
-        const int status = row.parent.empty() ? PFA_E_ROOT_DIR : PFA_E_NO_ERROR;
-        EXPECT_EQ(pfa_make_parent(record, parent), status) << row.name;
-        EXPECT_EQ(pfa_make_parent(record, record), status) << row.name;
-        EXPECT_TRUE(status == PFA_E_NO_ERROR || same_bytes(before, record)) << row.name;
-        for (vek_file *made : {parent.file, record.file}) {
-            if (status == PFA_E_NO_ERROR) {
-                EXPECT_EQ(location_of(made), row.parent) << row.name;
-                EXPECT_EQ(made->type * 10 + made->version, -50);
+        vek_file *extracted = extract_pfa_dir(record);
+        ASSERT_NE(extracted, nullptr) << name;
+        EXPECT_EQ(location_of(extracted), directory);
+        pfa_free_vek_file(&extracted);
+        for (vek_file *out : {made.file, record.file}) {
+            EXPECT_EQ(pfa_make_parent(record, out), parent.empty() ? PFA_E_ROOT_DIR : 0) << name;
+            if (!parent.empty()) {
+                EXPECT_EQ(location_of(out), parent) << name;
+                EXPECT_EQ(out->type * 10 + out->version, -50);
             }
         }
+        EXPECT_TRUE(!parent.empty() || same_bytes(before, record)) << name;
     }
 }
 
@@ -334,22 +290,17 @@ void expect_home_once() {
     EXPECT_EQ(pfa_get_home_dir(record), 0);
     EXPECT_EQ(state_of(record), "/u/me.prt.2/||DIR|0|-5");
     const std::string n246(246, 'n');
-    const struct {
-        std::string text;
-        std::string name; // empty: refused
-    } rows[] = {{"~/x", "/u/me.prt.2/x"},
-                {"~", "/u/me.prt.2/"},
-                {"~\\x", "/u/me.prt.2/x"},
-                {"~you/x", ""},
-                {"a~/x", "a~/x"},
-                {"$HOME/x", "/later/x"},
-                {"~/" + n246 + "n", "/u/me.prt.2/" + n246 + "n"},
-                {"~/" + n246 + "nn", ""}};
-    for (const auto &row : rows) {
-        char name[PFA_PATH_SIZE] = "";
-        EXPECT_EQ(pfa_parse_to_vek_file(record, row.text.c_str()), row.name.empty() ? 9 : 0);
-        EXPECT_EQ(pfa_get_full_name(record, name), 0);
-        EXPECT_TRUE(row.name.empty() || name == row.name) << row.text << ": " << name;
+    const std::string rows[][2] = {{"~/x", "/u/me.prt.2/x"},
+                                   {"~", "/u/me.prt.2/"},
+                                   {"~\\x", "/u/me.prt.2/x"},
+                                   {"~you/x", ""},
+                                   {"a~/x", "a~/x"},
+                                   {"$HOME/x", "/later/x"},
+                                   {"~/" + n246 + "n", "/u/me.prt.2/" + n246 + "n"},
+                                   {"~/" + n246 + "nn", ""}};
+    for (const auto &[text, name] : rows) { // without a name: refused
+        EXPECT_EQ(pfa_parse_to_vek_file(record, text.c_str()), name.empty() ? 9 : 0);
+        EXPECT_TRUE(name.empty() || full_name(record) == name) << text;
     }
 }
 
@@ -392,9 +343,17 @@ bool is_cached(const std::string &key) {
     return pfa_dir_from_cache(key.c_str(), nullptr, nullptr, 1, nullptr, 0) != 0;
 }
 
-int write_file(const std::string &name) {
+int record_changed(const char *name) {
+    return pfa_dir_cache_update(scoped_record(name));
+}
+
+int write_file(const char *name) {
     scoped_record record(name);
     return pfa_fopen(record, 0, "w");
+}
+
+int move_nothing(const char *name) {
+    return dci_rename("/no/such/file", name) + 1;
 }
 
 // Whatever the form of the name, the listing is found, nothing expanded and errno kept.
@@ -404,35 +363,30 @@ TEST(pfadircache_update, FindsTheListingThatANoticeConcerns) {
     const std::string sub = tree.path + "sub/";
     const std::string here = std::filesystem::current_path().string() + "/";
     const std::string from_here = std::filesystem::relative(sub, here).string();
-    const struct {
-        std::string key;
-        char notice; // of a file, a directory or a record; or the file is written
-        std::string name;
-    } rows[] = {
-        {sub + "$HOME/", 'f', sub + "$HOME/x"},
-        {sub, 'f', sub + "../sub//x"},
-        {sub, 'f', from_here + "/x"},
-        {here, 'f', "x.prt"},
-        {sub, 'd', sub},
-        {sub, 'd', from_here},
-        {here, 'd', ""},
-        {here, 'd', ".\\"},
-        {tree.path, 'r', sub},
-        {sub, 'w', sub + "x"},
+    const auto file_changed = pfa_file_name_update_dir_cache;
+    const auto directory_changed = pfa_dir_name_update_cache;
+    const std::tuple<std::string, int (*)(const char *), std::string> rows[] = {
+        {sub + "$HOME/", file_changed, sub + "$HOME/x"},
+        {sub, file_changed, sub + "../sub//x"},
+        {sub, file_changed, from_here + "/x"},
+        {here, file_changed, "x.prt"},
+        {sub, directory_changed, sub},
+        {sub, directory_changed, from_here},
+        {here, directory_changed, ""},
+        {here, directory_changed, ".\\"},
+        {tree.path, record_changed, sub},
+        {sub, move_nothing, sub + "x"},
+        {sub, write_file, sub + "x"},
     };
-    for (const auto &row : rows) {
+    for (const auto &[key, notice, name] : rows) {
         scoped_record opened;
-        parse_to_pfa(opened, 1, row.key.c_str());
-        ASSERT_EQ(pfa_open_dir(opened) + pfa_close(opened), 0) << row.key;
-        ASSERT_TRUE(is_cached(row.key));
+        parse_to_pfa(opened, 1, key.c_str());
+        ASSERT_EQ(pfa_open_dir(opened) + pfa_close(opened), 0) << key;
+        ASSERT_TRUE(is_cached(key));
         errno = ENOENT;
-        EXPECT_EQ(row.notice == 'f'   ? pfa_file_name_update_dir_cache(row.name.c_str())
-                  : row.notice == 'd' ? pfa_dir_name_update_cache(row.name.c_str())
-                  : row.notice == 'r' ? pfa_dir_cache_update(scoped_record(row.name))
-                                      : write_file(row.name),
-                  0);
-        EXPECT_TRUE(errno == ENOENT || row.notice == 'w');
-        EXPECT_FALSE(is_cached(row.key)) << row.name;
+        EXPECT_EQ(notice(name.c_str()), 0);
+        EXPECT_TRUE(errno == ENOENT || notice == write_file);
+        EXPECT_FALSE(is_cached(key)) << name;
     }
 }
 

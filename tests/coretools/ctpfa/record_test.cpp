@@ -7,6 +7,7 @@
 #include <cstring>
 #include <numeric>
 #include <random>
+#include <tuple>
 
 #include "coretools/ctfileutil/objextension.h"
 #include "coretools/ctpfa/pfacomponent.h"
@@ -36,11 +37,10 @@ void expect_same(const vek_file *record, const model &parts) {
     ASSERT_EQ(std::string(record->text), joined(parts));
     int at = 0;
     for (int i = 0; i < PFA_COMPONENTS; ++i) {
-        const std::string &part = parts[i];
         ASSERT_EQ(record->bounds[i].start, at);
-        at += int(part.size());
+        at += pfa_component_length(record, i);
         ASSERT_EQ(record->bounds[i].end, at);
-        ASSERT_EQ(pfa_component_length(record, i), int(part.size()));
+        ASSERT_EQ(part(record, i), parts[i]);
     }
 }
 
@@ -55,23 +55,20 @@ TEST(pfacomponent, RandomStoresAgreeWithSixStrings) {
         vek_file *record = records[which];
         model changed = models[which];
         const int index = below(PFA_COMPONENTS);
-        auto &part = changed[index];
         std::string text(below(130), 'a');
-        for (char &character : text) {
-            character = static_cast<char>('A' + below(58));
-        }
+        std::generate(text.begin(), text.end(), [&] { return char('A' + below(58)); });
         int result = 0;
         switch (below(4)) {
         case 0:
-            part = text;
+            changed[index] = text;
             result = pfa_put_component(record, index, text.c_str());
             break;
         case 1:
-            part = text.substr(0, text.size() / 2);
-            result = pfa_put_component_len(record, index, text.c_str(), int(part.size()));
+            changed[index] = text.substr(0, text.size() / 2);
+            result = pfa_put_component_len(record, index, text.c_str(), int(text.size() / 2));
             break;
         case 2:
-            part = models[1 - which][index];
+            changed[index] = models[1 - which][index];
             result = pfa_copy_component(records[1 - which], record, index);
             break;
         default:
@@ -92,9 +89,9 @@ TEST(pfacomponent, RandomStoresAgreeWithSixStrings) {
         std::string out(400, '#');
         std::int16_t length = below(40);
         const std::string before = out.substr(0, length);
-        const int needed = length + int(now.size());
-        const int capacity = needed + below(3);
-        const bool room = needed < capacity || now.empty();
+        const int spare = below(3);
+        const int capacity = length + int(now.size()) + spare;
+        const bool room = spare > 0 || now.empty();
         ASSERT_EQ(pfa_append_component_lower(record, index, out.data(), &length, capacity, 0),
                   room ? 0 : 1);
         ASSERT_EQ(out.substr(0, length), room ? before + now : before);
@@ -105,32 +102,23 @@ TEST(pfacomponent, RandomStoresAgreeWithSixStrings) {
 
 TEST(pfacomponent, ComparesAndFindsPieces) {
     const scoped_record record("/x/Part.prt");
-    const struct {
-        const char *text;
-        int length, exact, any_case;
-    } rows[] = {{"Part", -1, 0, 0},
-                {"par", -1, 1, 1},
-                {"Party", 4, 0, 0},
-                {nullptr, -1, 4, 4},
-                {"Part", 7, -3, -3}};
-    for (const auto &row : rows) {
-        EXPECT_EQ(pfa_component_strcmp(record, PFA_NAME, row.text, row.length), row.exact);
-        EXPECT_EQ(pfa_component_u_strcmp(record, PFA_NAME, row.text, row.length), row.any_case);
+    const std::tuple<const char *, int, int> comparisons[] = {
+        {"Part", -1, 0}, {"par", -1, 1}, {"Party", 4, 0}, {nullptr, -1, 4}, {"Part", 7, -3}};
+    for (const auto &[text, length, difference] : comparisons) {
+        EXPECT_EQ(pfa_component_strcmp(record, PFA_NAME, text, length), difference);
+        EXPECT_EQ(pfa_component_u_strcmp(record, PFA_NAME, text, length), difference);
     }
     EXPECT_NE(pfa_component_strcmp(record, PFA_NAME, "part", -1), 0);
     EXPECT_EQ(pfa_component_u_strcmp(record, PFA_NAME, "pArt", -1), 0);
-    const struct {
-        std::string text;
-        int found, start, end;
-    } pieces[] = {{"a/bc/", 1, 2, 4}, {"a/bc", 1, 2, 4}, {"abc", 1, 0, 3}, {"/", 0, 0, 0},
-                  {"", 0, 0, 0},      {"a//", 0, 2, 2},  {"/a", 1, 1, 2}};
-    for (const auto &row : pieces) {
+    const std::tuple<const char *, int, int> pieces[] = {
+        {"a/bc/", 2, 4}, {"a/bc", 2, 4}, {"abc", 0, 3}, {"/", 0, 0},
+        {"", 0, 0},      {"a//", 2, 2},  {"/a", 1, 2}};
+    for (const auto &[text, from, to] : pieces) {
         std::int16_t start = 9;
         std::int16_t end = 9;
-        const int high = static_cast<int>(row.text.size());
-        EXPECT_EQ(pfa_last_delimited_range(row.text.c_str(), 0, high, '/', &start, &end),
-                  row.found);
-        EXPECT_EQ(start * 10 + end, row.start * 10 + row.end) << row.text;
+        const int length = static_cast<int>(std::strlen(text));
+        EXPECT_EQ(pfa_last_delimited_range(text, 0, length, '/', &start, &end), from < to);
+        EXPECT_EQ(start * 10 + end, from * 10 + to) << text;
     }
     char character = '?';
     EXPECT_EQ(pfa_component_last_char(record, PFA_PATH, &character), 0);
@@ -147,10 +135,8 @@ TEST(pfaput, PathsAreStoredAndDisplayed) {
         steps += "^/";
         displayed_steps += "../";
     }
-    const struct {
-        std::string path, stored, displayed;
-        int result = 0; // of the display
-    } rows[] = {
+    // The path put, stored and displayed.
+    const std::string rows[][3] = {
         {"", "", ""},
         {"a\\b\\..\\c", "a/b/^/c/", "a/c/"},
         {"././b", "b/", "b/"},
@@ -170,29 +156,25 @@ TEST(pfaput, PathsAreStoredAndDisplayed) {
         // The last that fit; what is taken back again needs no room.
         {d258, d258 + "/", d258 + "/"},
         {steps, steps, displayed_steps},
-        {steps + "^/", steps + "^/", "", PFA_E_ERROR},
         {steps + d80 + "/^/", steps + d80 + "/^/", displayed_steps},
     };
-    for (const auto &row : rows) {
-        scoped_record record;
-        char displayed[PFA_PATH_SIZE] = "#";
-        EXPECT_EQ(pfa_put_path(record, row.path.c_str()), 0) << row.path;
-        EXPECT_EQ(part(record, PFA_PATH), row.stored) << row.path;
-        EXPECT_EQ(pfa_get_path(record, displayed), row.result) << row.path;
-        EXPECT_EQ(displayed, row.displayed) << row.path;
-    }
     scoped_record record;
+    char text[PFA_PATH_SIZE] = "#";
+    for (const auto &[path, stored, displayed] : rows) {
+        EXPECT_EQ(pfa_put_path(record, path.c_str()) + pfa_get_path(record, text), 0) << path;
+        EXPECT_EQ(part(record, PFA_PATH), stored) << path;
+        EXPECT_EQ(text, displayed) << path;
+    }
+    EXPECT_EQ(pfa_put_path(record, (steps + "^/").c_str()), 0);
+    EXPECT_EQ(pfa_get_path(record, text), PFA_E_ERROR);
+    EXPECT_STREQ(text, "");
     EXPECT_EQ(pfa_put_path(record, (d258 + "d").c_str()), PFA_E_INVALID_INPUT);
 }
 
 TEST(pfaput, TypesChangeTheFormOfARecord) {
     const std::string n40(40, 'n');
     const std::string n252(252, 'n');
-    const struct {
-        std::string before;
-        int type, lower, result;
-        std::string after;
-    } rows[] = {
+    const std::tuple<std::string, int, int, int, std::string> rows[] = {
         {"/a/|b|prt|3|2", -5, 1, 0, "/a/b.prt.3/||DIR|0|-5"},
         {"/a/|B|PRT|0|2", -5, 1, 0, "/a/b.prt/||DIR|0|-5"}, // the case of the old type
         {"/a/|B|IGS|0|134", -5, 1, 0, "/a/B.IGS/||DIR|0|-5"},
@@ -212,34 +194,30 @@ TEST(pfaput, TypesChangeTheFormOfARecord) {
         {"/a/b/||DIR|0|-5", 821, 1, 9, "/a/b/||DIR|0|-5"}, // a type without extension
         {"/a/|b|xyz|1|2", 2, 1, 0, "/a/|b|xyz|1|2"},
     };
-    for (const auto &row : rows) {
+    for (const auto &[before, type, lower, result, after] : rows) {
         scoped_record record;
-        put_state(record, row.before);
-        EXPECT_EQ(pfa_put_obj_type_lower(record, row.type, row.lower), row.result) << row.before;
-        EXPECT_EQ(state_of(record), row.after) << row.before;
+        put_state(record, before);
+        EXPECT_EQ(pfa_put_obj_type_lower(record, type, lower), result) << before;
+        EXPECT_EQ(state_of(record), after) << before;
     }
 }
 
 TEST(pfaput, TheTypeFollowsFromNameAndExtension) {
-    const struct {
-        const char *extension;
-        int name_length, name_invalid;
-        int type;
-    } rows[] = {{"", 4, 0, -6},      {"PrT", 4, 0, 2},   {"prt", 31, 0, 2}, {"prt", 32, 0, -6},
-                {"emn", 65, 0, 569}, {"emn", 66, 0, -6}, {"prt", 4, 1, -6}, {"igs", 4, 1, 134},
-                {"dir", 4, 0, -6},   {"txt", 4, 0, -6},  {"tpm", 4, 0, -7}};
-    for (const auto &row : rows) {
-        scoped_record record;
-        pfa_put_component(record, PFA_EXTENSION, row.extension);
-        EXPECT_EQ(pfa_put_extension_to_type(record, row.name_length, row.name_invalid), 0);
-        EXPECT_EQ(record->type, row.type) << row.extension << " " << row.name_length;
+    // The extension, the length of the name, whether the name is invalid, and the type.
+    const std::tuple<const char *, int, int, int> rows[] = {
+        {"", 4, 0, -6},      {"PrT", 4, 0, 2},   {"prt", 31, 0, 2}, {"prt", 32, 0, -6},
+        {"emn", 65, 0, 569}, {"emn", 66, 0, -6}, {"prt", 4, 1, -6}, {"igs", 4, 1, 134},
+        {"dir", 4, 0, -6},   {"txt", 4, 0, -6},  {"tpm", 4, 0, -7}};
+    scoped_record record;
+    for (const auto &[extension, length, invalid, type] : rows) {
+        put_state(record, std::string("||") + extension + "|0|-4");
+        EXPECT_EQ(pfa_put_extension_to_type(record, length, invalid), 0);
+        EXPECT_EQ(record->type, type) << extension << " " << length;
     }
     // A directory that turns out to be a file gets its name back.
-    scoped_record record;
     put_state(record, "/a/b/||prt|0|-5");
     EXPECT_EQ(pfa_put_extension_to_type(record, 1, 0), 0);
     EXPECT_EQ(state_of(record), "/a/|b|prt|0|2");
-
     put_state(record, "|||0|2");
     EXPECT_EQ(pfa_put_name(record, "part_01-b"), 0);
     EXPECT_EQ(state_of(record), "|part_01-b||0|2");
@@ -255,20 +233,18 @@ TEST(pfainfo, ARecordIsLocalUnlessItNamesAnotherHost) {
     ASSERT_EQ(vek_get_hostname(own, sizeof own), 1);
     std::string upper = own;
     std::transform(upper.begin(), upper.end(), upper.begin(), ::toupper);
-    const struct {
-        std::string host;
-        int type, local;
-    } rows[] = {{"", 1, 1},
-                {upper, 1, 1},
-                {"203.0.113.9", 1, 0},
-                {"203.0.113.9", 0, 1}, // without a location type there is no host
-                {"203.0.113.9", 8, 1},
-                {std::string(32, 'h'), 1, 1}};
-    for (const auto &row : rows) {
+    // The host, the location type and the answer; without a location type there is no host.
+    const std::tuple<std::string, int, int> rows[] = {{"", 1, 1},
+                                                      {upper, 1, 1},
+                                                      {"203.0.113.9", 1, 0},
+                                                      {"203.0.113.9", 0, 1},
+                                                      {"203.0.113.9", 8, 1},
+                                                      {std::string(32, 'h'), 1, 1}};
+    for (const auto &[host, type, local] : rows) {
         scoped_record record;
-        pfa_put_component(record, PFA_HOST, row.host.c_str());
-        record->location_type = row.type;
-        EXPECT_EQ(pfa_is_local(record), row.local) << row.host << " " << row.type;
+        pfa_put_component(record, PFA_HOST, host.c_str());
+        record->location_type = type;
+        EXPECT_EQ(pfa_is_local(record), local) << host << " " << type;
     }
 }
 
