@@ -9,6 +9,7 @@
 #include <cstring>
 #include <ctime>
 #include <list>
+#include <map>
 #include <random>
 #include <set>
 #include <unistd.h>
@@ -46,9 +47,9 @@ using names = std::vector<std::string>;
 constexpr int TYPE = PfaInSession;
 
 struct memory_store {
-    // The full names of files, "mem:/dir/part.prt.1"; every directory that a name holds exists.
-    std::set<std::string> files;
+    std::map<std::string, std::set<std::string>> directories; // the names in each, by its location
     int listings_made = 0, listings_kept = 0; // all there have been, and those not closed again
+    std::string asked_for;                    // the start of names that was last of interest
     // How the location behaves.
     int open_status = 0; // of "PfaDirOpen"
     int eligible = 1;
@@ -56,20 +57,9 @@ struct memory_store {
     int close_status = 0;
 } store;
 
-// What a directory holds whose name starts like that; sorted.
-names names_in(const std::string &directory, const std::string &start = "") {
-    std::set<std::string> found;
-    for (auto at = store.files.lower_bound(directory + start);
-         at != store.files.end() && at->rfind(directory + start, 0) == 0; ++at) {
-        const std::string rest = at->substr(directory.size());
-        found.insert(rest.substr(0, rest.find('/')));
-    }
-    return {found.begin(), found.end()};
-}
-
 struct memory_listing {
-    names entries;
-    std::size_t next;
+    std::set<std::string> entries;
+    std::set<std::string>::iterator next;
 };
 
 memory_listing *listing_of(void **data) {
@@ -97,13 +87,9 @@ int location_string(vek_file *record, plm_ptr out, plm_ptr length_in, int capaci
 
 int open_file(vek_file *record, void **, plm_ptr, plm_ptr, int) {
     char name[PFA_PATH_SIZE];
-    pfa_get_full_name(record, name);
-    store.files.insert(name);
+    pfa_get_file_name(record, PFA_NAME_AND_VERSION, name);
+    store.directories[location_of(record)].insert(name);
     return 0;
-}
-
-int close_file(vek_file *, void **) {
-    return store.close_status;
 }
 
 int open_dir(vek_file *, void **data, plm_ptr location, plm_ptr start) {
@@ -111,12 +97,12 @@ int open_dir(vek_file *, void **data, plm_ptr location, plm_ptr start) {
         return store.open_status;
     }
     if (*data == nullptr) {
-        const char *prefix = start.as<void>() != nullptr ? start.as<const char>() : "";
-        *data = new memory_listing{names_in(location.as<const char>(), prefix), 0};
+        *data = new memory_listing{store.directories[location.as<const char>()], {}};
         ++store.listings_made;
         ++store.listings_kept;
     }
-    listing_of(data)->next = 0;
+    store.asked_for = start.as<void>() != nullptr ? start.as<const char>() : "";
+    listing_of(data)->next = listing_of(data)->entries.begin();
     return store.open_status;
 }
 
@@ -124,8 +110,8 @@ int read_dir(vek_file *directory, void **data, plm_ptr out, plm_ptr filter_in, p
              int) {
     const auto *filter = filter_in.as<const pfa_dir_filter>();
     memory_listing *listing = listing_of(data);
-    while (listing->next < listing->entries.size()) {
-        const char *name = listing->entries[listing->next++].c_str();
+    while (listing->next != listing->entries.end()) {
+        const char *name = (listing->next++)->c_str();
         if (filter == nullptr || filter->by_name(directory, name, argument.as<void>()) == 0) {
             return parse_to_pfa(out.as<vek_file>(), 0, name);
         }
@@ -148,7 +134,8 @@ bool register_memory_location() {
     pfa_loc_method_register<PfaGetLocationString>(TYPE, location_string);
     pfa_loc_method_register<PfaGetNeutralLocation>(TYPE, location_string);
     pfa_loc_method_register<PfaFopen>(TYPE, open_file);
-    pfa_loc_method_register<PfaCloseFile>(TYPE, close_file);
+    pfa_loc_method_register<PfaCloseFile>(
+        TYPE, +[](vek_file *, void **) { return store.close_status; });
     pfa_loc_method_register<PfaDirOpen>(TYPE, open_dir);
     pfa_loc_method_register<PfaDirReadNext>(TYPE, read_dir);
     pfa_loc_method_register<PfaDirClose>(TYPE, close_dir);
@@ -160,7 +147,7 @@ bool register_memory_location() {
         TYPE, +[](vek_file *, plm_ptr) { return store.eligible; });
     pfa_loc_method_register<PfaDirCacheInvalid>(
         TYPE, +[](vek_file *, void **data, plm_ptr key) -> int {
-            return listing_of(data)->entries != names_in(key.as<const char>());
+            return listing_of(data)->entries != store.directories[key.as<const char>()];
         });
     pfa_loc_method_register<PfaMakeParent>(
         TYPE,
@@ -181,9 +168,9 @@ class memory_location : public testing::Test {
     }
 
     // Whether listing the directory went without a new listing of the location.
-    bool lists_from_cache(const char *name) {
+    bool lists_from_cache() {
         const int made = store.listings_made;
-        scoped_record directory(name);
+        scoped_record directory("mem:/d/");
         EXPECT_EQ(pfa_open_dir(directory) + pfa_close(directory), 0);
         return store.listings_made == made;
     }
@@ -193,7 +180,7 @@ class memory_location : public testing::Test {
 struct cached_dir {
     std::string key;
     std::time_t used = 0;
-    names seen;
+    std::set<std::string> seen;
     bool lent = false;
     bool stale = false;
 };
@@ -242,7 +229,7 @@ class pfadircache : public memory_location {
     }
 
     void open(const std::string &key, bool refuse) {
-        const names real = names_in(key);
+        const std::set<std::string> &real = store.directories[key];
         cached_dir *entry = cached(key);
         const bool lent = entry != nullptr && entry->lent;
         const bool good = entry != nullptr && !entry->stale && entry->seen == real;
@@ -266,7 +253,7 @@ class pfadircache : public memory_location {
             slot_for_new() = {key, test_clock, real, true};
         }
         ASSERT_EQ(record->flags, PFA_F_OPEN | (lent ? 0u : PFA_F_BORROWED));
-        ASSERT_EQ(read_names(record), real);
+        ASSERT_EQ(read_names(record), names(real.begin(), real.end()));
     }
 
     void close(std::size_t index) {
@@ -283,12 +270,12 @@ class pfadircache : public memory_location {
 
     // One of four files comes or goes.
     void change(const std::string &key, bool notice) {
-        const std::string file = key + "file" + std::to_string(below(4));
-        if (store.files.erase(file) == 0) {
-            store.files.insert(file);
+        const std::string file = "file" + std::to_string(below(4));
+        if (store.directories[key].erase(file) == 0) {
+            store.directories[key].insert(file);
         }
         if (notice) {
-            pfa_file_name_update_dir_cache(file.c_str());
+            pfa_file_name_update_dir_cache((key + file).c_str());
             discard(key);
         }
     }
@@ -301,12 +288,11 @@ class pfadircache : public memory_location {
             const dir_cache_entry &real = dir_cache[i];
             ASSERT_EQ(real.name, model.key);
             ASSERT_EQ(real.time, model.used) << model.key;
-            ASSERT_EQ(real.state, model.key.empty() ? PFA_E_INACTIVE
-                                  : model.stale     ? PFA_E_NOT_VALID
-                                                    : PFA_E_NO_ERROR)
-                << model.key;
-            if (!model.key.empty()) {
+            if (model.key.empty()) {
+                ASSERT_EQ(real.state, PFA_E_INACTIVE);
+            } else {
                 ++listings;
+                ASSERT_EQ(real.state, model.stale ? PFA_E_NOT_VALID : 0) << model.key;
                 ASSERT_EQ(real.record->flags, PFA_F_OPEN | (model.lent ? PFA_F_LENT : 0u));
             }
         }
@@ -347,28 +333,21 @@ TEST_F(pfadircache, AgreesWithAModelAfterEveryStep) {
     EXPECT_GT(evictions, 100);
 }
 
-// The cache's record of a directory, or null; asks nothing about its freshness.
-vek_file *cached(const std::string &key) {
-    vek_file *donor = nullptr;
-    pfa_dir_from_cache(key.c_str(), &donor, nullptr, 1, nullptr, 0);
-    return donor;
-}
-
 bool is_lent(const char *key) {
-    return cached(key) != nullptr && (cached(key)->flags & PFA_F_LENT) != 0;
+    vek_file *donor = nullptr;
+    pfa_dir_from_cache(key, &donor, nullptr, 1, nullptr, 0); // not asking whether it is fresh
+    return donor != nullptr && (donor->flags & PFA_F_LENT) != 0;
 }
 
 TEST_F(memory_location, OpensAndListsThroughTheSameCalls) {
-    store.files = {"mem:/d/a.prt", "mem:/lib/bolt.prt.3"};
-    scoped_record file("mem:/lib/bolt.prt"), root("mem:/"), lib("mem:/lib/"), parent, entry;
+    store.directories["mem:/lib/"] = {"bolt.prt.3"};
+    scoped_record file("mem:/lib/bolt.prt"), lib("mem:/lib/"), parent, entry;
     ASSERT_EQ(pfa_fopen(file, 2, "w"), 0);
     EXPECT_EQ(file->version, 4);
     store.close_status = PFA_E_NET_TROUBLE;
     EXPECT_EQ(pfa_close(file), PFA_E_NET_TROUBLE);
     EXPECT_EQ(pfa_close(file), PFA_E_INACTIVE);
-    EXPECT_EQ(pfa_open_dir(root) + pfa_open_dir(lib), 0);
-    EXPECT_EQ(read_names(root), names({"d", "lib"}));
-    EXPECT_EQ(pfa_read_dir(lib, entry), 0);
+    EXPECT_EQ(pfa_open_dir(lib) + pfa_read_dir(lib, entry), 0);
     EXPECT_EQ(location_of(entry) + state_of(entry), "mem:/lib//lib/|bolt|prt|3|-4");
     EXPECT_EQ(read_names(lib), names({"bolt.prt.4"}));
     EXPECT_EQ(pfa_make_parent(lib, parent) + pfa_make_parent(parent, parent), 0);
@@ -382,14 +361,13 @@ TEST_F(memory_location, OpensAndListsThroughTheSameCalls) {
 }
 
 TEST_F(memory_location, GetsBackWhatItLentAndNoMore) {
-    store.files = {"mem:/d/a.prt", "mem:/d/b.prt"};
     scoped_record directory("mem:/d/"), copy, root("mem:/"), part("mem:/d/");
     ASSERT_EQ(pfa_open_dir(directory), 0);
     EXPECT_EQ(pfa_copy_vek_file(directory, copy), 0);
     EXPECT_EQ(copy->location_handle, nullptr);
     EXPECT_EQ(pfa_open_dir(copy), 0);
     EXPECT_EQ(copy->flags, 0u + PFA_F_OPEN); // not those that it was copied with
-    EXPECT_EQ(pfa_close(cached("mem:/d/")), PFA_E_NO_ACCESS);
+    EXPECT_EQ(pfa_close(pfa_dir_cache_owner(directory->location_handle)), PFA_E_NO_ACCESS);
     // A record whose path changed while it was open gives back what it has borrowed.
     ASSERT_EQ(pfa_open_dir(root) + pfa_close(root), 0);
     pfa_put_path(directory, "/");
@@ -401,24 +379,24 @@ TEST_F(memory_location, GetsBackWhatItLentAndNoMore) {
     EXPECT_FALSE(is_lent("mem:/"));
     ASSERT_EQ(pfa_open_dir_subset(part, "b"), 0);
     EXPECT_EQ(part->flags, 0u + PFA_F_OPEN); // a part of a listing is not for the cache
-    EXPECT_EQ(read_names(part), names({"b.prt"}));
+    EXPECT_EQ(store.asked_for, "b");
 }
 
 TEST_F(memory_location, IsCachedAgainstItsWordOnlyWhenForced) {
     store.open_status = PFA_E_NOT_CACHABLE;
-    EXPECT_FALSE(lists_from_cache("mem:/d/") || lists_from_cache("mem:/d/"));
+    EXPECT_FALSE(lists_from_cache() || lists_from_cache());
     EXPECT_EQ(pfa_add_forced_cache_dir(std::string(260, 'k').c_str()), PFA_E_INVALID_INPUT);
     EXPECT_EQ(pfa_add_forced_cache_dir("mem:/d/"), 0);
-    EXPECT_FALSE(lists_from_cache("mem:/d/") || lists_from_cache("mem:/d/")); // no virtual folder
+    EXPECT_FALSE(lists_from_cache() || lists_from_cache()); // no virtual folder
     store.is_virtual = 1;
-    EXPECT_FALSE(lists_from_cache("mem:/d/"));
-    store.files.insert("mem:/d/a.prt");
-    EXPECT_TRUE(lists_from_cache("mem:/d/")); // stale, but the location is not asked
+    EXPECT_FALSE(lists_from_cache());
+    store.directories["mem:/d/"] = {"new"};
+    EXPECT_TRUE(lists_from_cache()); // stale, but the location is not asked
     pfa_clear_forced_cache_dirs();
     pfa_set_autocache(1);
-    EXPECT_TRUE(lists_from_cache("mem:/d/"));
+    EXPECT_TRUE(lists_from_cache());
     pfa_set_autocache(0);
-    EXPECT_FALSE(lists_from_cache("mem:/d/"));
+    EXPECT_FALSE(lists_from_cache());
 }
 
 TEST_F(memory_location, LosesApplicationDataWithTheListing) {
@@ -442,28 +420,26 @@ TEST_F(memory_location, LosesApplicationDataWithTheListing) {
 
 TEST_F(memory_location, IsTracedWhenTheSwitchIsOn) {
     GTEST_FLAG_SET(death_test_style, "threadsafe"); // the switch is read once in a process
-    const struct {
-        const char *value; // null: not set
-        bool on;
-    } rows[] = {{"1", true}, {"", true}, {nullptr, false}, {"false", false}, {"Foo", false}};
+    const std::pair<const char *, bool> rows[] = {
+        {"1", true}, {"", true}, {nullptr, false}, {"false", false}, {"Foo", false}};
     const auto trace = [this](const char *value) {
         value == nullptr ? unsetenv("___DIR_CACHE_DEBUG") : setenv("___DIR_CACHE_DEBUG", value, 1);
         std::fflush(stdout);
         dup2(STDERR_FILENO, STDOUT_FILENO);
-        lists_from_cache("mem:/d/");
-        lists_from_cache("mem:/d/");
+        lists_from_cache();
+        lists_from_cache();
         scoped_record other("mem:/e/");
         pfa_open_dir_subset(other, "b");
         pfa_file_name_update_dir_cache("mem:/d/x");
         std::exit(0);
     };
-    for (const auto &row : rows) {
-        EXPECT_EXIT(trace(row.value), testing::ExitedWithCode(0),
-                    row.on ? "^dir_cache> opening mem:/d/ the hard way \n.*\\[B\\] mem:/d/\n\n\n"
-                             "dir_cache> opening mem:/d/ from cache\n"
-                             "dir_cache> opening mem:/e/ the hard way looking for b\n"
-                             "dir_cache> nuked mem:/d/\n$"
-                           : "^$");
+    for (const auto &[value, on] : rows) {
+        EXPECT_EXIT(trace(value), testing::ExitedWithCode(0),
+                    on ? "^dir_cache> opening mem:/d/ the hard way \n.*\\[B\\] mem:/d/\n\n\n"
+                         "dir_cache> opening mem:/d/ from cache\n"
+                         "dir_cache> opening mem:/e/ the hard way looking for b\n"
+                         "dir_cache> nuked mem:/d/\n$"
+                       : "^$");
     }
 }
 

@@ -234,12 +234,10 @@ TEST(pfainfo, ARecordIsLocalUnlessItNamesAnotherHost) {
     std::string upper = own;
     std::transform(upper.begin(), upper.end(), upper.begin(), ::toupper);
     // The host, the location type and the answer; without a location type there is no host.
-    const std::tuple<std::string, int, int> rows[] = {{"", 1, 1},
-                                                      {upper, 1, 1},
-                                                      {"203.0.113.9", 1, 0},
-                                                      {"203.0.113.9", 0, 1},
-                                                      {"203.0.113.9", 8, 1},
-                                                      {std::string(32, 'h'), 1, 1}};
+    const std::string far = "203.0.113.9";
+    const std::tuple<std::string, int, int> rows[] = {{"", 1, 1},  {upper, 1, 1},
+                                                      {far, 1, 0}, {far, 0, 1},
+                                                      {far, 8, 1}, {std::string(32, 'h'), 1, 1}};
     for (const auto &[host, type, local] : rows) {
         scoped_record record;
         pfa_put_component(record, PFA_HOST, host.c_str());
@@ -248,119 +246,78 @@ TEST(pfainfo, ARecordIsLocalUnlessItNamesAnotherHost) {
     }
 }
 
-class bad_arguments : public testing::Test {
-  protected:
-    scoped_record file{"/a/b.prt"}, folder{"/a/"};
-    const vek_file file_before = *file.file, folder_before = *folder.file;
-    char out[PFA_PATH_SIZE] = "";
-    int number = 99;
-
-    void TearDown() override {
-        EXPECT_TRUE(same_bytes(file_before, file) && same_bytes(folder_before, folder));
-        EXPECT_EQ(number, 99);
+void expect_all(int expected, std::initializer_list<int> results) {
+    for (const int &result : results) {
+        EXPECT_EQ(result, expected) << "the " << &result - results.begin() << "th";
     }
-};
+}
 
-TEST_F(bad_arguments, RecordsThatAreNone) {
+// Null and freed records, records of the wrong kind, null texts and numbers out of range: an
+// answer, and nothing changed.
+TEST(pfa, BadArgumentsAreAnswered) {
+    scoped_record file("/a/b.prt"), folder("/a/");
+    const vek_file file_before = *file.file, folder_before = *folder.file;
     vek_file freed = file_before;
     freed.magic = 0;
+    char out[PFA_PATH_SIZE] = "";
+    int number = 99;
     for (vek_file *bad : {static_cast<vek_file *>(nullptr), &freed}) {
-        for (const int result : {pfa_copy_component(file, bad, PFA_NAME),
-                                 pfa_copy_location(bad, file),
-                                 pfa_get_component(bad, PFA_NAME, out, PFA_PATH_SIZE),
-                                 pfa_get_host(bad, out),
-                                 pfa_get_component_mapping(bad, nullptr, nullptr, nullptr),
-                                 pfa_get_path(bad, out),
-                                 pfa_get_name(bad, out),
-                                 pfa_get_location(bad, out, nullptr),
-                                 pfa_put_path(bad, "x"),
-                                 pfa_put_name(bad, "x"),
-                                 pfa_put_version(bad, 1),
-                                 pfa_put_encode(bad, 1),
-                                 pfa_put_location_datum(bad, 1),
-                                 pfa_put_location(bad, "/a/", -1),
-                                 pfa_put_obj_type(bad, 2),
-                                 pfa_put_extension_to_type(bad, 1, 0),
-                                 pfa_parse_location(bad, "x", nullptr, -1),
-                                 pfa_parse_to_vek_file(bad, "x"),
-                                 parse_to_pfa(bad, 1, "x"),
-                                 pfa_to_standard_form(bad),
-                                 pfa_concat_locations(bad, file, file),
-                                 pfa_concat_locations(file, bad, file),
-                                 pfa_concat_locations(file, file, bad),
-                                 concat_pfa_paths(file, bad),
-                                 pfa_location_append(bad, file, "x"),
-                                 pfa_get_full_name(bad, out),
-                                 pfa_get_file_name(bad, PFA_OS_NAME, out),
-                                 pfa_get_file_vers(bad, 0, &number),
-                                 pfa_fopen(bad, 0, "r"),
-                                 pfa_close(bad),
-                                 pfa_write_file(bad, 1, "x"),
-                                 pfa_fprintf(bad, "x"),
-                                 pfa_open_dir(bad),
-                                 pfa_read_dir(folder, bad),
-                                 pfa_make_absolute_path(bad),
-                                 pfa_copy_vek_file(bad, file),
-                                 pfa_make_subdir(bad, "s", file),
-                                 pfa_make_parent(bad, file)}) {
-            EXPECT_EQ(result, PFA_E_NOT_VALID);
-        }
-        for (const int minus_one :
-             {pfa_component_strcmp(bad, PFA_NAME, "b", -1), pfa_get_obj_type(bad),
-              pfa_get_location_datum(bad), pfa_is_local(bad), pfaloc_call_F(bad, PfaIsFolder)}) {
-            EXPECT_EQ(minus_one, -1);
-        }
-        for (const int neutral : {pfa_component_length(bad, PFA_NAME), pfa_file_is_open(bad),
-                                  pfa_has_location(bad, nullptr), pfa_get_encode(bad),
-                                  pfa_is_dir(bad), pfa_set_mounted(bad)}) {
-            EXPECT_EQ(neutral, 0);
-        }
+        expect_all(PFA_E_NOT_VALID,
+                   {pfa_copy_component(file, bad, PFA_NAME), pfa_copy_location(bad, file),
+                    pfa_get_component(bad, PFA_NAME, out, PFA_PATH_SIZE), pfa_get_host(bad, out),
+                    pfa_get_component_mapping(bad, nullptr, nullptr, nullptr),
+                    pfa_get_path(bad, out), pfa_get_name(bad, out),
+                    pfa_get_location(bad, out, nullptr), pfa_put_path(bad, "x"),
+                    pfa_put_name(bad, "x"), pfa_put_version(bad, 1), pfa_put_encode(bad, 1)});
+        expect_all(PFA_E_NOT_VALID,
+                   {pfa_put_location_datum(bad, 1), pfa_put_location(bad, "/a/", -1),
+                    pfa_put_obj_type(bad, 2), pfa_put_extension_to_type(bad, 1, 0),
+                    pfa_parse_location(bad, "x", nullptr, -1), pfa_parse_to_vek_file(bad, "x"),
+                    parse_to_pfa(bad, 1, "x"), pfa_to_standard_form(bad),
+                    pfa_concat_locations(bad, file, file), pfa_concat_locations(file, bad, file),
+                    pfa_concat_locations(file, file, bad), concat_pfa_paths(file, bad),
+                    pfa_location_append(bad, file, "x"), pfa_get_full_name(bad, out),
+                    pfa_get_file_name(bad, PFA_OS_NAME, out)});
+        expect_all(PFA_E_NOT_VALID,
+                   {pfa_get_file_vers(bad, 0, &number), pfa_fopen(bad, 0, "r"), pfa_close(bad),
+                    pfa_write_file(bad, 1, "x"), pfa_fprintf(bad, "x"), pfa_open_dir(bad),
+                    pfa_read_dir(folder, bad), pfa_make_absolute_path(bad),
+                    pfa_copy_vek_file(bad, file), pfa_make_subdir(bad, "s", file),
+                    pfa_make_parent(bad, file)});
+        expect_all(-1, {pfa_component_strcmp(bad, PFA_NAME, "b", -1), pfa_get_obj_type(bad),
+                        pfa_get_location_datum(bad), pfa_is_local(bad),
+                        pfaloc_call_F(bad, PfaIsFolder)});
+        expect_all(0, {pfa_component_length(bad, PFA_NAME), pfa_file_is_open(bad),
+                       pfa_has_location(bad, nullptr), pfa_get_encode(bad), pfa_is_dir(bad),
+                       pfa_set_mounted(bad)});
         EXPECT_EQ(pfa_put_component(bad, PFA_NAME, "x"), bad == nullptr ? 9 : 11);
         EXPECT_EQ(extract_pfa_dir(bad), nullptr);
     }
-}
-
-TEST_F(bad_arguments, RecordsOfTheWrongKindAndOutputsThatAreNone) {
-    for (const int result :
-         {pfa_fopen(folder, 0, "r"), pfa_write_file(folder, 0, ""), pfa_fprintf(folder, "x"),
-          pfa_open_dir(file), pfa_make_subdir(file, "s", folder), pfa_get_name(file, nullptr),
-          pfa_get_full_name(file, nullptr), pfa_alloc_vek_file(nullptr), pfa_free_vek_file(nullptr),
-          pfa_recycle_vek_file(nullptr)}) {
-        EXPECT_EQ(result, PFA_E_NOT_VALID);
-    }
-}
-
-TEST_F(bad_arguments, TextsAndNumbers) {
+    expect_all(PFA_E_NOT_VALID,
+               {pfa_fopen(folder, 0, "r"), pfa_write_file(folder, 0, ""), pfa_fprintf(folder, "x"),
+                pfa_open_dir(file), pfa_make_subdir(file, "s", folder), pfa_get_name(file, nullptr),
+                pfa_get_full_name(file, nullptr), pfa_alloc_vek_file(nullptr),
+                pfa_free_vek_file(nullptr), pfa_recycle_vek_file(nullptr)});
     const std::string long_text(PFA_PATH_SIZE, 'n');
-    for (const int result : {pfa_put_component(file, PFA_NAME, nullptr),
-                             pfa_put_component(file, -1, "x"),
-                             pfa_put_component(file, PFA_COMPONENTS, "x"),
-                             pfa_put_path(file, nullptr),
-                             pfa_put_component_len(file, PFA_NAME, "x", -1),
-                             pfa_put_path(file, long_text.c_str()),
-                             pfa_put_component_len(file, PFA_NAME, "x", 2),
-                             pfa_put_name(file, long_text.c_str()),
-                             pfa_put_name(file, nullptr),
-                             pfa_put_version(file, 32768),
-                             pfa_put_location_datum(file, -32769),
-                             pfa_put_location(file, nullptr, 1),
-                             pfa_put_location(file, long_text.c_str(), 1),
-                             pfa_put_location(file, "/////host", 1),
-                             pfa_put_obj_type(file, OBJ_TYPE_DEFAULT),
-                             pfa_put_obj_type(file, 12345),
-                             pfa_parse_to_vek_file(file, nullptr),
-                             parse_to_pfa(file, 1, nullptr),
-                             pfa_parse_to_vek_file(pfa_get_cur_dir(), "x"),
-                             pfa_fopen(file, 0, nullptr),
-                             pfa_fopen(file, 3, "w"),
-                             pfa_get_file_vers(file, 3, &number),
-                             pfa_get_file_vers(file, -1, &number),
-                             pfa_get_file_vers(file, 0, nullptr),
-                             pfa_make_subdir(folder, nullptr, file),
-                             pfa_location_append(file, folder, "x")}) {
-        EXPECT_EQ(result, PFA_E_INVALID_INPUT);
-    }
-    EXPECT_EQ(pfa_make_subdir(folder, long_text.c_str(), file), PFA_E_INVALID_NAME);
+    const char *too_long = long_text.c_str();
+    expect_all(PFA_E_INVALID_INPUT,
+               {pfa_put_component(file, PFA_NAME, nullptr), pfa_put_component(file, -1, "x"),
+                pfa_put_component(file, PFA_COMPONENTS, "x"), pfa_put_path(file, nullptr),
+                pfa_put_component_len(file, PFA_NAME, "x", -1), pfa_put_path(file, too_long),
+                pfa_put_component_len(file, PFA_NAME, "x", 2), pfa_put_name(file, too_long),
+                pfa_put_name(file, nullptr), pfa_put_version(file, 32768),
+                pfa_put_location_datum(file, -32769), pfa_put_location(file, nullptr, 1),
+                pfa_put_location(file, too_long, 1), pfa_put_location(file, "/////host", 1),
+                pfa_put_obj_type(file, OBJ_TYPE_DEFAULT), pfa_put_obj_type(file, 12345)});
+    expect_all(PFA_E_INVALID_INPUT,
+               {pfa_parse_to_vek_file(file, nullptr), parse_to_pfa(file, 1, nullptr),
+                pfa_parse_to_vek_file(pfa_get_cur_dir(), "x"), pfa_fopen(file, 0, nullptr),
+                pfa_fopen(file, 3, "w"), pfa_get_file_vers(file, 3, &number),
+                pfa_get_file_vers(file, -1, &number), pfa_get_file_vers(file, 0, nullptr),
+                pfa_make_subdir(folder, nullptr, file), pfa_location_append(file, folder, "x")});
+    EXPECT_EQ(pfa_make_subdir(folder, too_long, file), PFA_E_INVALID_NAME);
+    EXPECT_TRUE(same_bytes(file_before, file) && same_bytes(folder_before, folder));
+    EXPECT_EQ(number, 99);
 }
 
 } // namespace

@@ -18,39 +18,29 @@
 
 namespace {
 
-// Switches the reports on, lets the process survive them, and catches standard output.
-class report_capture {
-  public:
-    report_capture() {
-        set_verbose_mode(1);
-        set_dbg_err_crash(0);
-        set_run_mode(RUN_MODE_PFA_TRACE);
-        testing::internal::CaptureStdout();
-    }
+// Switches the reports on, for the rest of the process, which survives them.
+void expect_reports() {
+    set_verbose_mode(1);
+    set_dbg_err_crash(0);
+    set_run_mode(RUN_MODE_PFA_TRACE);
+    testing::internal::CaptureStdout();
+}
 
-    ~report_capture() {
-        (void)testing::internal::GetCapturedStdout();
-        set_run_mode(RUN_MODE_USER);
-        set_dbg_err_crash(-1);
-        set_verbose_mode(0);
-    }
+// What was printed since the last call.
+std::string printed() {
+    std::string text = testing::internal::GetCapturedStdout();
+    testing::internal::CaptureStdout();
+    return text;
+}
 
-    // What was printed since the last call.
-    std::string take() {
-        std::string text = testing::internal::GetCapturedStdout();
-        testing::internal::CaptureStdout();
-        return text;
-    }
-
-    // The same without the name of the reporting function, and without what the process says when
-    // it survives a report.
-    std::string take_text() {
-        const std::string text = take();
-        const std::size_t start = text.find(":  ");
-        const std::size_t end = std::min(text.find("\ndbg_err_crash()"), text.find(" (ORDER"));
-        return start == text.npos ? text : text.substr(start + 3, end - start - 3);
-    }
-};
+// The same without the name of the reporting function, and without what the process says when it
+// survives a report.
+std::string reported() {
+    const std::string text = printed();
+    const std::size_t start = text.find(":  ");
+    const std::size_t end = std::min(text.find("\ndbg_err_crash()"), text.find(" (ORDER"));
+    return start == text.npos ? text : text.substr(start + 3, end - start - 3);
+}
 
 constexpr int TYPE = PfaList;
 constexpr int OTHER_TYPE = PfaUNC;
@@ -71,12 +61,12 @@ int eight(vek_file *, plm_ptr) {
 }
 
 void expect_registration() {
-    report_capture reports;
+    expect_reports();
     vek_file first = record_of_type(TYPE), second = record_of_type(OTHER_TYPE);
     vek_file nowhere = record_of_type(NoLocation);
-    const auto expect = [&reports](int result, int expected, const std::string &report) {
+    const auto expect = [](int result, int expected, const std::string &report) {
         EXPECT_EQ(result, expected) << report;
-        EXPECT_EQ(reports.take_text(), report);
+        EXPECT_EQ(reported(), report);
     };
     const auto expect_put = [&](int type, int method, int sequence, pfaloc_impl implementation,
                                 const std::string &report) {
@@ -138,6 +128,7 @@ void expect_registration() {
            "calling undefined PfaAltNameInDir method for PfaList");
     set_run_mode(RUN_MODE_USER);
     expect(call(&first, PfaMakeDir), -1, "");
+    (void)testing::internal::GetCapturedStdout();
 }
 
 TEST(pfaloc_death, RegistrationRefusesAndReports) {
@@ -208,25 +199,26 @@ TEST(pfamem, ANewRecordIsEmptyAndAFreedOneGone) {
 // Memory runs out at every step of the first allocation and parse, and comes back: nothing is left
 // half made.
 TEST(pfamem, MemoryThatRunsOutIsReportedAndHarmless) {
-    bool failed = true;
-    for (long allocation = 0; failed; ++allocation) {
-        const child_result child = run_in_child([allocation] {
-            vek_file *record = nullptr;
+    const auto parse = [](vek_file **record) {
+        const int made = pfa_alloc_vek_file(record);
+        EXPECT_TRUE(made == 0 || (made == PFA_E_NO_SPACE && *record == nullptr)) << made;
+        return made == 0 ? pfa_parse_to_vek_file(*record, "/x/b.prt.3") : PFA_E_OUT_OF_MEMORY;
+    };
+    int status = 1;
+    for (long allocation = 0; status == 1; ++allocation) {
+        const auto body = [&parse, allocation] {
+            vek_file *record = nullptr, *again = nullptr;
             fail_allocation(allocation, true);
-            const int made = pfa_alloc_vek_file(&record);
-            const int parsed = made == 0 ? pfa_parse_to_vek_file(record, "/x/b.prt.3") : 0;
+            const int parsed = parse(&record);
             fail_allocation(NO_FAILURE, false);
-            const bool right = made == 0 ? parsed == 0 || parsed == PFA_E_OUT_OF_MEMORY
-                                         : made == PFA_E_NO_SPACE && record == nullptr;
-            vek_file *again = nullptr;
-            const bool recovered = pfa_alloc_vek_file(&again) == 0 &&
-                                   pfa_parse_to_vek_file(again, "/x/b.prt.3") == 0 &&
-                                   state_of(again) == "/x/|b|prt|3|2";
-            _exit(!right || !recovered ? 2 : made != 0 || parsed != 0);
-        });
-        ASSERT_TRUE(child.status == 0 || child.status == 1) << allocation << ": " << child.status;
-        failed = child.status == 1;
+            EXPECT_TRUE(parsed == 0 || parsed == PFA_E_OUT_OF_MEMORY) << parsed;
+            EXPECT_EQ(parse(&again), 0);
+            EXPECT_EQ(state_of(again), "/x/|b|prt|3|2");
+            _exit(HasFailure() ? 2 : parsed != 0);
+        };
+        status = run_in_child(body).status;
     }
+    EXPECT_EQ(status, 0);
 }
 
 std::string hex(const vek_file *record) {
@@ -235,51 +227,55 @@ std::string hex(const vek_file *record) {
     return text;
 }
 
-TEST(pfamem, TheRegistryFollowsRecordsAndReportsWhatIsWrong) {
+void expect_mem_debug() {
     EXPECT_EQ(pfa_mem_debug(nullptr, 1), 0); // off: prints nothing
     vek_file *early = nullptr;
     ASSERT_EQ(pfa_alloc_vek_file(&early), 0);
-    report_capture reports;
+    expect_reports();
     pfa_set_mem_debug(1);
     vek_file *one = nullptr;
     vek_file *two = nullptr;
     ASSERT_EQ(pfa_alloc_vek_file(&one), 0);
-    EXPECT_EQ(reports.take(),
+    EXPECT_EQ(printed(),
               "pfa_alloc_vek_file:  Created new pfa at: " + hex(one) + "\n (INFO MESSAGE)\n");
     ASSERT_EQ(pfa_alloc_vek_file(&two), 0);
     pfa_put_component(one, PFA_NAME, "one");
     pfa_put_component(two, PFA_NAME, "two");
-    reports.take();
+    printed();
     char expected[200];
     std::snprintf(expected, sizeof expected, "2 allocated pfas0, at %p, one\n1, at %p, two\n",
                   static_cast<void *>(one), static_cast<void *>(two));
     EXPECT_EQ(pfa_mem_debug(nullptr, 1), 0);
-    EXPECT_EQ(reports.take(), expected);
+    EXPECT_EQ(printed(), expected);
     pfa_mem_debug(one, 1);
-    EXPECT_EQ(reports.take_text(), "double allocation at " + hex(one));
+    EXPECT_EQ(reported(), "double allocation at " + hex(one));
     pfa_mem_debug(one, 0);
-    EXPECT_EQ(reports.take(), "");
+    EXPECT_EQ(printed(), "");
     pfa_put_component(one, PFA_NAME, "changed");
     pfa_mem_debug(one, 0);
-    EXPECT_EQ(reports.take_text(), "freeing one, now changed, at " + hex(one) + " twice");
+    EXPECT_EQ(reported(), "freeing one, now changed, at " + hex(one) + " twice");
     pfa_mem_debug(nullptr, 0);
-    EXPECT_EQ(reports.take(), "total of 1 pfas, 2 entries");
+    EXPECT_EQ(printed(), "total of 1 pfas, 2 entries");
     pfa_mem_debug(one, 1); // the address comes back
-    EXPECT_EQ(reports.take(), "");
+    EXPECT_EQ(printed(), "");
     pfa_free_vek_file(&one);
     pfa_free_vek_file(&two);
-    reports.take();
+    printed();
     pfa_mem_debug(nullptr, 0);
-    EXPECT_EQ(reports.take(), "total of 0 pfas, 2 entries");
+    EXPECT_EQ(printed(), "total of 0 pfas, 2 entries");
     const std::string early_at = hex(early);
     pfa_free_vek_file(&early);
-    EXPECT_NE(reports.take().find("pfa_mem_debug:  freeing unknown pfa at " + early_at),
+    EXPECT_NE(printed().find("pfa_mem_debug:  freeing unknown pfa at " + early_at),
               std::string::npos);
     pfa_free_vek_file(&early);
-    EXPECT_EQ(reports.take(), "pfa_free_vek_file:  Not freeing NULL pfa\n (INFO MESSAGE)\n");
+    EXPECT_EQ(printed(), "pfa_free_vek_file:  Not freeing NULL pfa\n (INFO MESSAGE)\n");
     pfa_set_mem_debug(0);
     EXPECT_EQ(pfa_mem_debug(nullptr, 0), 0);
-    EXPECT_EQ(reports.take(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+}
+
+TEST(pfamem_death, TheRegistryFollowsRecordsAndReportsWhatIsWrong) {
+    expect_in_own_process(expect_mem_debug);
 }
 
 } // namespace
