@@ -15,6 +15,7 @@
 #include <climits>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <tuple>
 
 namespace {
 
@@ -152,10 +153,8 @@ TEST(pfaloc, HigherTypesAreAskedFirstAndADeclinedRecordKeepsItsType) {
     pfa_loc_register_setup(PfaCommonspace);
     pfa_loc_method_register<PfaClaimLocation>(PfaCommonspace, claim<PfaCommonspace>);
     pfa_loc_register_setup(0);
-    const struct {
-        int claimer, only_type, result, type;
-        std::vector<int> order;
-    } rows[] = {
+    // Who claims, the type asked alone (-1: all), the result, the record's type and who was asked.
+    const std::tuple<int, int, int, int, std::vector<int>> rows[] = {
         {PfaCommonspace, -1, 0, PfaCommonspace, {PfaCommonspace}},
         {PfaWorkspace, -1, 0, PfaWorkspace, {PfaCommonspace, PfaWorkspace}},
         {PfaCommonspace, PfaWorkspace, 103, UniFilesystem, {PfaWorkspace}},
@@ -165,13 +164,13 @@ TEST(pfaloc, HigherTypesAreAskedFirstAndADeclinedRecordKeepsItsType) {
         {0, 10, 2, UniFilesystem, {}},
         {0, INT_MIN, 2, UniFilesystem, {}},
     };
-    for (const auto &row : rows) {
+    for (const auto &[claimer, only_type, result, type, order] : rows) {
         vek_file record = record_of_type(UniFilesystem);
         asked.clear();
-        claimed_by = row.claimer;
-        EXPECT_EQ(pfa_parse_location(&record, "plain", nullptr, row.only_type), row.result);
-        EXPECT_EQ(record.location_type, row.type);
-        EXPECT_EQ(asked, row.order);
+        claimed_by = claimer;
+        EXPECT_EQ(pfa_parse_location(&record, "plain", nullptr, only_type), result);
+        EXPECT_EQ(record.location_type, type);
+        EXPECT_EQ(asked, order);
     }
     claimed_by = 0;
 }
@@ -233,8 +232,7 @@ void expect_mem_debug() {
     ASSERT_EQ(pfa_alloc_vek_file(&early), 0);
     expect_reports();
     pfa_set_mem_debug(1);
-    vek_file *one = nullptr;
-    vek_file *two = nullptr;
+    vek_file *one = nullptr, *two = nullptr;
     ASSERT_EQ(pfa_alloc_vek_file(&one), 0);
     EXPECT_EQ(printed(),
               "pfa_alloc_vek_file:  Created new pfa at: " + hex(one) + "\n (INFO MESSAGE)\n");

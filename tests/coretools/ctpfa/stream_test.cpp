@@ -3,6 +3,7 @@
 
 #include <fstream>
 #include <iterator>
+#include <tuple>
 
 #include "coretools/ctpfa/pfadir.h"
 #include "coretools/ctpfa/pfaloc.h"
@@ -13,19 +14,16 @@
 
 namespace {
 
+using names = std::vector<std::string>;
+
 std::string text_of(const std::string &path) {
     std::ifstream in(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), {}};
 }
 
 TEST(pfavers, TheHighestVersionAndTheNext) {
-    const struct {
-        const char *note;
-        std::vector<std::string> files;
-        const char *name;
-        int latest; // -1: no such file
-        int next;
-    } rows[] = {
+    // What it is about, the files, the one asked for, its highest version (-1: none) and the next.
+    const std::tuple<const char *, names, const char *, int, int> rows[] = {
         {"several", {"a.prt.1", "a.prt.7", "a.prt.12"}, "a.prt", 12, 13},
         {"no version", {"a.prt"}, "a.prt", 0, 2},
         {"none at all", {"a.prt.01", "a.prt.x", "a.prtx.3", "aa.prt.4"}, "a.prt", -1, 1},
@@ -38,21 +36,20 @@ TEST(pfavers, TheHighestVersionAndTheNext) {
         {"the exact one may be higher", {"A.IGS.2", "a.igs.3"}, "a.igs", 3, 4},
         {"nor of no type", {"README.2"}, "readme", 2, 3},
     };
-    for (const auto &row : rows) {
+    for (const auto &[note, files, name, latest, next] : rows) {
         const scratch_tree tree;
-        for (const std::string &file : row.files) {
+        for (const std::string &file : files) {
             write_text(tree.path + file, "");
         }
-        scoped_record record(tree.path + row.name);
+        scoped_record record(tree.path + name);
         int version = 99;
         EXPECT_EQ(pfa_get_file_vers(record, 0, &version), 0);
         EXPECT_EQ(version, record->version);
         version = -1;
-        EXPECT_EQ(pfa_get_file_vers(record, 1, &version), row.latest < 0 ? PFA_E_NOT_FOUND : 0)
-            << row.note;
-        EXPECT_EQ(version, row.latest) << row.note;
-        EXPECT_EQ(pfa_get_file_vers(record, 2, &version), 0) << row.note;
-        EXPECT_EQ(version, row.next) << row.note;
+        EXPECT_EQ(pfa_get_file_vers(record, 1, &version), latest < 0 ? PFA_E_NOT_FOUND : 0) << note;
+        EXPECT_EQ(version, latest) << note;
+        EXPECT_EQ(pfa_get_file_vers(record, 2, &version), 0) << note;
+        EXPECT_EQ(version, next) << note;
     }
 }
 
@@ -63,10 +60,7 @@ TEST(pfastream, RefusesWhatItsStateForbidsAndChangesNothing) {
     scoped_record lost(tree.path + "gone/a.prt");
     last->location_type = NoLocation;
     const vek_file before = *closed;
-    const struct {
-        int status;
-        int expected;
-    } rows[] = {
+    const std::pair<int, int> rows[] = {
         {pfa_fopen(open, 0, binary_mode("w")), PFA_E_NO_ERROR},
         {pfa_fopen(last, 0, "w"), PFA_E_NO_ERROR},
         {pfa_fopen(closed, 2, "r"), PFA_E_CANT_OPEN},
@@ -90,12 +84,12 @@ TEST(pfastream, RefusesWhatItsStateForbidsAndChangesNothing) {
         {pfa_close(open), PFA_E_INACTIVE},
     };
     for (const auto &row : rows) {
-        EXPECT_EQ(row.status, row.expected) << "row " << &row - rows;
+        EXPECT_EQ(row.first, row.second) << "row " << &row - rows;
     }
     EXPECT_TRUE(same_bytes(before, closed));
     EXPECT_EQ(last->location_type, PfaStdFilesystem);
     EXPECT_EQ(text_of(tree.path + "b.prt") + text_of(tree.path + "c.prt.32767"), "");
-    EXPECT_EQ(read_names(directory), std::vector<std::string>({"b.prt", "c.prt.32767"}));
+    EXPECT_EQ(read_names(directory), names({"b.prt", "c.prt.32767"}));
 }
 
 // Some Japanese with ASCII between, many chunks long.
