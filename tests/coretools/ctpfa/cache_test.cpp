@@ -309,13 +309,15 @@ TEST_F(pfadircache, AgreesWithAModelAfterEveryStep) {
     for (int i = 0; i < 400; ++i) {
         keys.push_back("mem:/" + std::to_string(i % 16) + "/" + std::to_string(i) + "/");
     }
+    open(keys.back(), false);                 // the oldest of all, and lent
     for (int round = 0; round < 2; ++round) { // fill the table and evict, then grow past its bound
         for (int i = 0; i < 320; ++i) {
             test_clock += round == 0;
             open(keys[i], false);
-            close(0);
+            close(1);
         }
     }
+    check();
     for (int step = 0; step < 6000 && !HasFatalFailure(); ++step) {
         const std::string &key = keys[below(keys.size())];
         const std::size_t what = below(20);

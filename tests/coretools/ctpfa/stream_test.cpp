@@ -94,9 +94,11 @@ TEST(pfastream, RefusesWhatItsStateForbidsAndChangesNothing) {
 
 // Some Japanese with ASCII between, many chunks long.
 TEST(pfastream, WritesTheCodesOfTheEncodeWord) {
-    // By encode word: the text, its wide codes, JIS X 0208 and the shifted code.
-    const std::string characters[] = {"-\xb0\xa1\xf4\xa6", "-\xb0\xa1\xf4\xa6", "-0!t&",
-                                      "-\x88\x9f\xea\xa4"};
+    // By encode word: the text, its wide codes, JIS X 0208 and the shifted code; with a half-width
+    // letter, whose code is shorter than its text.
+    const std::string characters[] = {"-\xb0\xa1\x8e\xb1\xf4\xa6",
+                                      std::string("-\xb0\xa1\0\xb1\xf4\xa6", 7), "-0!\xb1t&",
+                                      "-\x88\x9f\xb1\xea\xa4"};
     // At the end a half-width letter, then half a character.
     const std::string ends[] = {"\x8e\xb1\xb0", std::string("\0\xb1", 2), "\xb1", "\xb1"};
     for (int encode = 0; encode < 4; ++encode) {
