@@ -1,5 +1,5 @@
 // Runs a piece of a test in a child process, so that it may end the process or change settings that
-// nothing resets, and keeps what it printed.
+// nothing resets, and keeps what it printed. An expectation that fails there gives the status 1.
 #pragma once
 
 #include <cstdio>
@@ -7,6 +7,8 @@
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include <gtest/gtest.h>
 
 struct child_result {
     int status; // the exit status, or minus the number of the signal that ended the child
@@ -34,7 +36,7 @@ inline child_result run_in_child(const std::function<void()> &body) {
         dup2(fileno(err), STDERR_FILENO);
         body();
         std::fflush(nullptr);
-        _exit(0);
+        _exit(::testing::Test::HasFailure() ? 1 : 0);
     }
     int status = 0;
     waitpid(child, &status, 0);

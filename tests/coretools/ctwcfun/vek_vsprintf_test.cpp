@@ -238,15 +238,11 @@ void format_without_memory(long nth, bool persistently, bool trapped) {
         fail_allocation(nth, persistently);
         const bool made = format_into(text, "%6d %ws", 7, wide_text) != nullptr;
         fail_allocation(NO_FAILURE, false);
-        if (text != (made ? right : "")) {
-            std::fprintf(stderr, "wrong at %ld: %s\n", nth, text);
-        }
+        EXPECT_EQ(text, made ? right : "") << nth;
     }
     fail_allocation(NO_FAILURE, false);
     trp_pop_frame();
-    if (formatted("%6d %ws", 7, wide_text) != right) {
-        std::fprintf(stderr, "not usable after %ld\n", nth);
-    }
+    EXPECT_EQ(formatted("%6d %ws", 7, wide_text), right) << nth;
 }
 
 TEST(Format, ExhaustedMemoryGivesNullAndIsForgotten) {
@@ -261,8 +257,7 @@ TEST(Format, ExhaustedMemoryGivesNullAndIsForgotten) {
                 });
             }
         });
-        EXPECT_EQ(child.err, "") << mode;
-        EXPECT_EQ(child.status, 0) << mode << child.out;
+        EXPECT_EQ(child.status, 0) << mode << child.out << child.err;
         EXPECT_NE(child.out.find("out of virtual memory"), std::string::npos);
     }
 }
