@@ -29,12 +29,11 @@ const std::string CONTINUES =
 const std::string CRASHING_OUT = "dbg_err_crash() -- crashing out in ORDER_DEBUG ONLY.";
 const std::string ENDS = "trail[" + CRASHING_OUT + "|69]\n" + CRASHING_OUT + "\n" + FATAL;
 
-int callback_answer;
-
-int print_callback(const char *name, const char *message) {
+template <int Answer>
+int ask(const char *name, const char *message) {
     std::printf("asked[%s|%s]\n", name != nullptr ? name : "null",
                 message != nullptr ? message : "null");
-    return callback_answer;
+    return Answer;
 }
 
 void print_message(const char *key, const char *text, ...) {
@@ -66,33 +65,33 @@ TEST(Report, FollowsItsSwitches) {
     const struct {
         int (*report)(const char *name, const char *format, ...);
         int verbose, run_mode, ends_process, input_mode, environment;
-        int callback; // what it answers, -1 for none
+        dbg_crash_callback callback;
         const char *name, *format;
         std::string output; // "=" and the result come last, when there is one
     } rows[] = {
-        {dbg_err_crash, 0, 9998, 1, 0, 0, 1, "place", bad, "=0"},
-        {dbg_err_crash, 1, 0, -1, 0, 0, 1, "place", bad, CONTINUES + "=1"},
-        {dbg_err_crash, 1, 9998, -1, 0, 0, -1, "place", bad, line + trail + ENDS},
-        {dbg_err_crash, 1, 9998, 0, 0, 0, 1, "place", bad, line + CONTINUES + "=1"},
-        {dbg_err_crash, 1, 9998, -1, 0, 0, 0, "place", bad, line + asked + CONTINUES + "=1"},
-        {dbg_err_crash, 1, 9998, -1, 0, 0, 1, "place", bad, line + asked + trail + ENDS},
-        {dbg_err_crash, 1, 9029, -1, 1, 1, 0, "place", bad, line + trail + ENDS},
-        {dbg_err_crash, 1, -151, -1, 1, 1, 0, "place", bad, line + trail + ENDS},
-        {dbg_err_crash, 1, 9998, -1, 1, 0, 0, "place", bad, line + trail + ENDS},
-        {dbg_err_crash, 1, 9998, -1, 1, 1, 1, "place", bad, line + asked + trail + ENDS},
-        {dbg_err_crash, 1, 9998, -1, 0, 0, 1, nullptr, bad, "asked[null|null]\n" + ENDS},
-        {dbg_err_crash, 1, 9998, -1, 0, 0, 1, "place", nullptr,
+        {dbg_err_crash, 0, 9998, 1, 0, 0, ask<1>, "place", bad, "=0"},
+        {dbg_err_crash, 1, 0, -1, 0, 0, ask<1>, "place", bad, CONTINUES + "=1"},
+        {dbg_err_crash, 1, 9998, -1, 0, 0, nullptr, "place", bad, line + trail + ENDS},
+        {dbg_err_crash, 1, 9998, 0, 0, 0, ask<1>, "place", bad, line + CONTINUES + "=1"},
+        {dbg_err_crash, 1, 9998, -1, 0, 0, ask<0>, "place", bad, line + asked + CONTINUES + "=1"},
+        {dbg_err_crash, 1, 9998, -1, 0, 0, ask<1>, "place", bad, line + asked + trail + ENDS},
+        {dbg_err_crash, 1, 9029, -1, 1, 1, ask<0>, "place", bad, line + trail + ENDS},
+        {dbg_err_crash, 1, -151, -1, 1, 1, ask<0>, "place", bad, line + trail + ENDS},
+        {dbg_err_crash, 1, 9998, -1, 1, 0, ask<0>, "place", bad, line + trail + ENDS},
+        {dbg_err_crash, 1, 9998, -1, 1, 1, ask<1>, "place", bad, line + asked + trail + ENDS},
+        {dbg_err_crash, 1, 9998, -1, 0, 0, ask<1>, nullptr, bad, "asked[null|null]\n" + ENDS},
+        {dbg_err_crash, 1, 9998, -1, 0, 0, ask<1>, "place", nullptr,
          "place:  \nasked[place|null]\ntrail[place  |69]\n" + ENDS},
-        {dbg_err_crash, 1, 9998, -1, 0, 0, -1, "place", "%hd",
+        {dbg_err_crash, 1, 9998, -1, 0, 0, nullptr, "place", "%hd",
          "place:  \ntrail[place  |69]\n" + ENDS},
-        {dbg_err_crash, 1, 0, 1, 0, 0, -1, "place", bad, "trail[|69]\n" + ENDS},
-        {dbg_err_syserr, 0, 9998, 1, 0, 1, 1, "place", bad, "=0"},
-        {dbg_err_syserr, 1, 0, 1, 0, 1, 1, "place", bad, "=1"},
-        {dbg_err_syserr, 1, 9998, 1, 0, 1, 1, "place", bad, "place:  bad 7 (ORDER_DEBUG)\n=1"},
-        {dbg_err_syserr, 1, 9998, 1, 0, 1, 1, nullptr, bad, "=1"},
-        {dbg_print_info, 1, 0, 1, 0, 1, 1, "place", bad, "=0"},
-        {dbg_print_info, 0, 1, 1, 0, 1, 1, "place", bad, "place:  bad 7 (INFO MESSAGE)\n=1"},
-        {dbg_print_info, 0, 1, 1, 0, 1, 1, nullptr, bad, "bad 7\n=1"},
+        {dbg_err_crash, 1, 0, 1, 0, 0, nullptr, "place", bad, "trail[|69]\n" + ENDS},
+        {dbg_err_syserr, 0, 9998, 1, 0, 1, ask<1>, "place", bad, "=0"},
+        {dbg_err_syserr, 1, 0, 1, 0, 1, ask<1>, "place", bad, "=1"},
+        {dbg_err_syserr, 1, 9998, 1, 0, 1, ask<1>, "place", bad, "place:  bad 7 (ORDER_DEBUG)\n=1"},
+        {dbg_err_syserr, 1, 9998, 1, 0, 1, ask<1>, nullptr, bad, "=1"},
+        {dbg_print_info, 1, 0, 1, 0, 1, ask<1>, "place", bad, "=0"},
+        {dbg_print_info, 0, 1, 1, 0, 1, ask<1>, "place", bad, "place:  bad 7 (INFO MESSAGE)\n=1"},
+        {dbg_print_info, 0, 1, 1, 0, 1, ask<1>, nullptr, bad, "bad 7\n=1"},
     };
     for (const auto &row : rows) {
         const child_result child = run_in_child([&row] {
@@ -101,13 +100,11 @@ TEST(Report, FollowsItsSwitches) {
             set_input_mode(row.input_mode);
             row.environment != 0 ? setenv("DBG_ERR_SHOW_DIALOG", "", 1)
                                  : unsetenv("DBG_ERR_SHOW_DIALOG");
-            callback_answer = row.callback;
-            set_dbg_err_crash_callback(row.callback >= 0 ? print_callback : nullptr);
+            set_dbg_err_crash_callback(row.callback);
             std::printf("=%d", row.report(row.name, row.format, 7));
         });
-        const long line_number = &row - rows;
-        EXPECT_EQ(child.out, row.output) << line_number;
-        EXPECT_EQ(child.status, row.output.find('=') != std::string::npos ? 0 : 2) << line_number;
+        EXPECT_EQ(child.out, row.output);
+        EXPECT_EQ(child.status, row.output.find('=') != std::string::npos ? 0 : 2) << child.out;
     }
 }
 
@@ -127,11 +124,7 @@ TEST(Report, TrailLineIsCut) {
     }
 }
 
-void report_from_handler(int) {
-    std::printf("handler: %d\n", dbg_err_crash("handler", "nested"));
-}
-
-TEST(Report, SettingsAreDecidedOnceAndNestedReportsDropped) {
+TEST(Report, SettingsAreDecidedOnce) {
     const child_result child = run_in_child([] {
         mgr_msg_put("nobody", "hears %d", 4);
         switch_on(0);
@@ -139,17 +132,13 @@ TEST(Report, SettingsAreDecidedOnceAndNestedReportsDropped) {
         dbg_err_crash("place", "first");
         set_run_mode(9998); // undecided, it would now end the process
         dbg_err_crash("place", "second");
-        set_dbg_err_crash(1);
-        wlx_exit_register(report_from_handler);
-        dbg_err_crash(nullptr, nullptr);
     });
-    EXPECT_EQ(child.out, "key: 5 2.5 more\n" + CONTINUES + "place:  second\n" + CONTINUES + ENDS +
-                             "handler: 0\n");
+    EXPECT_EQ(child.out, "key: 5 2.5 more\n" + CONTINUES + "place:  second\n" + CONTINUES);
 }
 
 int break_in_callback(const char *, const char *) {
     error_break("Memory error.");
-    std::printf("not trapped\n");
+    std::printf("not trapped, nested %d\n", dbg_err_crash("place", "dropped"));
     return 0;
 }
 
@@ -176,15 +165,14 @@ TEST(Report, TrapOutOfAReportLeavesReportsUsable) {
         std::printf("=%d\n", set_dbg_err_crash_callback(nullptr) == break_in_callback);
     });
     const std::string told = "place:  \nMemory error.: Memory error.\n";
-    EXPECT_EQ(child.out, told + "trapped\n" + told + "trapped\n" + told + "not trapped\n" +
-                             CONTINUES + "=1\n");
+    EXPECT_EQ(child.out, told + "trapped\n" + told + "trapped\n" + told +
+                             "not trapped, nested 0\n" + CONTINUES + "=1\n");
     EXPECT_EQ(child.status, 0) << child.err;
 }
 
 TEST(Report, ThreadsReportAtOnce) {
     const child_result child = run_in_child([] {
-        set_verbose_mode(1);
-        set_run_mode(7);
+        switch_on(7);
         set_dbg_err_crash(0);
         run_on_threads(8, [](int) {
             for (int n = 0; n < 100; ++n) {
