@@ -124,7 +124,7 @@ TEST(Report, TrailLineIsCut) {
     }
 }
 
-TEST(Report, SettingsAreDecidedOnce) {
+TEST(Report, SettingsAreDecidedOnceUntilSet) {
     const child_result child = run_in_child([] {
         mgr_msg_put("nobody", "hears %d", 4);
         switch_on(0);
@@ -132,8 +132,10 @@ TEST(Report, SettingsAreDecidedOnce) {
         dbg_err_crash("place", "first");
         set_run_mode(9998); // undecided, it would now end the process
         dbg_err_crash("place", "second");
+        set_dbg_err_crash(1);
+        dbg_err_crash(nullptr, nullptr);
     });
-    EXPECT_EQ(child.out, "key: 5 2.5 more\n" + CONTINUES + "place:  second\n" + CONTINUES);
+    EXPECT_EQ(child.out, "key: 5 2.5 more\n" + CONTINUES + "place:  second\n" + CONTINUES + ENDS);
 }
 
 int break_in_callback(const char *, const char *) {
