@@ -189,6 +189,7 @@ TEST(Report, ThreadsReportAtOnce) {
 
 TEST(RunMode, CurrentAndAddedModes) {
     for (const int mode : {9029, 9129, 9229, 9329, 9998, -151}) {
+        EXPECT_EQ(is_run_mode(mode), 0);
         set_run_mode(mode);
         EXPECT_EQ(is_run_mode(mode), 1);
         EXPECT_EQ(regression_run_mode(), mode >= 9029 && mode <= 9329) << mode;
