@@ -5,13 +5,13 @@
 #include <cstdio>
 #include <random>
 #include <set>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "coretools/ctmemmgr/btree_internal.h"
 #include "coretools/ctmemmgr/xar.h"
-#include "tests/support/child_process.h"
 #include "tests/support/failing_malloc.h"
 
 namespace {
@@ -68,21 +68,22 @@ void check_rbtree(const btree *tree, const std::set<int> &model) {
     ASSERT_EQ(keys_in_order(tree, BTREE_PREVIOUS), std::vector<int>(model.rbegin(), model.rend()));
 }
 
-void check_locate(const btree *tree, const std::set<int> &model, int key) {
-    btree_node untouched{nullptr, nullptr, nullptr, word(-2)};
-    btree_node none{nullptr, nullptr, nullptr, word(-1)};
+// What is not equal lies between neighbours; those are written only then.
+void check_locate(const btree *tree, int key, bool is_there) {
+    btree_node untouched{};
     btree_node *equal = nullptr;
     btree_node *below = &untouched;
     btree_node *above = &untouched;
-    const int found = btree_locate(tree, word(key), compare_keys, &equal, &below, &above);
+    ASSERT_EQ(btree_locate(tree, word(key), compare_keys, &equal, &below, &above), is_there);
     EXPECT_EQ(btree_lookup(tree, word(key), compare_keys), equal);
-    ASSERT_EQ(found, model.count(key));
-    const auto next = model.lower_bound(key);
-    const int before = next == model.begin() ? -1 : *std::prev(next);
-    const int after = next == model.end() ? -1 : *next;
-    EXPECT_EQ(key_of((equal == nullptr ? &none : equal)->data), found == 1 ? key : -1);
-    EXPECT_EQ(key_of((below == nullptr ? &none : below)->data), found == 1 ? -2 : before);
-    EXPECT_EQ(key_of((above == nullptr ? &none : above)->data), found == 1 ? -2 : after);
+    if (is_there) {
+        EXPECT_EQ(key_of(equal->data), key);
+        EXPECT_TRUE(below == &untouched && above == &untouched);
+    } else {
+        EXPECT_TRUE(below == nullptr || key_of(below->data) < key);
+        EXPECT_TRUE(above == nullptr || key_of(above->data) > key);
+        EXPECT_EQ(next_btree_node(tree, below, BTREE_NEXT), above);
+    }
 }
 
 TEST(Rbtree, RandomOperationsAgreeWithASet) {
@@ -98,20 +99,20 @@ TEST(Rbtree, RandomOperationsAgreeWithASet) {
             const int key = static_cast<int>(random() % keys);
             // More insertions in some stretches, more deletions in others.
             if (random() % 10 < (i / 500 % 2 == 0 ? 7U : 3U)) {
-                const bool fails = random() % 4 == 0;
-                fail_allocation(fails ? static_cast<long>(random() % 2) : NO_FAILURE, false);
-                const bool inserted = insert(tree, key) != nullptr;
-                fail_allocation(NO_FAILURE, false);
-                ASSERT_TRUE(inserted == (model.count(key) == 0) || (fails && !inserted));
-                if (inserted) {
-                    model.insert(key);
+                const long failing = static_cast<long>(random() % 8);
+                fail_allocation(failing < 2 ? failing : NO_FAILURE, false);
+                if (insert(tree, key) != nullptr) {
+                    ASSERT_TRUE(model.insert(key).second);
+                } else {
+                    ASSERT_TRUE(failing < 2 || model.count(key) != 0);
                 }
+                fail_allocation(NO_FAILURE, false);
             } else {
                 btree_node *node = btree_lookup(tree, word(key), compare_keys);
                 ASSERT_EQ(rbtree_delete_node(tree, node), model.erase(key));
             }
             check_rbtree(tree, model);
-            check_locate(tree, model, key);
+            check_locate(tree, key, model.count(key) != 0);
         }
         // Released nodes are used again: the blocks hold no more than there were keys at once.
         EXPECT_LE(xar_last(&tree->blocks)->capacity, std::max(7U, 2 * keys));
@@ -121,22 +122,20 @@ TEST(Rbtree, RandomOperationsAgreeWithASet) {
 
 TEST(Rbtree, AscendingKeysBlocksAndDump) {
     btree *tree = new_rbtree(0);
-    for (int key = 1; key <= 7; ++key) {
+    for (int key = 1; key <= 512 + 1024 + 2048 + 4096 + 6553 + 1; ++key) {
         insert(tree, key);
+        if (key == 7) {
+            testing::internal::CaptureStdout();
+            dbg_dump_rbtree(tree, [](const void *data) { std::printf("%d", key_of(data)); });
+            EXPECT_EQ(testing::internal::GetCapturedStdout(),
+                      "          [R] 7\n       [B] 6\n          [R] 5\n    [R] 4\n"
+                      "       [B] 3\n  [B] 2\n    [B] 1\n\n\n");
+        }
     }
-    const auto child = run_in_child([tree] {
-        dbg_dump_rbtree(tree, [](const void *data) { std::printf("%d", key_of(data)); });
-    });
-    EXPECT_EQ(child.out, "          [R] 7\n       [B] 6\n          [R] 5\n    [R] 4\n       [B] 3\n"
-                         "  [B] 2\n    [B] 1\n\n\n");
-    for (int key = 8; key <= 512 + 1024 + 2048 + 4096 + 6553 + 1; ++key) {
-        insert(tree, key);
+    const btree_block *block = tree->blocks;
+    for (const int capacity : {512, 1024, 2048, 4096, 6553, 6553}) {
+        EXPECT_EQ((block++)->capacity, capacity);
     }
-    std::vector<int> capacities;
-    for (int i = 0; i < xar_count(&tree->blocks); ++i) {
-        capacities.push_back(tree->blocks[i].capacity);
-    }
-    EXPECT_EQ(capacities, (std::vector<int>{512, 1024, 2048, 4096, 6553, 6553}));
     free_btree(&tree);
 }
 
@@ -159,30 +158,26 @@ TEST(Rbtree, NodesThatAreNotInTheTreeAreRefused) {
 
 // The tens order the keys; the last digit tells equal ones apart.
 TEST(Btree, InsertionModes) {
-    struct {
-        int mode;
-        std::vector<int> order;
-    } const rows[] = {
+    const std::pair<int, std::vector<int>> rows[] = {
         {BTREE_UNIQUE, {10, 20, 30}},
         {BTREE_BEFORE_EQUAL, {11, 10, 24, 22, 20, 30}},
         {BTREE_AFTER_EQUAL, {10, 11, 20, 22, 24, 30}},
         {3, {10, 20, 30}},
     };
-    for (const auto &row : rows) {
+    for (const auto &[mode, order] : rows) {
         btree *tree = new_btree_low(1, BTREE_NODES_PER_BLOCK, sizeof(btree_node));
+        btree_node own{};
         for (const int key : {20, 10, 30, 22, 11, 24}) {
-            const bool inserts = key % 10 == 0 || row.mode % 3 != 0;
-            btree_node *own = key == 11 ? new_btree_node(tree) : nullptr;
-            btree_node *node = own;
-            EXPECT_EQ(insert_node_into_btree(tree, &node, word(key), compare_tens, row.mode),
-                      inserts);
-            if (own != nullptr || (row.mode == 3 && !inserts)) {
-                EXPECT_EQ(node, own);
+            const bool inserts = std::count(order.begin(), order.end(), key) != 0;
+            btree_node *node = key == 11 ? &own : nullptr;
+            EXPECT_EQ(insert_node_into_btree(tree, &node, word(key), compare_tens, mode), inserts);
+            if (key == 11 || (mode == 3 && !inserts)) {
+                EXPECT_EQ(node, key == 11 ? &own : nullptr);
             } else {
                 EXPECT_EQ(key_of(node->data), inserts ? key : key / 10 * 10);
             }
         }
-        EXPECT_EQ(keys_in_order(tree, BTREE_NEXT), row.order);
+        EXPECT_EQ(keys_in_order(tree, BTREE_NEXT), order);
         free_btree(&tree);
     }
 }

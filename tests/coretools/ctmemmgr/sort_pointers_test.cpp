@@ -29,28 +29,20 @@ int answer_anything(const void *, const void *, void *random) {
     return (*static_cast<std::mt19937 *>(random))() % 8 == 0 ? 1 : -1;
 }
 
-std::vector<const void *> pointers_to(const std::vector<int> &values) {
-    std::vector<const void *> pointers;
-    for (const int &value : values) {
-        pointers.push_back(&value);
-    }
-    return pointers;
-}
-
 // No comparison may lead outside the array or lose an element.
 TEST(SortPointers, AgreesWithStableSort) {
     std::mt19937 random(9);
     for (int i = 0; i < 3000; ++i) {
         std::vector<int> values(random() % (i % 2 == 0 ? 13 : 300));
         const unsigned kinds = 1 + random() % 40;
+        std::vector<const void *> pointers;
         for (int &value : values) {
             value = static_cast<int>(random() % kinds);
+            pointers.push_back(&value);
         }
         const int count = static_cast<int>(values.size());
-        const std::vector<const void *> pointers = pointers_to(values);
         std::vector<const void *> expected = pointers;
-        std::stable_sort(expected.begin(), expected.end(),
-                         [](const void *a, const void *b) { return compare_values(a, b) < 0; });
+        std::stable_sort(expected.begin(), expected.end(), sorts_before);
         std::vector<const void *> sorted = pointers;
         sort_pointers(count, compare_values, sorted.data());
         ASSERT_TRUE(count >= 10 || sorted == expected);
@@ -66,11 +58,12 @@ TEST(SortPointers, AgreesWithStableSort) {
 TEST(SortPointers, OrderedInputIsNotQuadratic) {
     constexpr int COUNT = 20000;
     for (const int factor : {1, -1, 0}) {
-        std::vector<int> values;
-        for (int i = 0; i < COUNT; ++i) {
-            values.push_back(factor * i);
+        std::vector<int> values(COUNT);
+        std::vector<const void *> pointers;
+        for (int &value : values) {
+            value = factor * static_cast<int>(pointers.size());
+            pointers.push_back(&value);
         }
-        std::vector<const void *> pointers = pointers_to(values);
         long calls = 0;
         quick_sort_with_data(1, COUNT - 1, compare_counting, pointers.data(), &calls);
         EXPECT_LT(calls, 2L * COUNT * 15);

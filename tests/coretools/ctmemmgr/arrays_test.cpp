@@ -1,0 +1,235 @@
+// Extensible and chunked arrays: shapes, growth, and random operations against a vector while
+// memory runs out.
+#include <algorithm>
+#include <cstdlib>
+#include <functional>
+#include <random>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "coretools/ctmemmgr/block_debug.h"
+#include "coretools/ctmemmgr/har.h"
+#include "coretools/ctmemmgr/xar.h"
+#include "coretools/ctmemmgr/zones.h"
+#include "tests/support/failing_malloc.h"
+
+namespace {
+
+int xar_capacity(const void *elements) {
+    xar_header *header = xar_header_of(elements);
+    return xar_element_bytes(header) / header->element_size;
+}
+
+// Header and trailer, the count, and zero bytes behind the elements in use.
+void check_xar(const void *elements) {
+    ASSERT_TRUE(xar_is_valid(elements));
+    xar_header *header = xar_header_of(elements);
+    const int count = xar_trailer_of(header)->count;
+    ASSERT_TRUE(count >= 0 && count <= xar_capacity(elements));
+    const char *bytes = static_cast<const char *>(elements);
+    EXPECT_TRUE(std::all_of(bytes + count * header->element_size, bytes + xar_element_bytes(header),
+                            [](char c) { return c == 0; }));
+}
+
+TEST(Xar, Creation) {
+    struct {
+        int count, element_size, step, stored_step, capacity;
+    } const rows[] = {
+        {0, 4, 100, 100, 2}, {0, 127, 1, 2, 1},           {0, 128, 1, 1, 1},
+        {3, 3, 1, 1, 5},     {31, 65535, 8191, 8191, 31}, {2047984, 1, 9000, 8191, 2047984},
+    };
+    for (const auto &row : rows) {
+        void *array = xar_alloc(row.count, row.element_size, row.step);
+        check_xar(array);
+        int found[3] = {};
+        xar_params(&array, nullptr, &found[0], &found[1], &found[2]);
+        EXPECT_TRUE(found[0] == row.stored_step && found[1] == row.count) << row.element_size;
+        EXPECT_EQ(found[2], 2047984 / row.element_size);
+        EXPECT_EQ(xar_capacity(array), row.capacity);
+        EXPECT_EQ(xar_extend(&array, 0), nullptr);
+        xar_free(&array);
+        EXPECT_TRUE(xar_append(&array, 0, nullptr) == nullptr && xar_resize(&array, 0) == 0);
+    }
+    EXPECT_EQ(xar_alloc(0, 4, 0), nullptr);
+    EXPECT_EQ(int_in_list(0, nullptr), -1);
+}
+
+// The 1-based numbers of the elements at whose append an array of ints moves, up to `last`.
+std::vector<int> moves_until(int last) {
+    std::vector<int> moves;
+    int *array = xar_alloc_of<int>(0, 100);
+    for (int i = 1; i <= last; ++i) {
+        if (xar_count(&array) == xar_capacity(array)) {
+            moves.push_back(i);
+        }
+        xar_append(&array, 1, &i);
+    }
+    EXPECT_EQ(int_in_list(last, array), last - 1);
+    xar_free(&array);
+    return moves;
+}
+
+TEST(Xar, GrowthWidensUnlessTheThreadsSwitchesSayOtherwise) {
+    set_force_ext_no(1);
+    std::thread other([] {
+        EXPECT_EQ(moves_until(1086), (std::vector<int>{3, 103, 233, 393, 593, 823}));
+        const std::int64_t blocks = get_memory_statistics().num_blocks;
+        for (int nth = 0; get_force_ignore_reloc_cnt() == 0; ++nth) {
+            fail_allocation(nth, true);
+            set_force_ignore_reloc_cnt(1);
+            fail_allocation(NO_FAILURE, false);
+        }
+        EXPECT_EQ(get_memory_statistics().num_blocks, blocks + 1);
+        EXPECT_EQ(moves_until(302), (std::vector<int>{3, 103, 203}));
+    });
+    other.join();
+    EXPECT_EQ(moves_until(7), (std::vector<int>{3, 5, 7})); // blocks grow by whole 8 bytes
+    EXPECT_EQ(get_force_ignore_reloc_cnt(), 0);
+    set_force_ext_no(0);
+}
+
+// The environment is read once: a process of its own.
+TEST(XarDeathTest, EmptyArraysHaveNoRoomWhenDebugged) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    setenv("DEBUG_XAR", "", 1);
+    const auto moves_at_once = [] {
+        int *array = xar_alloc_of<int>(0, 100);
+        const bool has_room = xar_capacity(array) != 0;
+        xar_append(&array, 1, nullptr);
+        std::exit(has_room ? 1 : xar_capacity(array));
+    };
+    EXPECT_EXIT(moves_at_once(), testing::ExitedWithCode(100), "");
+    unsetenv("DEBUG_XAR");
+}
+
+// The count of moves and the step saturate: both would soon leave their fields otherwise.
+TEST(Xar, MoveCountAndStepSaturate) {
+    for (const int moves : {30, 150, 5000, 32767}) {
+        char *array = xar_alloc_of<char>(8, 8191);
+        xar_trailer_of(xar_header_of(array))->zone = static_cast<std::int16_t>(-1 - moves);
+        EXPECT_NE(xar_extend(&array, 1), nullptr);
+        check_xar(array);
+        EXPECT_EQ(xar_trailer_of(xar_header_of(array))->zone, moves == 32767 ? -32768 : -2 - moves);
+        EXPECT_EQ(xar_capacity(array), moves == 30 ? 713208 : 2047984);
+        xar_free(&array);
+    }
+}
+
+// One random operation on the array and, when there was memory for it, on its model.
+void random_step(std::mt19937 &random, void *&array, std::vector<char> &model, int size) {
+    const auto below = [&random](int limit) {
+        return static_cast<int>(random() % static_cast<unsigned>(limit));
+    };
+    const int count = xar_count(&array);
+    const int resized = below(2 * count + 2);
+    int changed = below(12);
+    std::vector<char> added(static_cast<std::size_t>(changed * size));
+    const void *source = nullptr;
+    const int kind = below(4);
+    if (kind == 0) { // copies from the array itself, which may move
+        const int first = below(count + 1);
+        changed = std::min(changed, count - first);
+        source = static_cast<char *>(array) + first * size;
+        added.assign(model.begin() + first * size, model.begin() + (first + changed) * size);
+    } else if (kind == 1) {
+        std::generate(added.begin(), added.end(), std::ref(random));
+        source = added.data();
+    }
+    fail_allocation(below(4), false);
+    if (kind == 3) {
+        if (xar_resize(&array, resized) == 0) {
+            model.resize(static_cast<std::size_t>(resized * size));
+        }
+    } else if (xar_append(&array, changed, source) != nullptr) {
+        model.insert(model.end(), added.begin(), added.end());
+    }
+    fail_allocation(NO_FAILURE, false);
+}
+
+TEST(Xar, RandomOperationsAgreeWithAVector) {
+    const int zone = zone_open(4 << 20);
+    std::mt19937 random(1);
+    for (const int size : {1, 3, 8, 13, 200}) {
+        for (const int owner : {-1, zone}) {
+            void *array = zone_xar_alloc(owner, 0, size, 3);
+            std::vector<char> model;
+            for (int i = 0; i < 400; ++i) {
+                random_step(random, array, model, size);
+                check_xar(array);
+                ASSERT_EQ(model.size(), static_cast<std::size_t>(xar_count(&array) * size));
+                ASSERT_TRUE(std::equal(model.begin(), model.end(), static_cast<char *>(array)));
+            }
+            xar_free(&array);
+        }
+    }
+    zone_close(zone);
+}
+
+// 31 of them fill a chunk.
+struct element {
+    int value;
+    char filler[65000];
+};
+constexpr int SIZE = sizeof(element);
+constexpr int LIMIT = XAR_LIMIT_BYTES / SIZE;
+
+// All chunks but the last are full, and the elements are those of the model.
+void check_har(void ***top, const std::vector<int> &model) {
+    const int size = static_cast<int>(model.size());
+    check_xar(*top);
+    for (int i = 0; i < xar_count(top); ++i) {
+        check_xar((*top)[i]);
+        ASSERT_EQ(xar_count(&(*top)[i]), std::min(LIMIT, size - i * LIMIT));
+    }
+    int chunk = 0;
+    int offset = 0;
+    for (int i = 0; i < size; ++i) {
+        const void *found = har_access(top, i, &chunk, &offset);
+        ASSERT_EQ(static_cast<const element *>(found)->value, model[static_cast<std::size_t>(i)]);
+        ASSERT_TRUE(chunk == i / LIMIT && offset == i % LIMIT);
+    }
+    for (const int outside : {-1, size, size + LIMIT, 0x7fffffff}) {
+        EXPECT_EQ(har_access(top, outside, &chunk, &offset), nullptr);
+        EXPECT_TRUE(chunk == -1 && offset == -1);
+    }
+}
+
+// Memory may run out anywhere: either everything was appended or nothing.
+TEST(Har, RandomOperationsAgreeWithAVector) {
+    std::mt19937 random(5);
+    for (int round = 0; round < 30; ++round) {
+        void **top = har_alloc(SIZE, 100);
+        int step = 0;
+        xar_params(&top[0], nullptr, &step, nullptr, nullptr);
+        EXPECT_EQ(step, 0x30000 / SIZE); // wide steps are cut
+        std::vector<int> model;
+        for (int i = 0; i < 15; ++i) {
+            const unsigned how = random() % 3;
+            const std::size_t any = random() % (2 * LIMIT);
+            const std::size_t some = random() % 2 == 0 ? LIMIT - model.size() % LIMIT : any;
+            std::vector<element> source(how == 0 ? 1 : some);
+            for (element &one : source) {
+                one.value = how == 2 ? static_cast<int>(random()) : 0;
+            }
+            const int count = static_cast<int>(source.size());
+            fail_allocation(static_cast<long>(random() % 5), false);
+            const bool grown = how == 0
+                                   ? har_inflate(&top) != nullptr
+                                   : har_append(&top, count, how == 1 ? nullptr : source.data());
+            fail_allocation(NO_FAILURE, false);
+            if (grown) {
+                std::transform(source.begin(), source.end(), std::back_inserter(model),
+                               std::mem_fn(&element::value));
+            }
+            check_har(&top, model);
+        }
+        har_free(&top);
+        har_free(&top); // no array is no error
+        EXPECT_TRUE(har_access(&top, 0, nullptr, nullptr) == nullptr &&
+                    har_inflate(&top) == nullptr);
+    }
+}
+
+} // namespace
