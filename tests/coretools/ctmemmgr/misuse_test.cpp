@@ -1,7 +1,6 @@
 // Misuse of blocks, pools and arrays, each in a child: how it ends, and the report that says why.
 #include <gtest/gtest.h>
 
-#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -25,7 +24,6 @@ void release_a_record_twice() {
     const int pool = create_mem_pool("twice", 64);
     void *records[] = {getmem_pool(pool), getmem_pool(pool)};
     set_verbose_mode(1);
-    set_dbg_err_crash(1);
     set_run_mode(RUN_MODE_PFA_TRACE);
     rlsmem(records[0]);
     rlsmem(records[0]);
@@ -66,13 +64,13 @@ TEST(Misuse, EndsTheProcessOrIsRefused) {
         {2, CORRUPT, [](int *) { rlsmem(foreign + 128); }},
         {2, CORRUPT, [](int *) { rlsmem(foreign + 129); }},
         {2, CRASH, [](int *) { (void)getmem(-1); }},
-        {2, CRASH, [](int *) { (void)relocmem_xar(getmem(8), INT_MIN, 0); }},
+        {2, CRASH, [](int *) { (void)relocmem_xar(getmem(8), INT32_MIN, 0); }},
         {2, "rlsmem_clump:   release of already released object",
          [](int *) { release_a_record_twice(); }},
         {2, CRASH, [](int *) { use_a_damaged_record(); }},
         {2, CRASH, [](int *) { rlsmem(foreign + 2048); }},
         {2, CRASH, [](int *) { create_mem_pool("bad", 0); }},
-        {2, CRASH, [](int *) { create_mem_pool("bad", INT_MAX); }},
+        {2, CRASH, [](int *) { create_mem_pool("bad", INT32_MAX); }},
         {2, CRASH, [](int *) { register_clump("bad", TOO_LARGE); }},
         {2, CRASH, [](int *) { find_non_id_clump(-1); }},
         {2, CRASH, [](int *) { fill_the_table_of_pools(RUN_MODE_PFA_TRACE); }},
@@ -90,7 +88,7 @@ TEST(Misuse, EndsTheProcessOrIsRefused) {
         {2, "XAR_PARAMS:  invalid array",
          [](int *a) { xar_params(&++a, nullptr, nullptr, nullptr, nullptr); }},
         {0, TOO_BIG, [](int *a) { xar_extend(&a, 511995); }},
-        {0, TOO_BIG, [](int *a) { xar_extend(&a, INT_MAX); }},
+        {0, TOO_BIG, [](int *a) { xar_extend(&a, INT32_MAX); }},
         {0, "XAR_ALLOC:  out of memory",
          [](int *) { fail_allocation(0, true), (void)xar_alloc(9000, 4, 1); }},
         {0, " XAR_EXTEND:  out of memory",

@@ -1,5 +1,6 @@
 // Ordered trees: red-black rules under random operations against a set while memory runs out,
-// insertion modes, node blocks and misuse.
+// insertion modes, node blocks and misuse. Sorting of pointer arrays: order, stability of short
+// arrays, cost, comparisons without sense.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -11,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "coretools/ctmemmgr/btree_internal.h"
+#include "coretools/ctmemmgr/sort_pointers.h"
 #include "coretools/ctmemmgr/xar.h"
 #include "tests/support/failing_malloc.h"
 
@@ -55,30 +57,26 @@ int check_rules(const btree_node *node, const btree_node *parent) {
 
 std::vector<int> keys_in_order(const btree *tree, int direction) {
     std::vector<int> keys;
-    btree_node *node = nullptr;
-    while ((node = next_btree_node(tree, node, direction)) != nullptr) {
+    for (btree_node *node = nullptr; (node = next_btree_node(tree, node, direction)) != nullptr;) {
         keys.push_back(key_of(node->data));
     }
     return keys;
 }
 
-void check_rbtree(const btree *tree, const std::set<int> &model) {
+// What lies nearest to a key is a pair of neighbours, written only when there is no equal one.
+void check_rbtree(const btree *tree, const std::set<int> &model, int key) {
     check_rules(tree->root, nullptr);
     ASSERT_EQ(keys_in_order(tree, BTREE_NEXT), std::vector<int>(model.begin(), model.end()));
     ASSERT_EQ(keys_in_order(tree, BTREE_PREVIOUS), std::vector<int>(model.rbegin(), model.rend()));
-}
-
-// What is not equal lies between neighbours; those are written only then.
-void check_locate(const btree *tree, int key, bool is_there) {
     btree_node untouched{};
     btree_node *equal = nullptr;
     btree_node *below = &untouched;
     btree_node *above = &untouched;
-    ASSERT_EQ(btree_locate(tree, word(key), compare_keys, &equal, &below, &above), is_there);
+    const int found = btree_locate(tree, word(key), compare_keys, &equal, &below, &above);
+    ASSERT_EQ(found, model.count(key));
     EXPECT_EQ(btree_lookup(tree, word(key), compare_keys), equal);
-    if (is_there) {
-        EXPECT_EQ(key_of(equal->data), key);
-        EXPECT_TRUE(below == &untouched && above == &untouched);
+    if (found == 1) {
+        EXPECT_TRUE(key_of(equal->data) == key && below == &untouched && above == &untouched);
     } else {
         EXPECT_TRUE(below == nullptr || key_of(below->data) < key);
         EXPECT_TRUE(above == nullptr || key_of(above->data) > key);
@@ -111,8 +109,7 @@ TEST(Rbtree, RandomOperationsAgreeWithASet) {
                 btree_node *node = btree_lookup(tree, word(key), compare_keys);
                 ASSERT_EQ(rbtree_delete_node(tree, node), model.erase(key));
             }
-            check_rbtree(tree, model);
-            check_locate(tree, key, model.count(key) != 0);
+            check_rbtree(tree, model, key);
         }
         // Released nodes are used again: the blocks hold no more than there were keys at once.
         EXPECT_LE(xar_last(&tree->blocks)->capacity, std::max(7U, 2 * keys));
@@ -120,39 +117,32 @@ TEST(Rbtree, RandomOperationsAgreeWithASet) {
     }
 }
 
-TEST(Rbtree, AscendingKeysBlocksAndDump) {
+TEST(Rbtree, DumpBlocksAndNodesThatAreNotInTheTree) {
+    EXPECT_EQ(new_btree_low(0x7fffffff, 0x7fffffff, sizeof(rbtree_node)), nullptr);
     btree *tree = new_rbtree(0);
+    rbtree_node *last = nullptr;
     for (int key = 1; key <= 512 + 1024 + 2048 + 4096 + 6553 + 1; ++key) {
-        insert(tree, key);
-        if (key == 7) {
+        last = insert(tree, key);
+        if (key == 4) {
             testing::internal::CaptureStdout();
             dbg_dump_rbtree(tree, [](const void *data) { std::printf("%d", key_of(data)); });
             EXPECT_EQ(testing::internal::GetCapturedStdout(),
-                      "          [R] 7\n       [B] 6\n          [R] 5\n    [R] 4\n"
-                      "       [B] 3\n  [B] 2\n    [B] 1\n\n\n");
+                      "       [R] 4\n    [B] 3\n  [B] 2\n    [B] 1\n\n\n");
         }
     }
     const btree_block *block = tree->blocks;
     for (const int capacity : {512, 1024, 2048, 4096, 6553, 6553}) {
         EXPECT_EQ((block++)->capacity, capacity);
     }
-    free_btree(&tree);
-}
-
-TEST(Rbtree, NodesThatAreNotInTheTreeAreRefused) {
-    EXPECT_EQ(new_btree_low(0x7fffffff, 0x7fffffff, sizeof(rbtree_node)), nullptr);
-    btree *tree = new_rbtree(4);
-    rbtree_node *kept = insert(tree, 1);
-    rbtree_node *stale = insert(tree, 2);
+    EXPECT_EQ(rbtree_delete_node(tree, last), 1);
     rbtree_node foreign{};
-    EXPECT_EQ(rbtree_delete_node(tree, stale), 1);
-    auto *between = reinterpret_cast<btree_node *>(&kept->left);
-    for (btree_node *node : std::vector<btree_node *>{stale, &foreign, between, kept + 2}) {
+    auto *between = reinterpret_cast<btree_node *>(&tree->root->left);
+    for (btree_node *node : std::vector<btree_node *>{last, &foreign, between, last + 1}) {
         EXPECT_EQ(btree_add_node_to_free_list(tree, node, sizeof(rbtree_node)), 0);
         EXPECT_EQ(rbtree_delete_node(tree, node), 0);
     }
     EXPECT_EQ(rbtree_delete_node(tree, new_rbtree_node(tree)), 0); // hangs nowhere
-    check_rbtree(tree, {1});
+    check_rules(tree->root, nullptr);
     free_btree(&tree);
 }
 
@@ -179,6 +169,61 @@ TEST(Btree, InsertionModes) {
         }
         EXPECT_EQ(keys_in_order(tree, BTREE_NEXT), order);
         free_btree(&tree);
+    }
+}
+
+int compare_values(const void *a, const void *b) {
+    const int left = *static_cast<const int *>(a);
+    const int right = *static_cast<const int *>(b);
+    return left < right ? -1 : left > right;
+}
+
+bool sorts_before(const void *a, const void *b) {
+    return compare_values(a, b) < 0;
+}
+
+int compare_counting(const void *a, const void *b, void *calls) {
+    ++*static_cast<long *>(calls);
+    return compare_values(a, b);
+}
+
+// Mostly "before": scans that trust it run far.
+int answer_anything(const void *, const void *, void *random) {
+    return (*static_cast<std::mt19937 *>(random))() % 8 == 0 ? 1 : -1;
+}
+
+// Ordered values are not the worst case, and no comparison leads outside the array or loses an
+// element.
+TEST(SortPointers, AgreesWithStableSort) {
+    std::mt19937 random(9);
+    for (int i = 0; i < 3000; ++i) {
+        std::vector<int> values(1 + random() % (i % 2 == 0 ? 13 : 300));
+        const int kinds = 1 + static_cast<int>(random() % 40);
+        const int slope = i % 8 < 3 ? i % 8 - 1 : 7;
+        std::vector<const void *> pointers;
+        for (int &value : values) {
+            pointers.push_back(&value);
+            value = slope == 7 ? static_cast<int>(random()) % kinds
+                               : slope * static_cast<int>(pointers.size());
+        }
+        const int count = static_cast<int>(values.size());
+        std::vector<const void *> expected = pointers;
+        std::stable_sort(expected.begin(), expected.end(), sorts_before);
+        std::vector<const void *> sorted = pointers;
+        sort_pointers(count, compare_values, sorted.data());
+        ASSERT_TRUE(count >= 10 || sorted == expected);
+        ASSERT_TRUE(std::is_sorted(sorted.begin(), sorted.end(), sorts_before));
+        std::vector<const void *> anyhow = pointers;
+        sort_pointers_with_data(count, answer_anything, anyhow.data(), &random);
+        std::vector<const void *> counted = pointers;
+        long calls = 0;
+        quick_sort_with_data(1, count - 1, compare_counting, counted.data(), &calls);
+        ASSERT_LE(calls, 30L * count);
+        ASSERT_EQ(counted[0], pointers[0]); // outside the range
+        for (auto result : {sorted, anyhow, counted}) {
+            std::sort(result.begin(), result.end());
+            ASSERT_TRUE(result == pointers);
+        }
     }
 }
 
