@@ -1,0 +1,209 @@
+// The base toolkit: memory managers, the growable array, and start-up objects.
+#include "basictk/baselib/inc/btkMemMgr.h"
+#include "basictk/baselib/inc/btkStartUp.h"
+#include "basictk/baselib/inc/btkXArray.h"
+#include "basictk/baselib/inc/thrThread.h"
+#include "tests/support/threads.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <climits>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <random>
+#include <set>
+#include <string>
+
+namespace {
+
+TEST(MemoryManagers, PoolSizeClasses) {
+    EXPECT_TRUE(btkPoolMMgr::ClassOfSize(1) == 1 && btkPoolMMgr::ClassOfSize(112) == 14);
+    EXPECT_TRUE(btkPoolMMgr::ClassOfSize(113) == 24 && btkPoolMMgr::ClassOfSize(32768) == 152);
+    for (std::size_t size = 1; size <= 70000; ++size) {
+        const int size_class = btkPoolMMgr::ClassOfSize(size);
+        const std::size_t held = static_cast<std::size_t>(btkPoolMMgr::SizeOfClass(size_class));
+        ASSERT_GE(held, size);
+        ASSERT_EQ(btkPoolMMgr::ClassOfSize(held), size_class);
+        ASSERT_NE(btkPoolMMgr::ClassOfSize(held + 1), size_class);
+    }
+}
+
+// Every byte of a block holds a mark of its address, so that two blocks that overlap show.
+unsigned char mark_of(unsigned char *block) {
+    return static_cast<unsigned char>(reinterpret_cast<std::uintptr_t>(block) >> 3);
+}
+
+TEST(MemoryManagers, BlocksNeverOverlap) {
+    run_on_threads(4, [](int number) {
+        btkMemMgr *manager = number % 2 == 0 ? pStringMemMgr : pBlkObjMemMgr;
+        std::mt19937 random(static_cast<unsigned>(number));
+        std::vector<unsigned char *> blocks;
+        for (int step = 0; step < 20000 || !blocks.empty(); ++step) {
+            if (step < 20000 && random() % 1000 < (step / 4000 % 2 == 0 ? 600U : 400U)) {
+                const std::size_t size = random() % (std::size_t{1} << random() % 17);
+                const int alignment = 1 << random() % 10;
+                auto *block = static_cast<unsigned char *>(manager->AllocMem(size, alignment));
+                ASSERT_NE(block, nullptr);
+                ASSERT_EQ(reinterpret_cast<std::intptr_t>(block) % alignment, 0) << size;
+                ASSERT_GE(manager->GetSize(block), size);
+                std::memset(block, mark_of(block), manager->GetSize(block));
+                blocks.push_back(block);
+            } else if (!blocks.empty()) {
+                std::swap(blocks[random() % blocks.size()], blocks.back());
+                unsigned char *block = blocks.back();
+                ASSERT_EQ(block[0], mark_of(block));
+                ASSERT_EQ(std::memcmp(block, block + 1, manager->GetSize(block) - 1), 0);
+                manager->FreeMem(block);
+                blocks.pop_back();
+            }
+        }
+    });
+}
+
+// What is left at the end goes with the manager, as a leak check sees.
+TEST(MemoryManagers, EmptyPagesServeEverySize) {
+    btkPoolMMgr manager;
+    std::set<std::uintptr_t> pages;
+    void *blocks[100];
+    for (std::size_t size : {4000, 16, 24, 120, 500, 8192}) {
+        for (void *&block : blocks) {
+            block = manager.AllocMem(size, 8);
+            pages.insert(reinterpret_cast<std::uintptr_t>(block) / BTK_POOL_SIZE);
+        }
+        for (void *block : blocks) {
+            manager.FreeMem(size == 8192 ? nullptr : block);
+        }
+    }
+    EXPECT_LE(pages.size(), 36U); // 8192 bytes need 34: three fit in a page
+    EXPECT_NE(manager.AllocMem(9000, 8), nullptr);
+}
+
+struct FullManager : btkMemMgr {
+    void *AllocMem(std::size_t, int) override { return nullptr; }
+};
+
+struct Counted : btkAllocated {
+    Counted() { ++made; }
+    static inline int made = 0;
+};
+
+TEST(MemoryManagers, HeaderNamesManagerAndSize) {
+    for (btkMemMgr *manager :
+         {pBlkObjMemMgr, pArrayMemMgr, pDefMemMgr, static_cast<btkMemMgr *>(nullptr)}) {
+        Counted *counted = new (manager) Counted;
+        EXPECT_EQ(reinterpret_cast<void **>(counted)[-2], manager);
+        EXPECT_EQ(reinterpret_cast<std::size_t *>(counted)[-1], sizeof(Counted));
+        delete counted; // a wrong way back ends the process
+    }
+    FullManager full;
+    EXPECT_EQ(new (&full) Counted, nullptr);
+    EXPECT_EQ(Counted::made, 4);
+    EXPECT_EQ(btkNew(SIZE_MAX - 8, nullptr), nullptr);
+    EXPECT_EQ(pStringMemMgr->AllocMem(SIZE_MAX - 100, 8), nullptr);
+    EXPECT_EQ(pStringMemMgr->AllocMem(8, 24), nullptr);
+    EXPECT_EQ(pStringMemMgr->AllocMem(8, 1 << 17), nullptr);
+}
+
+TEST(XArray, RandomOperationsLikeAVector) {
+    btkXArray<int> array(1000);
+    EXPECT_EQ(array.Capacity(), 1024);
+    array._FreeAllElems();
+    EXPECT_EQ(array.Capacity(), 64);
+    std::vector<int> model;
+    std::mt19937 random(3);
+    for (int step = 0; step < 20000; ++step) {
+        const int size = static_cast<int>(model.size());
+        const int index = static_cast<int>(random() % static_cast<unsigned>(size + 1));
+        const int room = static_cast<int>(random() % 40);
+        const int n = std::min(room, size - index); // of those behind the index
+        const int values[40] = {step, step + 1, static_cast<int>(random())};
+        const int zeros[40] = {};
+        int capacity = array.Capacity();
+        const unsigned kind = random() % 8;
+        if (kind == 0) {
+            ASSERT_TRUE(array.Append(step));
+            model.push_back(step);
+        } else if (kind == 1) {
+            ASSERT_TRUE(array._Replace(index, n, values));
+            std::copy_n(values, n, model.begin() + index);
+        } else if (kind < (step / 1000 % 2 == 0 ? 6U : 3U)) {
+            const int *from = kind == 2 ? zeros : values;
+            ASSERT_TRUE(array._Insert(index, room, kind == 2 ? nullptr : values));
+            model.insert(model.begin() + index, from, from + room);
+        } else {
+            ASSERT_TRUE(array._Remove(index, n));
+            model.erase(model.begin() + index, model.begin() + index + n);
+            capacity = 64;
+        }
+        ASSERT_EQ(array.Count(), static_cast<int>(model.size()));
+        const int needed = static_cast<int>(std::bit_ceil(model.size()));
+        ASSERT_EQ(array.Capacity(), std::max(capacity, needed));
+        ASSERT_TRUE(std::equal(model.begin(), model.end(), &array[0])) << "step " << step;
+    }
+}
+
+TEST(XArray, RefusesWrongRangesAndImpossibleSizes) {
+    btkXArray<int> array;
+    const int values[3] = {};
+    ASSERT_TRUE(array._Insert(0, 3, nullptr));
+    const int ranges[][2] = {{-1, 1}, {0, -1}, {0, 4}, {3, 1}, {4, 0}, {2, INT_MAX}};
+    for (const auto &[index, n] : ranges) {
+        EXPECT_FALSE(array._Remove(index, n)) << index << ' ' << n;
+        EXPECT_FALSE(array._Replace(index, n, values)) << index << ' ' << n;
+    }
+    EXPECT_FALSE(array._Insert(4, 1, values) || array._Insert(0, -1, values));
+    EXPECT_FALSE(array._Insert(0, INT_MAX, nullptr));
+    EXPECT_EQ(array.Count(), 3);
+}
+
+TEST(XArray, KeepsOrderByKey) {
+    btkClassXArrayImpl array(sizeof(const char *), btkClassXArrayImpl::Cmp_cStrings);
+    for (const char *name : {"d", "b", "a", "e"}) {
+        EXPECT_TRUE(array.Add(&name));
+        EXPECT_FALSE(array.Add(&name));
+    }
+    for (int place = 0; const char *name : {"a", "b", "d", "e", "f"}) {
+        bool found = false;
+        EXPECT_EQ(array.Find(name, &found), place);
+        EXPECT_EQ(found, place++ < array.Count());
+    }
+}
+
+TEST(StartUp, RecordsTheObjectsInTheirOrder) {
+    std::string names;
+    for (const btkStaticRecord *at = btkNewestStatic(); at != nullptr; at = at->older) {
+        names += std::string(at->name) + ' ';
+    }
+    EXPECT_EQ(names, "btkUBufMutex btkXZStringMutex ptkMutex fork_protection iodbgXX ioMiscInfo "
+                     "pBlkObjMemMgr pStringMemMgr _AbortMutex thrcInitializationMutex mMTSafeSet ");
+    // The header names the manager of the time.
+    EXPECT_EQ(reinterpret_cast<void **>(thrcInitializationMutex)[-2], nullptr);
+    EXPECT_EQ(reinterpret_cast<void **>(ioMiscInfo)[-2], pDefMemMgr);
+}
+
+TEST(StartUp, ExitRunsTheListNewestFirst) {
+    static btkStaticRecord first{"first", [] { std::fputs("first ", stderr); }, nullptr};
+    static btkStaticRecord second{"second", [] { std::fputs("second ", stderr); }, nullptr};
+    EXPECT_EXIT((btkRecordStatic(&first), btkRecordStatic(&second), std::exit(0)),
+                testing::ExitedWithCode(0), "^second first $");
+}
+
+// What runs after the list finds no object, and does without it.
+void use_after_destruction() {
+    btkDestroyStatics();
+    EnableThreading();
+    LockInitializationMutex();
+    LockInitializationMutex();
+    delete thrMutex_Create();
+    std::exit(pArrayMemMgr == nullptr && ioMiscInfo == nullptr && btkUBufMutex == nullptr);
+}
+
+TEST(StartUp, NothingDanglesAfterDestruction) {
+    EXPECT_EXIT(use_after_destruction(), testing::ExitedWithCode(1), "^$");
+}
+
+} // namespace

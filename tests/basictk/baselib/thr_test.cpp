@@ -1,0 +1,305 @@
+// The thread library: mutexes, thread-local objects, and traps.
+#include "basictk/baselib/inc/btkMemMgr.h"
+#include "basictk/baselib/inc/thrLocalObject.h"
+#include "basictk/baselib/inc/thrMutex.h"
+#include "basictk/baselib/inc/thrTrap.h"
+#include "tests/support/failing_malloc.h"
+#include "tests/support/threads.h"
+
+#include <gtest/gtest.h>
+
+#include <barrier>
+#include <csignal>
+#include <memory>
+#include <random>
+#include <string>
+
+namespace {
+
+// Printed before the step that must end the process, so that an earlier end shows.
+void ready() {
+    std::fputs("ready; ", stderr);
+}
+
+void unlock_elsewhere() {
+    run_on_threads(1, [](int) { UnlockInitializationMutex(); });
+}
+
+void unlock_too_often() {
+    thrMutex mutex(thrMutexRecursive);
+    for (int i = 0; i < 3; ++i) {
+        mutex.Lock();
+    }
+    thrThread::CurrentThreadUnlockAllOwnedMutex(); // one of the three levels
+    mutex.Unlock();
+    mutex.Unlock();
+    ready();
+    mutex.Unlock();
+}
+
+template <std::size_t size>
+void free_elsewhere() {
+    void *memory = pBlkObjMemMgr->AllocMem(size, 8);
+    ready();
+    pStringMemMgr->FreeMem(memory);
+}
+
+TEST(ThrMutex, MisuseEndsTheProcess) {
+    const struct {
+        void (*misuse)();
+        const char *description;
+    } rows[] = {
+        {[] { LockInitializationMutex(), ready(), LockInitializationMutex(); },
+         g_pszXIllegalAccess},
+        {[] { LockInitializationMutex(), ready(), unlock_elsewhere(); }, g_pszXIllegalAccess},
+        {unlock_too_often, g_pszXIllegalAccess},
+        {[] { ++thrThread::c_iThreadsInUse, ready(), DisableThreading(); }, g_pszXThreadingInUse},
+        {free_elsewhere<100>, "btkBaseMMgr::FreeMem"},
+        {free_elsewhere<9000>, "btkBaseMMgr::FreeMem"},
+    };
+    for (const auto &row : rows) {
+        const std::string report =
+            std::string("^ready; FATAL ERROR IN THREAD DETECTED.\nDESCRIPTION: ") +
+            row.description + "\nAPPLICATION TERMINATED.\n$";
+        EXPECT_EXIT((EnableThreading(), row.misuse()), testing::KilledBySignal(SIGABRT), report);
+    }
+}
+
+TEST(ThrMutex, SwitchedOffNothingIsLocked) {
+    thrMutex mutex(thrMutexNormal);
+    mutex.Lock();
+    std::thread([&] { mutex.Lock(); }).join();
+    std::thread([&] { mutex.Unlock(); }).join();
+}
+
+// On each thread mutexes of its own come and go, which moves others in the registry, and the shared
+// ones exclude the other threads. What the thread owns is released, and nothing else: a mutex that
+// is not free, or is another's, ends the process.
+TEST(ThrMutex, ReleasesExactlyWhatTheThreadOwns) {
+    thrMutex normal(thrMutexNormal);
+    thrMutex recursive(thrMutexRecursive);
+    int counts[2] = {};
+    run_on_threads(8, [&](int number) {
+        std::mt19937 random(static_cast<unsigned>(number));
+        std::vector<std::unique_ptr<thrMutex>> mutexes(100);
+        for (int round = 0; round < 50; ++round) {
+            for (auto &mutex : mutexes) {
+                if (random() % 3 == 0) {
+                    mutex.reset(mutex ? nullptr : new thrMutex(thrMutexNormal));
+                }
+                if (mutex && random() % 2 == 0) {
+                    mutex->Lock();
+                }
+            }
+            recursive.Lock();
+            ++counts[0];
+            normal.Lock();
+            ++counts[1];
+            thrThread::CurrentThreadUnlockAllOwnedMutex();
+            for (auto &mutex : mutexes) {
+                if (mutex) {
+                    mutex->Lock();
+                    mutex->Unlock();
+                }
+            }
+        }
+    });
+    EXPECT_EQ(counts[0], 400);
+    EXPECT_EQ(counts[1], 400);
+}
+
+// Beside a plain list: reuse is last in first out, and a last index that goes takes with it the
+// free ones below it.
+TEST(ThrLocalObject, IndexesAreReusedInTheSettledOrder) {
+    thrLocalObjectManager manager;
+    int next = 0;
+    std::vector<int> given_back;
+    std::vector<std::unique_ptr<thrLocalObject>> objects;
+    std::mt19937 random(11);
+    for (int step = 0; step < 5000; ++step) {
+        if (objects.empty() || random() % 100 < (step / 500 % 2 == 0 ? 70U : 30U)) {
+            objects.push_back(std::make_unique<thrLocalObject>(&manager));
+            ASSERT_EQ(objects.back()->Index(), given_back.empty() ? next++ : given_back.back());
+            given_back.resize(given_back.size() - (given_back.empty() ? 0 : 1));
+            ASSERT_EQ(objects.back()->GetData(), nullptr) << "step " << step;
+            ASSERT_TRUE(objects.back()->SetData(&manager));
+        } else {
+            std::swap(objects[random() % objects.size()], objects.back());
+            given_back.push_back(objects.back()->Index());
+            objects.pop_back();
+            while (std::erase(given_back, next - 1) != 0) {
+                --next;
+            }
+        }
+    }
+}
+
+TEST(ThrLocalObject, EachThreadHasItsValueAndTheNextOwnerReadsNull) {
+    thrLocalObjectManager manager;
+    auto object = std::make_unique<thrLocalObject>(&manager);
+    std::barrier sync(3);
+    run_on_threads(3, [&](int number) {
+        int mine = 0;
+        if (number != 0) { // thread 0 never stores
+            EXPECT_TRUE(object->SetData(&mine));
+        }
+        sync.arrive_and_wait();
+        EXPECT_EQ(object->GetData(), number != 0 ? &mine : nullptr);
+        sync.arrive_and_wait();
+        if (number == 2) {
+            object.reset();
+            object = std::make_unique<thrLocalObject>(&manager);
+            EXPECT_EQ(object->Index(), 0);
+        }
+        sync.arrive_and_wait();
+        EXPECT_EQ(object->GetData(), nullptr);
+    });
+}
+
+// More objects than the first storage of a slot array holds, made and destroyed while the other
+// threads lengthen theirs; the manager itself goes and comes again.
+TEST(ThrLocalObject, ManyObjectsOnManyThreads) {
+    run_on_threads(8, [](int number) {
+        std::mt19937 random(static_cast<unsigned>(number));
+        for (int round = 0; round < 20; ++round) {
+            std::vector<thrLocalObject *> objects(20 + random() % 80);
+            for (thrLocalObject *&object : objects) {
+                object = thrLocalObject_Create();
+                ASSERT_EQ(thrLocalObject_GetData(object), nullptr);
+                ASSERT_TRUE(thrLocalObject_SetData(object, &object));
+            }
+            for (thrLocalObject *&object : objects) {
+                ASSERT_EQ(thrLocalObject_GetData(object), &object);
+                delete object;
+            }
+        }
+    });
+}
+
+// The nth allocation fails: an object is either whole or null, and what was made goes away again.
+TEST(ThrLocalObject, WithoutMemoryNothingIsHalfMade) {
+    run_on_threads(1, [](int) {
+        bool stored = false;
+        for (int nth = 0; nth < 20; ++nth) {
+            fail_allocation(nth, true);
+            thrMutex *mutex = thrMutex_Create();
+            thrLocalObject *object = thrLocalObject_Create();
+            stored = thrLocalObject_SetData(object, &stored);
+            fail_allocation(NO_FAILURE, false);
+            EXPECT_EQ(thrLocalObject_GetData(object), stored ? &stored : nullptr) << nth;
+            thrMutex_Lock(mutex);
+            thrMutex_Unlock(mutex);
+            delete mutex;
+            delete object;
+        }
+        EXPECT_TRUE(stored);
+    });
+}
+
+thread_local std::string cleaned;
+
+// A clean-up call with a frame of its own, and a trap, which is ignored.
+void note(const trp_word words[TRP_CLEANUP_WORDS]) {
+    std::jmp_buf context;
+    EXPECT_EQ(trp_push_frame(2, &context), 1);
+    trp_execute(2);
+    trp_pop_frame();
+    EXPECT_EQ(words[15], 15);
+    cleaned += static_cast<char>(words[0]);
+}
+
+void queue_note(int letter) {
+    const trp_word words[] = {letter, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+    EXPECT_EQ(trp_queue_cleanup(note, words, TRP_CLEANUP_WORDS), 1);
+}
+
+constexpr int NOBODY = -1;
+
+// Pushes a frame for each mask of a list ended by 0, the first outermost, with two calls on each;
+// traps behind the innermost, and answers the place of the frame that resumed. exhausted: the trap
+// finds no memory.
+int trap_through(const int *masks, int level, int trap, bool exhausted) {
+    if (masks[level] == 0) {
+        fail_allocation(exhausted ? 0 : NO_FAILURE, exhausted);
+        trp_execute(trap);
+        fail_allocation(NO_FAILURE, false);
+        return NOBODY;
+    }
+    std::jmp_buf context;
+    int resumed = level;
+    if (setjmp(context) == 0) {
+        EXPECT_EQ(trp_push_frame(masks[level], &context), 1);
+        queue_note('a' + 2 * level);
+        queue_note('b' + 2 * level);
+        resumed = trap_through(masks, level + 1, trap, exhausted);
+    }
+    fail_allocation(NO_FAILURE, false);
+    EXPECT_EQ(tls_get_trap_ptr()->frames.Count(), level + 1);
+    queue_note('z'); // goes with its frame
+    trp_pop_frame();
+    return resumed;
+}
+
+// The trap of a way unlocks the mutex.
+void go_all_ways(bool exhausted, thrMutex *mutex, int *trapped) {
+    const struct {
+        int masks[5];
+        int trap;
+        int resumed;
+        const char *cleaned;
+    } ways[] = {
+        {{0}, 2, NOBODY, ""},
+        {{2, 2, 0}, 2, 1, "cd"},
+        {{2, 4, 8, 0}, 2, 0, "efcdab"},
+        {{1, 6, 8, 4, 0}, 2, 1, "ghefcd"},
+        {{2, 4, 8, 1, 0}, 12, 2, "ghef"},
+        {{1, 1, 1, 1, 0}, 2, NOBODY, "ghefcdab"},
+    };
+    for (const auto &way : ways) {
+        cleaned.clear();
+        mutex->Lock();
+        ++*trapped;
+        EXPECT_EQ(trap_through(way.masks, 0, way.trap, exhausted), way.resumed);
+        EXPECT_EQ(cleaned, way.cleaned);
+    }
+}
+
+TEST(ThrTrap, ResumesAtTheInnermostFrameOfTheClassOnEachThread) {
+    thrMutex mutex(thrMutexNormal);
+    int trapped = 0;
+    testing::internal::CaptureStdout();
+    go_all_ways(true, &mutex, &trapped);
+    run_on_threads(2, [&](int) {
+        for (int round = 0; round < 200; ++round) {
+            go_all_ways(false, &mutex, &trapped);
+        }
+    });
+    const std::string message = " ALL TRAPS EXAUSTED\n";
+    EXPECT_EQ(testing::internal::GetCapturedStdout().size(), 401 * message.size());
+    EXPECT_EQ(trapped, 401 * 6);
+}
+
+TEST(ThrTrap, StatesOfAStackHoldATrapBack) {
+    std::jmp_buf context;
+    if (setjmp(context) != 0) {
+        FAIL() << "the trap went through";
+    }
+    EXPECT_EQ(trp_push_frame(6, nullptr), 0);
+    ASSERT_EQ(trp_push_frame(6, &context), 1);
+    queue_note('n');
+    trp_stack *stack = tls_get_trap_ptr();
+    stack->armed = 0;
+    trp_execute(4);
+    EXPECT_TRUE(stack->pending == 1 && stack->pending_class == 4 && stack->executing == 0);
+    stack->armed = 1;
+    stack->suspended = 1;
+    trp_execute(2);
+    EXPECT_EQ(stack->executing, 1);
+    stack->suspended = 0;
+    trp_execute(2); // under way already
+    stack->executing = 0;
+    trp_pop_frame();                                   // drops the call
+    EXPECT_EQ(trp_queue_cleanup(note, nullptr, 0), 0); // no frame
+}
+
+} // namespace
