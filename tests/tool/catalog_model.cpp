@@ -48,11 +48,8 @@ void read_directory(model_library *library, const std::string &relative,
         if (path.size() > (is_dir ? LONGEST_DIRECTORY : LONGEST_FILE)) {
             library->warnings += "Warning: Path too long: " + path + "\n";
         } else if (!is_dir) {
-            model_member member = model_of_name(name);
-            member.path = relative.substr(0, relative.rfind('/'));
-            if (member.type > 0) {
-                library->members.push_back(member);
-            }
+            library->members.push_back(model_of_name(name));
+            library->members.back().path = relative.substr(0, relative.rfind('/'));
         } else if (refused.contains(relative + name) || refused.contains(below)) {
             continue;
         } else if (std::any_of(above.begin(), above.end(), is_entry)) {
@@ -107,6 +104,7 @@ model_library read_library(const std::string &root, const std::set<std::string> 
         library.warnings += "Warning: No access to " + root + "/" + name + "\n";
     }
     read_directory(&library, "", {}, refused);
+    std::erase_if(library.members, [](const model_member &member) { return member.type == 0; });
     std::sort(library.members.begin(), library.members.end());
     return library;
 }

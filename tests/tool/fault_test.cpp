@@ -29,19 +29,17 @@ class Faults : public testing::TestWithParam<const char *> {
         }
         library_.file("sub/bolt.prt");
         library_.file("bolt.prt");
-        library_.file("readme.txt");
         library_.link("z/loop", "..");
     }
 
     fault_result run(const std::string &call, int at, bool sticky, const std::string &rename = "") {
         library_.file("mylib.ctg.1", OLD_CATALOG);
         const std::string report = library_.top + "/report";
-        tool_run run;
-        run.environment = {
+        const std::vector<std::string> environment = {
             "LD_PRELOAD=" VEK_FAULT_LIBRARY,      "VEK_FAULT_CALL=" + call,
             "VEK_FAULT_AT=" + std::to_string(at), "VEK_FAULT_STICKY=" + std::to_string(sticky),
             "VEK_FAULT_RENAME=" + rename,         "VEK_FAULT_REPORT=" + report};
-        fault_result result{build_catalog(library_.root, run), -1, -1};
+        fault_result result{build_catalog(library_.root, {{}, environment}), -1, -1};
         std::istringstream(read_file(report)) >> result.injected >> result.open_descriptors;
         std::filesystem::remove(report);
         return result;
@@ -60,14 +58,12 @@ class Faults : public testing::TestWithParam<const char *> {
     }
 
     void expect_right_or_failed(const fault_result &fault, bool writes_may_fail) const {
-        const std::string catalog = library_.catalog();
-        const auto says = [&](const char *text) {
-            return fault.output.find(text) != std::string::npos;
-        };
+        const std::string catalog = library_.catalog(), &output = fault.output;
+        const auto says = [&](const char *text) { return output.find(text) != output.npos; };
         if (says("Error initializing clump lock.")) { // the core ends the process
             EXPECT_EQ(catalog, OLD_CATALOG);
         } else if (fault.status == 1) {
-            const model_library model = read_library(library_.root, refused(fault.output));
+            const model_library model = read_library(library_.root, refused(output));
             EXPECT_TRUE(catalog == model.catalog() || writes_may_fail) << catalog;
         } else {
             EXPECT_EQ(fault.status, 0);

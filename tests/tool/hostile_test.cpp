@@ -1,7 +1,6 @@
 // Whole runs on roots that cannot work and on trees that nobody should have: nothing outside the
 // root is read, nothing is lost without a word, and no run ends early.
 #include <filesystem>
-#include <string>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

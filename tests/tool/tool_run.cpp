@@ -76,10 +76,6 @@ std::string scratch_library::catalog_path() const {
     return path(catalog_name(root) + ".ctg.1");
 }
 
-std::string scratch_library::catalog() const {
-    return read_file(catalog_path());
-}
-
 std::string catalog_name(const std::string &root) {
     std::string name = fs::path(root).filename().string().substr(0, 31);
     std::replace(name.begin(), name.end(), '.', '_');

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+std::string read_file(const std::string &path);
+
 // A scratch directory that anybody may enter, with an empty library in it. Names are relative to
 // the library.
 struct scratch_library {
@@ -20,7 +22,7 @@ struct scratch_library {
     void link(const std::string &name, const std::string &target) const;
 
     std::string catalog_path() const;
-    std::string catalog() const; // empty when there is none
+    std::string catalog() const { return read_file(catalog_path()); } // empty without one
 
     std::string top;
     std::string root;
@@ -50,5 +52,4 @@ void PrintTo(const tool_result &result, std::ostream *out);
 tool_result run_tool(const tool_run &run);
 tool_result build_catalog(const std::string &library_dir, tool_run run = {});
 
-std::string read_file(const std::string &path);
 std::multiset<std::string> lines_of(const std::string &text);

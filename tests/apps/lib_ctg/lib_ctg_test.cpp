@@ -98,8 +98,6 @@ TEST(ResolveRoot, PrefixCountsThePathOnly) {
         {"/usr/lib", CTG_DONE, 9},         {"C:/lib", CTG_DONE, 5},
         {"otherhost:/lib/x", CTG_DONE, 7}, {"/////otherhost/lib/x", CTG_DONE, 7},
         {"otherhost::lib", CTG_FAILED, 0}, {"otherhost:/lib/^", CTG_FAILED, 0},
-        {"///device/lib", CTG_FAILED, 0},  {"C:lib", CTG_FAILED, 0},
-        {"/usr/^", CTG_FAILED, 0},         {"/usr\\lib", CTG_FAILED, 0},
     };
     for (const auto &row : rows) {
         char target[PFA_PATH_SIZE];
