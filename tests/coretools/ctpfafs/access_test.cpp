@@ -5,10 +5,7 @@
 
 #include <cerrno>
 #include <climits>
-#include <fcntl.h>
 #include <pwd.h>
-#include <sched.h>
-#include <sys/mount.h>
 #include <sys/stat.h>
 
 namespace {
@@ -19,26 +16,15 @@ int access_bits(vek_file *file, int lower = 1) {
     return may(F_OK) * 4 + may(W_OK) * 2 + may(R_OK);
 }
 
-TEST(access, is_that_of_the_user_and_the_file_system) {
+TEST(access, is_that_of_the_user) {
     scratch_dir scratch;
-    record own(scratch.file("own.prt", "", 0600)), all(scratch.file("all.prt", "", 0644));
+    record own(scratch.file("own.prt", "", 0600)), all(scratch.file("all.prt"));
     record none(scratch("none.prt")), mixed(scratch.file("Mixed.PRT"));
     EXPECT_EQ(in_child(drop_rights, [&] { return access_bits(own) * 8 + access_bits(all); }),
               getuid() == 0 ? 045 : 077);
-    EXPECT_EQ((codes{access_bits(own), access_bits(none)}), (codes{7, 0}));
-    EXPECT_EQ((codes{access_bits(mixed, 0), access_bits(mixed, 1)}), (codes{7, 0}));
-    const char *dir = scratch.path.c_str();
-    const int answer = in_child(as_before, [&] {
-        if (unshare(CLONE_NEWNS) != 0 || mount("", "/", nullptr, MS_REC | MS_PRIVATE, "") != 0 ||
-            mount("", dir, "tmpfs", 0, "") != 0) {
-            return 0; // not allowed here
-        }
-        scratch.file("all.prt");
-        mount("", dir, "tmpfs", MS_REMOUNT | MS_RDONLY, "");
-        char name[PFA_PATH_SIZE] = "";
-        return pfaloc_call_FLPPI(all, PfaFopen, name, "w", 0) * 8 + access_bits(all);
-    });
-    EXPECT_EQ(answer == 0 ? 015 : answer, 015) << "a read-only file system";
+    EXPECT_EQ(
+        (codes{access_bits(own), access_bits(none), access_bits(mixed, 0), access_bits(mixed)}),
+        (codes{7, 0, 7, 0}));
 }
 
 TEST(status, is_that_of_the_file) {
@@ -48,8 +34,8 @@ TEST(status, is_that_of_the_file) {
     ASSERT_EQ(utimensat(AT_FDCWD, scratch("part.prt").c_str(), times, 0), 0);
     ptime read, written, changed;
     EXPECT_EQ(pfaloc_call_FPPP(file, PfaGetFileTime, &read, &written, &changed), 0);
-    EXPECT_EQ((codes{read.year, written.year, written.day}), (codes{101, 70, 2}));
-    EXPECT_GE(changed.year, 124);
+    EXPECT_EQ((codes{read.year, written.year, written.day, changed.year > 123}),
+              (codes{101, 70, 2, 1}));
     EXPECT_EQ(pfaloc_call_FPPP(missing, PfaGetFileTime, &read, &written, &changed), PFA_E_ERROR);
 
     const auto value = [](vek_file *from, int method) {
@@ -57,11 +43,12 @@ TEST(status, is_that_of_the_file) {
         const int result = pfaloc_call_FP(from, method, &out);
         return result == 0 ? out : -result;
     };
-    EXPECT_EQ((codes{pfaloc_call_FI(file, PfaChmod, 0640), value(file, PfaGetMode)}),
-              (codes{0, S_IFREG | 0640}));
-    EXPECT_EQ((codes{pfaloc_call_FI(missing, PfaChmod, 0640), value(missing, PfaGetMode),
-                     value(missing, PfaGetFileSize), value(file, PfaGetFileSize)}),
-              (codes{PFA_E_ERROR, -PFA_E_NO_ACCESS, -PFA_E_NO_ACCESS, 5}));
+    const auto values = [&](vek_file *from) {
+        return codes{pfaloc_call_FI(from, PfaChmod, 0640), value(from, PfaGetMode),
+                     value(from, PfaGetFileSize)};
+    };
+    EXPECT_EQ(values(missing), (codes{PFA_E_ERROR, -PFA_E_NO_ACCESS, -PFA_E_NO_ACCESS}));
+    EXPECT_EQ(values(file), (codes{0, S_IFREG | 0640, 5}));
     std::filesystem::resize_file(scratch("part.prt"), std::uintmax_t(3) << 30);
     EXPECT_EQ(value(file, PfaGetFileSize), INT_MAX);
 
@@ -69,8 +56,7 @@ TEST(status, is_that_of_the_file) {
     record deep(scratch("no/such/part.prt")), remote("no-such-host.invalid:/part.prt");
     int blocks = -1, size = -1;
     EXPECT_EQ(pfaloc_call_FPP(deep, PfaGetAvailBlocks, &blocks, &size), 0);
-    EXPECT_NE(blocks, -1);
-    EXPECT_GT(size, 0);
+    EXPECT_TRUE(blocks != -1 && size > 0) << blocks << " of " << size;
     EXPECT_EQ(pfaloc_call_FPP(remote, PfaGetAvailBlocks, &blocks, &size), PFA_E_NOT_ALLOWED);
 }
 
@@ -80,12 +66,9 @@ TEST(status, owners_are_written_as_they_are_read) {
     char user[12] = "", group[12] = "", name[PFA_PATH_SIZE] = "";
     const auto get_owners = [&] { return pfaloc_call_FPPP(file, PfaGetOwners, user, group, name); };
     const passwd *self = getpwuid(getuid()); // none for a user without an entry
-    ASSERT_EQ(get_owners(), self != nullptr ? 0 : PFA_E_ERROR);
-    EXPECT_EQ((texts{user, name}),
-              (texts{std::to_string(getuid()), self != nullptr ? self->pw_name : ""}));
-    const auto give = [&](auto to, auto and_to) {
-        return pfaloc_call_FPP(file, PfaChown, to, and_to);
-    };
+    EXPECT_EQ(get_owners(), self != nullptr ? 0 : PFA_E_ERROR);
+    EXPECT_EQ((texts{user, name}), (texts{std::to_string(getuid()), self ? self->pw_name : ""}));
+    const auto give = [&](auto to, auto too) { return pfaloc_call_FPP(file, PfaChown, to, too); };
     EXPECT_EQ(give(user, group), 0);
     // Text that is no number must not be read as the superuser's id.
     for (const char *wrong : {"", "root", "0x", "99999999999", "-99999999999"}) {
@@ -107,20 +90,19 @@ TEST(is_dir, tells_why_not_in_errno) {
     scratch.dir("closed", 0600);
     std::filesystem::create_symlink("closed", scratch("link"));
     std::filesystem::create_symlink("loop", scratch("loop"));
-    const auto why_not = [&](const char *last) {
+    const std::pair<const char *, int> answers[] = {
+        {"closed", 255},         {"link", 255},   {"file", 0},
+        {"missing", ENOENT},     {"loop", ELOOP}, {"file/x", ENOTDIR},
+        {"closed/inner", EACCES}};
+    for (const auto &[last, answer] : answers) {
         const std::string name = scratch(last);
         record file;
         EXPECT_EQ(parse_to_pfa(file, 1, name.c_str()), 0);
         const auto is_dir = [&] { return vek_is_dir(name.c_str()) ? 255 : errno; };
-        const auto folder = [&] { return pfaloc_call_F(file, PfaIsFolder) ? 255 : errno; };
-        const int answer = in_child(drop_rights, is_dir);
-        EXPECT_EQ(in_child(drop_rights, folder), answer) << name;
-        return answer;
-    };
-    EXPECT_EQ((codes{why_not("closed"), why_not("link"), why_not("file")}), (codes{255, 255, 0}));
-    EXPECT_EQ(
-        (codes{why_not("missing"), why_not("loop"), why_not("file/x"), why_not("closed/inner")}),
-        (codes{ENOENT, ELOOP, ENOTDIR, EACCES}));
+        const auto is_folder = [&] { return pfaloc_call_F(file, PfaIsFolder) ? 255 : errno; };
+        EXPECT_EQ(in_child(drop_rights, is_dir), answer) << name;
+        EXPECT_EQ(in_child(drop_rights, is_folder), answer) << name;
+    }
     // A name is asked for as it is written and as it is stored.
     scratch.dir("Up.PRT");
     scratch.dir("low.prt");

@@ -5,8 +5,6 @@
 #include "coretools/ctpfa/pfamem.h"
 #include "test_support.h"
 
-#include <fcntl.h>
-
 namespace {
 
 TEST(stdio, claims_its_three_streams_and_opens_each_for_its_own_direction) {
@@ -14,23 +12,21 @@ TEST(stdio, claims_its_three_streams_and_opens_each_for_its_own_direction) {
         EXPECT_EQ(record(name)->location_type, PfaStdFilesystem) << name;
     }
     for (const std::string last : {"in", "out", "err"}) {
-        record file("stdio://" + last);
-        char name[PFA_PATH_SIZE] = "";
+        stream file("stdio://" + last);
         for (const auto get : {pfa_get_location, pfa_get_neutral_location}) {
+            char name[PFA_PATH_SIZE] = "";
             EXPECT_EQ(get(file, name, nullptr), 0);
             EXPECT_EQ(name + component(file, PFA_NAME), "stdio://" + last);
         }
-        const auto opens = [&](int result) {
-            pfaloc_call_FL(file, PfaCloseFile);
+        const auto opens = [&](bool buffered, bool write) {
+            const int result = file.open(buffered, write);
+            file.call(PfaCloseFile);
             return result;
         };
+        const auto may = [&](int mode) { return pfaloc_call_FII(file, PfaAccess, mode, 0); };
         const auto results = [&] {
-            return codes{opens(pfaloc_call_FLPPI(file, PfaFopen, name, "r", 0)),
-                         opens(pfaloc_call_FLPPI(file, PfaFopen, name, "w", 0)),
-                         opens(pfaloc_call_FLPIII(file, PfaOpen, name, O_RDONLY, 0, 0)),
-                         opens(pfaloc_call_FLPIII(file, PfaOpen, name, O_WRONLY, 0, 0)),
-                         pfaloc_call_FII(file, PfaAccess, W_OK, 0),
-                         pfaloc_call_FII(file, PfaAccess, R_OK, 0)};
+            return codes{opens(true, false), opens(true, true), opens(false, false),
+                         opens(false, true), may(W_OK),         may(R_OK)};
         };
         EXPECT_EQ(results(), (last == "in" ? codes{0, 3, 0, 3, 0, 1} : codes{3, 0, 0, 0, 1, 0}));
         EXPECT_EQ(pfa_put_component(file, PFA_NAME, "x"), 0);
@@ -40,27 +36,23 @@ TEST(stdio, claims_its_three_streams_and_opens_each_for_its_own_direction) {
 
 TEST(stdio, lends_the_stream_and_leaves_it_open) {
     scratch_dir scratch;
-    record in("stdio://in"), out("stdio://out");
-    const std::string input = scratch.file("in", "first\nab\xff\xff\ncd\nrest");
+    stream in("stdio://in"), out("stdio://out");
+    scratch.file("in", "first\nab\xff\xff\ncd\nrest");
     const auto use = [&] {
-        if (std::freopen(input.c_str(), "r", stdin) == nullptr ||
-            std::freopen(scratch("out").c_str(), "w", stdout) == nullptr) {
-            return 100;
-        }
-        char line[16] = "";
-        int length = 0, end = -1;
-        int failures = pfa_fopen(in, 0, "r") + pfa_fopen(out, 0, "w");
-        failures += pfaloc_call_FLPPI(in, PfaFgets, line, &length, 16);
-        failures += pfaloc_call_FLP(out, PfaFputs, line) + pfa_fprintf(out, "|%d", length);
+        int failures = std::freopen(scratch("in").c_str(), "r", stdin) == nullptr;
+        failures += std::freopen(scratch("out").c_str(), "w", stdout) == nullptr;
+        int end = -1;
+        failures += in.open(true, false) + out.open(true, true);
+        failures += out.call(PfaFputs, in.read(PfaFgets).c_str());
         failures += pfaloc_call_FLFLPP(in, PfaCopyThruCookie, out, "\xff\xff", &end);
-        failures += pfaloc_call_FLPPI(in, PfaReadFile, line, &length, 4);
-        failures += pfa_write_file(out, length, line) + pfaloc_call_FL(out, PfaFlushFile);
+        failures += out.write(in.read(PfaReadFile, 4).c_str(), 5) + out.call(PfaFlushFile);
+        failures += out.call(PfaFputs, std::to_string(in.call(PfaFgetc)).c_str());
         failures += pfa_close(in) + pfa_close(out);
         std::printf("%c", std::getchar());
         return failures + std::fflush(stdout);
     };
     EXPECT_EQ(in_child(as_before, use), 0);
-    EXPECT_EQ(scratch.content("out"), "first\n|6ab\ncd\nr");
+    EXPECT_EQ(scratch.content("out"), "0first\nab0\ncd\n114e");
 }
 
 TEST(stdio, a_directory_lists_the_pattern) {
@@ -70,9 +62,7 @@ TEST(stdio, a_directory_lists_the_pattern) {
     ASSERT_EQ(pfa_open_dir_subset(listed, "err"), 0);
     EXPECT_EQ((codes{pfa_read_dir(listed, entry), pfa_read_dir(listed, entry), pfa_close(listed)}),
               (codes{0, PFA_E_QUIT, 0}));
-    char name[PFA_PATH_SIZE] = "";
-    EXPECT_EQ(pfa_get_full_name(entry, name), 0);
-    EXPECT_STREQ(name, "stdio://err");
+    EXPECT_EQ(component(entry, PFA_DEVICE) + component(entry, PFA_NAME), "stdio://err");
     ASSERT_EQ(pfa_open_dir_subset(listed, "e"), 0);
     listed->type = -4; // what is open on it is no stream
     EXPECT_EQ((codes{pfaloc_call_FL(listed, PfaFlushFile), pfa_close(listed)}), (codes{9, 0}));

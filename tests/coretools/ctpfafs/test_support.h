@@ -1,4 +1,4 @@
-// A scratch directory with modes, and children with fewer rights.
+// A scratch directory with modes, open files, and children with fewer rights.
 #pragma once
 
 #include "coretools/ctpfa/pfacomponent.h"
@@ -8,14 +8,13 @@
 #include "tests/coretools/ctpfa/directory_test_util.h"
 #include "tests/support/child_process.h"
 
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
-#include <vector>
 
-// What a row of calls answered.
-using codes = std::vector<int>;
+using codes = std::vector<int>; // what a row of calls answered
 using texts = std::vector<std::string>;
 
 struct scratch_dir {
@@ -53,11 +52,42 @@ inline std::string component(const record &file, int index) {
                        file->text + file->bounds[index].end);
 }
 
+struct stream : record {
+    using record::scoped_record;
+
+    // Buffered or at the descriptor; like pfa_fopen it marks the record as open.
+    int open(bool buffered, bool write, int version = 0) {
+        char name[PFA_PATH_SIZE] = "";
+        const int flags = write ? O_WRONLY | O_CREAT | O_TRUNC : O_RDONLY;
+        const int result = buffered
+                               ? pfaloc_call_FLPPI(file, PfaFopen, name, write ? "w" : "r", version)
+                               : pfaloc_call_FLPIII(file, PfaOpen, name, flags, 0644, version);
+        file->flags |= result == 0 ? PFA_F_OPEN : pfa_flag(0);
+        return result;
+    }
+    int call(int method) { return pfaloc_call_FL(file, method); }
+    int call(int method, const void *with) { return pfaloc_call_FLP(file, method, with); }
+    int seek(int to) { return call(PfaSetFilePosition, &to); }
+    int tell() {
+        int position = -7;
+        return call(PfaGetFilePosition, &position) == 0 ? position : -8;
+    }
+    int write(const char *bytes, int size, int sync = 0) {
+        return pfaloc_call_FLPII(file, PfaWriteFile, bytes, size, sync);
+    }
+    // The status, and what was read.
+    std::string read(int method, int size = 16) {
+        char buffer[17] = "";
+        int length = 0;
+        const int result = pfaloc_call_FLPPI(file, method, buffer, &length, size);
+        return std::to_string(result) + std::string(buffer, static_cast<std::size_t>(length));
+    }
+};
+
 // The answer of question in a child process that prepare has changed first.
 template <class Question>
 int in_child(void (*prepare)(), Question question) {
-    const auto body = [&] { prepare(), _exit(question()); };
-    return run_in_child(body).status;
+    return run_in_child([&] { prepare(), _exit(question()); }).status;
 }
 
 inline void as_before() {}
