@@ -118,10 +118,12 @@ TEST(location, is_written_in_both_forms_and_read_back) {
             EXPECT_EQ(std::memcmp(again->bounds, file->bounds, sizeof file->bounds), 0) << forms[i];
         }
     }
-    char small[32] = "";
-    std::int16_t length = 0;
-    record file("/usr/lib/");
-    EXPECT_EQ(pfaloc_call_FPPS(file, PfaGetLocationString, small, &length, 8), PFA_E_ERROR);
+    record file("hostx:/usr/lib/");
+    for (const int capacity : {4, 8}) {
+        char text[32] = "";
+        std::int16_t length = 0;
+        EXPECT_EQ(pfaloc_call_FPPS(file, PfaGetLocationString, text, &length, capacity), 1);
+    }
 }
 
 } // namespace

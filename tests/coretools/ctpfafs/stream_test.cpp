@@ -64,8 +64,9 @@ TEST_P(each_stream, reads_from_where_it_stands) {
 
 TEST_P(each_stream, opening_fails_by_the_reason) {
     stream missing(scratch("missing")), directory(scratch()), kept(scratch.file("kept", "content"));
-    EXPECT_EQ((codes{missing.open(buffered, false), directory.open(buffered, false)}),
-              (codes{PFA_E_ERROR, PFA_E_INVALID_INPUT}));
+    EXPECT_EQ((codes{missing.open(buffered, false), directory.open(buffered, false),
+                     directory.call(PfaCloseFile)}),
+              (codes{PFA_E_ERROR, PFA_E_INVALID_INPUT, PFA_E_INVALID_INPUT}));
     const auto open = [&] { return kept.open(buffered, true); };
     EXPECT_EQ(in_child(use_up_descriptors, open), PFA_E_TOO_MANY_OPEN);
     EXPECT_EQ(in_child([] { fail_allocation(0, true); }, open), PFA_E_OUT_OF_MEMORY);
