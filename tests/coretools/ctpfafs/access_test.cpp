@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <climits>
 #include <pwd.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 
 namespace {
@@ -25,6 +27,26 @@ TEST(access, is_that_of_the_user) {
     EXPECT_EQ(
         (codes{access_bits(own), access_bits(none), access_bits(mixed, 0), access_bits(mixed)}),
         (codes{7, 0, 7, 0}));
+}
+
+TEST(access, on_a_read_only_file_system_ends_with_reading) {
+    scratch_dir scratch;
+    const char *dir = scratch.path.c_str();
+    record file(scratch("part.prt"));
+    const int answer = in_child(as_before, [&] {
+        if (unshare(CLONE_NEWNS) != 0 || mount("", "/", nullptr, MS_REC | MS_PRIVATE, "") != 0 ||
+            mount("", dir, "tmpfs", 0, "") != 0) {
+            return 99; // not allowed here
+        }
+        scratch.file("part.prt");
+        mount("", dir, "tmpfs", MS_REMOUNT | MS_RDONLY, "");
+        char name[PFA_PATH_SIZE] = "";
+        return pfaloc_call_FLPPI(file, PfaFopen, name, "w", 0) * 8 + access_bits(file);
+    });
+    if (answer == 99) {
+        GTEST_SKIP() << "no file system may be mounted here";
+    }
+    EXPECT_EQ(answer, 015);
 }
 
 TEST(status, is_that_of_the_file) {

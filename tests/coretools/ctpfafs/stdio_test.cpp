@@ -26,11 +26,13 @@ TEST(stdio, claims_its_three_streams_and_opens_each_for_its_own_direction) {
         const auto may = [&](int mode) { return pfaloc_call_FII(file, PfaAccess, mode, 0); };
         const auto results = [&] {
             return codes{opens(true, false), opens(true, true), opens(false, false),
-                         opens(false, true), may(W_OK),         may(R_OK)};
+                         opens(false, true), may(W_OK),         may(R_OK),
+                         may(F_OK)};
         };
-        EXPECT_EQ(results(), (last == "in" ? codes{0, 3, 0, 3, 0, 1} : codes{3, 0, 0, 0, 1, 0}));
+        EXPECT_EQ(results(),
+                  (last == "in" ? codes{0, 3, 0, 3, 0, 1, 0} : codes{3, 0, 0, 0, 1, 0, 0}));
         EXPECT_EQ(pfa_put_component(file, PFA_NAME, "x"), 0);
-        EXPECT_EQ(results(), codes(6, PFA_E_NOT_VALID));
+        EXPECT_EQ(results(), codes(7, PFA_E_NOT_VALID));
     }
 }
 
