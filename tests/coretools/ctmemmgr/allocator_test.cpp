@@ -56,14 +56,22 @@ std::int64_t live_blocks() {
     return get_memory_statistics().num_blocks;
 }
 
+void use_locks(bool on) {
+    thrThread::c_iActiveThreadsInUse = on ? 1 : 0;
+    if (on) {
+        EnableThreading();
+    } else {
+        DisableThreading();
+    }
+}
+
 // Every test takes the locks, so that one that stays held ends the process, and leaves the totals
 // as they were.
 class Allocator : public testing::Test {
   protected:
     void SetUp() override {
         rlsmem(getmem(1)); // the first request of a process also makes the size cache
-        EnableThreading();
-        thrThread::c_iActiveThreadsInUse = 1;
+        use_locks(true);
         before = get_memory_statistics();
     }
 
@@ -71,8 +79,7 @@ class Allocator : public testing::Test {
         EXPECT_EQ(check_memory_chain(), 0);
         EXPECT_EQ(live_blocks(), before.num_blocks);
         EXPECT_EQ(get_memory_statistics().system_size, before.system_size);
-        thrThread::c_iActiveThreadsInUse = 0;
-        DisableThreading();
+        use_locks(false);
     }
 
     memory_statistics before = {};
@@ -149,7 +156,9 @@ void use_memory(int seed, int first_pool, int steps, const std::function<void(in
             const std::size_t kind = random() % std::size(SIZES);
             size = SIZES[kind];
             piece.pool = first_pool + static_cast<int>(kind);
-            piece.data = getmem_pool_xar(piece.pool, static_cast<int>(random() % 2));
+            const int xar = static_cast<int>(random() % 2);
+            piece.data = getmem_pool_xar(piece.pool, xar);
+            ASSERT_EQ(pool_tag_of(piece.data), xar != 0 ? TAG_IN_USE_XAR : TAG_IN_USE);
         } else {
             piece.data = relocmem_xar(piece.data, size, 0);
             piece.pool = mempool_of_slot(piece.data);
@@ -174,6 +183,7 @@ void use_memory(int seed, int first_pool, int steps, const std::function<void(in
 TEST_F(Allocator, RandomRequestsKeepContentsChainAndAreas) {
     const int first_pool = make_pools();
     use_memory(20, first_pool, 12000, [first_pool](int step) {
+        use_locks(step / 500 % 2 == 0); // without them pools have a shorter way
         ASSERT_EQ(check_memory_chain(), 0) << step;
         ASSERT_EQ(check_mem_pool(first_pool + step % static_cast<int>(std::size(SIZES))), 0)
             << step;
@@ -182,6 +192,7 @@ TEST_F(Allocator, RandomRequestsKeepContentsChainAndAreas) {
     for (released_block entry; get_released_block(released, &entry); released++) {
         ASSERT_TRUE(all_are(entry.block, entry.whole_size, 0xFF));
     }
+    use_locks(true);
     EXPECT_GT(released, 1000);
     EXPECT_LE(live_blocks(), before.num_blocks + 2); // the list stays
     before = get_memory_statistics();
@@ -267,6 +278,20 @@ TEST_F(Allocator, AnAreaKeepsOneSlotInReserve) {
     EXPECT_EQ(getmem_pool(pool), records[0]);
     records.pop_back();
     std::for_each(records.begin(), records.end(), rlsmem);
+}
+
+// The checker had stopped to look, and such a record would have been handed out twice.
+TEST_F(Allocator, ARecordInUseOnTheFreeListIsSeen) {
+    const int pool = create_mem_pool("checked", 40);
+    char *const first = static_cast<char *>(getmem_pool(pool)) - sizeof(slot_header);
+    void *const second = getmem_pool(pool);
+    auto *const area = reinterpret_cast<area_header *>(first - sizeof(area_header));
+    rlsmem(first + sizeof(slot_header));
+    EXPECT_EQ(check_mem_pool(pool), 0);
+    area->first_free = (40 + sizeof(slot_header)) / SLOT_UNIT;
+    EXPECT_NE(check_mem_pool(pool), 0);
+    area->first_free = 0;
+    rlsmem(second);
 }
 
 TEST_F(Allocator, GeneralPoolsServeTheirRoundedSize) {
