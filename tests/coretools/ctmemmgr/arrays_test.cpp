@@ -52,8 +52,7 @@ TEST(Xar, Creation) {
         xar_free(&array);
         EXPECT_FALSE(xar_append(&array, 0, nullptr) || xar_resize(&array, 0) != 0);
     }
-    EXPECT_EQ(xar_alloc(0, 4, 0), nullptr);
-    EXPECT_EQ(int_in_list(0, nullptr), -1);
+    EXPECT_TRUE(xar_alloc(0, 4, 0) == nullptr && int_in_list(0, nullptr) == -1);
 }
 
 // The 1-based numbers of the elements at whose append an array of ints moves, up to `last`.
@@ -166,16 +165,15 @@ void check_har(void ***top, const std::vector<int> &model) {
         check_xar((*top)[i]);
         ASSERT_EQ(xar_count(&(*top)[i]), std::min(LIMIT, size - i * LIMIT));
     }
-    int chunk = 0;
-    int offset = 0;
+    int place[2];
     for (int i = 0; i < size; ++i) {
-        const void *found = har_access(top, i, &chunk, &offset);
+        const void *found = har_access(top, i, &place[0], &place[1]);
         ASSERT_EQ(static_cast<const element *>(found)->value, model[static_cast<std::size_t>(i)]);
-        ASSERT_TRUE(chunk == i / LIMIT && offset == i % LIMIT);
+        ASSERT_TRUE(place[0] == i / LIMIT && place[1] == i % LIMIT);
     }
     for (const int outside : {-1, size, size + LIMIT, 0x7fffffff}) {
-        EXPECT_EQ(har_access(top, outside, &chunk, &offset), nullptr);
-        EXPECT_TRUE(chunk == -1 && offset == -1);
+        EXPECT_EQ(har_access(top, outside, &place[0], &place[1]), nullptr);
+        EXPECT_TRUE(place[0] == -1 && place[1] == -1);
     }
 }
 

@@ -92,14 +92,12 @@ TEST(MemoryLoop, ReportsWhatThePassesLeave) {
     rlsmem(kept_for_a_pass);
     set_debug_memory_loop_size(MEMORY_LOOP_ALL_SIZES);
     std::for_each(leaked.begin(), leaked.end(), rlsmem);
-    EXPECT_EQ(check_memory_chain(), 0);
 }
 
 TEST(MemoryLoop, ExhaustedMemoryEndsTheLoopNotTheOperation) {
     rlsmem(getmem(1)); // what a process makes once is there
     int failing = 0;
     set_force_ext_no(1);
-    testing::internal::CaptureStdout();
     do {
         failing++;
         debug_memory_loop();
@@ -110,7 +108,6 @@ TEST(MemoryLoop, ExhaustedMemoryEndsTheLoopNotTheOperation) {
         rlsmem(data);
         EXPECT_EQ(get_force_ext_no(), 1); // switched off for the loop's own arrays only
     } while (get_in_debug_memory_loop() == 0);
-    testing::internal::GetCapturedStdout();
     EXPECT_GT(failing, 2);
     set_force_ext_no(0);
     debug_cancel_memory_loop();

@@ -102,8 +102,8 @@ TEST(Misuse, EndsTheProcessOrIsRefused) {
             std::exit(xar_count(&array) == 2 ? 0 : 1);
         });
         EXPECT_EQ(child.status, row.status) << row.report;
-        EXPECT_NE(("\n" + child.out).find("\n" + std::string(row.report) + "\n"), std::string::npos)
-            << row.report << child.out;
+        const std::string report = "\n" + std::string(row.report) + "\n";
+        EXPECT_NE(("\n" + child.out).find(report), std::string::npos) << report << child.out;
     }
     for (const int pool : {-1, -8, 499, 500, 1 << 30}) {
         EXPECT_EQ(getmem_pool(pool), nullptr);
