@@ -56,11 +56,7 @@ std::int64_t live_blocks() {
 
 void use_locks(bool on) {
     thrThread::c_iActiveThreadsInUse = on ? 1 : 0;
-    if (on) {
-        EnableThreading();
-    } else {
-        DisableThreading();
-    }
+    on ? EnableThreading() : DisableThreading();
 }
 
 // Every test takes the locks, so that one that stays held ends the process, and leaves the totals
