@@ -74,7 +74,7 @@ static void link_area(clump_entry &entry, area_header *area, area_header *prev) 
 
 // The order of the areas answers at once: if neither of the first two has room, none has. The one
 // that is answered is first; null when a new area is needed.
-[[gnu::noinline]] static area_header *first_area_with_room(clump_entry &entry) {
+static area_header *first_area_with_room(clump_entry &entry) {
     area_header *const front = entry.first_area;
     if (front == nullptr || has_room(entry, front)) {
         return front;
@@ -155,6 +155,7 @@ static inline void *take_slot(const clump_entry &entry, int xar) {
     return fill_record<0>(data_of_slot(slot), static_cast<std::size_t>(entry.rounded));
 }
 
+// The general way, kept out of the short one so that this needs no registers saved.
 [[gnu::noinline]] static void *take_record(int pool, int soft_failure, int xar) {
     lock_clumps();
     void *data = nullptr;
@@ -216,6 +217,7 @@ static inline void give_back_slot(const clump_entry &entry, area_header *area, s
     fill_record<0xFF>(data_of_slot(slot), static_cast<std::size_t>(entry.rounded));
 }
 
+// The general way, as take_record is.
 [[gnu::noinline]] static void release_record(area_header *area, slot_header *slot) {
     clump_entry &entry = clump_table[area->pool];
     // Before the lock: the loop's own bookkeeping, which allocates, has to come first.
