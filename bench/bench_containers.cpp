@@ -3,12 +3,13 @@
 #include "coretools/ctmemmgr/xar.h"
 
 #include <algorithm>
-#include <benchmark/benchmark.h>
 #include <cstdint>
 #include <map>
 #include <numeric>
 #include <random>
 #include <vector>
+
+#include <benchmark/benchmark.h>
 
 namespace {
 

@@ -4,12 +4,13 @@
 #include "coretools/ctmemmgr/pools.h"
 
 #include <algorithm>
-#include <benchmark/benchmark.h>
 #include <cstdlib>
 #include <cstring>
 #include <numeric>
 #include <random>
 #include <vector>
+
+#include <benchmark/benchmark.h>
 
 namespace {
 

@@ -7,8 +7,9 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <fuzzer/FuzzedDataProvider.h>
 #include <string>
+
+#include <fuzzer/FuzzedDataProvider.h>
 
 namespace {
 

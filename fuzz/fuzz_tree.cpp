@@ -9,14 +9,15 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <fuzzer/FuzzedDataProvider.h>
 #include <set>
 #include <sstream>
 #include <string>
+#include <vector>
+
+#include <fuzzer/FuzzedDataProvider.h>
 #include <strings.h>
 #include <sys/mman.h>
 #include <unistd.h>
-#include <vector>
 
 namespace fs = std::filesystem;
 

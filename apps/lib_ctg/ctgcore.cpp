@@ -1,14 +1,14 @@
 // The catalog driver: one build from the root to the duplicate report.
 #include "apps/lib_ctg/ctgcore.h"
 
-#include <cstdio>
-#include <cstring>
-
 #include "apps/lib_ctg/ctgdup.h"
 #include "apps/lib_ctg/ctgfile.h"
 #include "apps/lib_ctg/ctgroot.h"
 #include "apps/lib_ctg/ctgscan.h"
 #include "coretools/ctmemmgr/getmem.h"
+
+#include <cstdio>
+#include <cstring>
 
 member_record **src_list;
 sort_entry *sorted_list;

@@ -5,11 +5,11 @@
 // build at a time: nothing here is locked.
 #pragma once
 
-#include <algorithm>
-#include <cstdint>
-
 #include "coretools/ctmemmgr/xar.h"
 #include "coretools/ctpfa/vek_file.h"
+
+#include <algorithm>
+#include <cstdint>
 
 // What a step of a build answers. With a negative answer the build ends at once and no catalog is
 // written.

@@ -1,12 +1,12 @@
 // The report of members that the catalog cannot tell apart.
 #include "apps/lib_ctg/ctgdup.h"
 
-#include <cstdio>
-#include <cstring>
-
 #include "apps/lib_ctg/ctgcore.h"
 #include "coretools/ctfileutil/objextension.h"
 #include "coretools/ctstrutil/char_case.h"
+
+#include <cstdio>
+#include <cstring>
 
 namespace {
 

@@ -1,6 +1,13 @@
 // The sorted list and the catalog file.
 #include "apps/lib_ctg/ctgfile.h"
 
+#include "coretools/ctmemmgr/getmem.h"
+#include "coretools/ctpfa/pfaget.h"
+#include "coretools/ctpfa/pfamem.h"
+#include "coretools/ctpfa/pfapars.h"
+#include "coretools/ctpfa/pfastream.h"
+#include "coretools/ctwcfun/vek_vsprintf.h"
+
 #include <algorithm>
 #include <climits>
 #include <cstdarg>
@@ -9,13 +16,6 @@
 #include <cstring>
 
 #include <sys/stat.h>
-
-#include "coretools/ctmemmgr/getmem.h"
-#include "coretools/ctpfa/pfaget.h"
-#include "coretools/ctpfa/pfamem.h"
-#include "coretools/ctpfa/pfapars.h"
-#include "coretools/ctpfa/pfastream.h"
-#include "coretools/ctwcfun/vek_vsprintf.h"
 
 namespace {
 

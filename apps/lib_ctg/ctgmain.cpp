@@ -1,16 +1,16 @@
 // The tool's main routine: command line, environment, exit status.
 #include "apps/lib_ctg/ctgmain.h"
 
+#include "apps/lib_ctg/ctgcore.h"
+#include "coretools/ctpfa/vek_file.h"
+#include "coretools/genutil1/text_copy.h"
+
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include <fcntl.h>
-
-#include "apps/lib_ctg/ctgcore.h"
-#include "coretools/ctpfa/vek_file.h"
-#include "coretools/genutil1/text_copy.h"
 
 namespace {
 

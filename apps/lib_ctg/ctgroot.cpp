@@ -1,16 +1,16 @@
 // The library root: the text that a build works on.
 #include "apps/lib_ctg/ctgroot.h"
 
-#include <cstring>
-#include <string_view>
-
-#include <sys/stat.h>
-
 #include "coretools/ctpfa/pfacomponent.h"
 #include "coretools/ctpfa/pfadirpath.h"
 #include "coretools/ctpfa/pfaget.h"
 #include "coretools/ctpfa/pfamem.h"
 #include "coretools/ctpfa/pfapars.h"
+
+#include <cstring>
+#include <string_view>
+
+#include <sys/stat.h>
 
 namespace {
 

@@ -6,12 +6,6 @@
 // entered.
 #include "apps/lib_ctg/ctgscan.h"
 
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-
-#include <sys/stat.h>
-
 #include "coretools/ctfileutil/objextension.h"
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctpfa/pfadir.h"
@@ -19,6 +13,12 @@
 #include "coretools/ctpfa/pfamem.h"
 #include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfastream.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include <sys/stat.h>
 
 namespace {
 

@@ -5,6 +5,7 @@
 #include "coretools/ctpfa/pfadircache.h"
 
 #include <cstring>
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>

@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdio>
+
 #include <sys/types.h>
 
 // The notice is given for every mode that does not begin with "r" or "R".

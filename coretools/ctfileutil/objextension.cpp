@@ -1,16 +1,16 @@
 // Object types: what a file's extension says it is, and how its name may look.
 #include "coretools/ctfileutil/objextension.h"
 
+#include "coretools/ctfileutil/objextension_table.h"
+#include "coretools/ctmemmgr/getmem.h"
+#include "coretools/ctmemmgr/sort_pointers.h"
+#include "coretools/ctstrutil/char_case.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cstring>
 #include <iterator>
 #include <string_view>
-
-#include "coretools/ctfileutil/objextension_table.h"
-#include "coretools/ctmemmgr/getmem.h"
-#include "coretools/ctmemmgr/sort_pointers.h"
-#include "coretools/ctstrutil/char_case.h"
 
 namespace {
 

@@ -1,9 +1,4 @@
 // The block allocator: allocation, resizing and release of general blocks.
-#include <algorithm>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-
 #include "coretools/ctmemmgr/alloc_replay.h"
 #include "coretools/ctmemmgr/block_debug.h"
 #include "coretools/ctmemmgr/block_internal.h"
@@ -11,6 +6,11 @@
 #include "coretools/ctmemmgr/pools_internal.h"
 #include "coretools/ctmemmgr/serious_errors.h"
 #include "coretools/ctmisc/crash.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 
 static constexpr unsigned char minus_1 = 0xFF;
 // Released blocks from this rounded size on are overwritten only at both ends.

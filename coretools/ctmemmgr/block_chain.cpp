@@ -1,7 +1,4 @@
 // The chain of live blocks: its lock, its links and its totals.
-#include <algorithm>
-#include <cstdio>
-
 #include "basictk/baselib/inc/thrMutex.h"
 #include "basictk/baselib/inc/thrTrap.h"
 #include "coretools/ctmemmgr/block_debug.h"
@@ -9,6 +6,9 @@
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctmemmgr/pools.h"
 #include "coretools/ctmisc/wlx_exit.h"
+
+#include <algorithm>
+#include <cstdio>
 
 static std::atomic<int> IsMemoryInitialized{0};
 static std::atomic<thrMutex *> memmgr_lock{nullptr};

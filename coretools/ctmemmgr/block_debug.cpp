@@ -1,15 +1,15 @@
 // Debugging switches of the block allocator, and the list of released blocks.
 #include "coretools/ctmemmgr/block_debug.h"
 
-#include <atomic>
-#include <cstdlib>
-
 #include "basictk/baselib/inc/thrMutex.h"
 #include "coretools/ctmemmgr/block_internal.h"
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctmemmgr/har.h"
 #include "coretools/ctmemmgr/memory_trap.h"
 #include "coretools/ctmisc/lazy_mutex.h"
+
+#include <atomic>
+#include <cstdlib>
 
 static std::atomic<int> static_dont_release_memory{0};
 static std::atomic<int> static_always_relocate{0};

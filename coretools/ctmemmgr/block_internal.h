@@ -1,12 +1,12 @@
 // The layout of a general block, and what the files of the block allocator share.
 #pragma once
 
+#include "basictk/baselib/inc/thrThread.h"
+#include "coretools/ctmemmgr/memory_loop.h"
+
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-
-#include "basictk/baselib/inc/thrThread.h"
-#include "coretools/ctmemmgr/memory_loop.h"
 
 // A block as malloc gave it. Offsets are in bytes; data is what the caller sees.
 //

@@ -1,13 +1,12 @@
 // The nodes of a tree: blocks that double in size, and lists of released nodes.
 #include "coretools/ctmemmgr/btree_internal.h"
+#include "coretools/ctmemmgr/getmem.h"
+#include "coretools/ctmemmgr/xar.h"
 
 #include <algorithm>
 #include <climits>
 #include <cstdint>
 #include <cstring>
-
-#include "coretools/ctmemmgr/getmem.h"
-#include "coretools/ctmemmgr/xar.h"
 
 namespace {
 

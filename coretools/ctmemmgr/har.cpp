@@ -1,10 +1,10 @@
 // Chunked arrays: chains of extensible arrays.
 #include "coretools/ctmemmgr/har.h"
 
+#include "coretools/ctmemmgr/xar.h"
+
 #include <algorithm>
 #include <cstdint>
-
-#include "coretools/ctmemmgr/xar.h"
 
 namespace {
 

@@ -1,8 +1,6 @@
 // Memory-loop debugging: records one pass, compares the next, reports in the third.
 #include "coretools/ctmemmgr/memory_loop.h"
 
-#include <cstdio>
-
 #include "basictk/baselib/inc/thrMutex.h"
 #include "coretools/ctmemmgr/alloc_replay.h"
 #include "coretools/ctmemmgr/block_internal.h"
@@ -11,6 +9,8 @@
 #include "coretools/ctmemmgr/pools_internal.h"
 #include "coretools/ctmemmgr/xar.h"
 #include "coretools/ctmisc/lazy_mutex.h"
+
+#include <cstdio>
 
 namespace {
 

@@ -1,9 +1,9 @@
 // Runs bookkeeping of the memory layer so that exhausted memory cannot jump out of it.
 #include "coretools/ctmemmgr/memory_trap.h"
 
-#include <csetjmp>
-
 #include "basictk/baselib/inc/thrTrap.h"
+
+#include <csetjmp>
 
 constinit thread_local bool in_memory_bookkeeping = false;
 

@@ -1,9 +1,4 @@
 // The table of pools: registration, the look-up by size, and the switches.
-#include <algorithm>
-#include <atomic>
-#include <cstdio>
-#include <cstring>
-
 #include "coretools/ctmemmgr/block_internal.h"
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctmemmgr/pools_internal.h"
@@ -11,6 +6,11 @@
 #include "coretools/ctmisc/crash.h"
 #include "coretools/ctmisc/run_mode.h"
 #include "coretools/ctmisc/wlx_exit.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <cstring>
 
 clump_entry clump_table[CLUMP_LIMIT];
 int clump_count = 0;

@@ -1,12 +1,12 @@
 // Pool records: areas, slots and their free lists.
-#include <algorithm>
-#include <cstring>
-
 #include "coretools/ctmemmgr/block_internal.h"
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctmemmgr/pools_internal.h"
 #include "coretools/ctmemmgr/serious_errors.h"
 #include "coretools/ctmisc/crash.h"
+
+#include <algorithm>
+#include <cstring>
 
 static slot_header *slot_of(const void *data) {
     return reinterpret_cast<slot_header *>(

@@ -1,15 +1,15 @@
 // Pool table, areas and slots: what the files of the pool layer and the allocator share.
 #pragma once
 
-#include <atomic>
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
-
 #include "basictk/baselib/inc/thrMutex.h"
 #include "basictk/baselib/inc/thrThread.h"
 #include "coretools/ctmemmgr/memory_loop.h"
 #include "coretools/ctmemmgr/pools.h"
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
 
 // An area is one general block:
 //

@@ -5,13 +5,6 @@
 // respect the way in which the process is run.
 #include "coretools/ctmemmgr/serious_errors.h"
 
-#include <algorithm>
-#include <atomic>
-#include <cstdarg>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-
 #include "basictk/baselib/inc/thrMutex.h"
 #include "basictk/baselib/inc/thrTrap.h"
 #include "coretools/ctfileutil/input_mode.h"
@@ -22,6 +15,13 @@
 #include "coretools/ctmisc/run_mode.h"
 #include "coretools/ctplatform/wide_text.h"
 #include "coretools/ctwcfun/vek_vsprintf.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 
 namespace {
 

@@ -1,14 +1,14 @@
 // Extensible arrays: creation, growth, shrinking and release.
 #include "coretools/ctmemmgr/xar.h"
 
+#include "coretools/ctmemmgr/getmem.h"
+#include "coretools/ctmemmgr/serious_errors.h"
+#include "coretools/ctmemmgr/zones.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-
-#include "coretools/ctmemmgr/getmem.h"
-#include "coretools/ctmemmgr/serious_errors.h"
-#include "coretools/ctmemmgr/zones.h"
 
 namespace {
 

@@ -11,10 +11,10 @@
 // such a report returns, the array is as it was and the operation answers null or 0.
 #pragma once
 
+#include "coretools/ctmemmgr/xar_layout.h"
+
 #include <cstring>
 #include <type_traits>
-
-#include "coretools/ctmemmgr/xar_layout.h"
 
 // A new array of count zero elements of element_size bytes (1 to 65535) that first grows by step
 // elements (kept at 8191 at most). Null, and nothing made, when count and step are both 0.

@@ -1,11 +1,10 @@
 // The per-thread debugging switches of the extensible arrays.
-#include "coretools/ctmemmgr/xar.h"
-
-#include <atomic>
-
 #include "basictk/baselib/inc/thrLocalObject.h"
 #include "basictk/baselib/inc/thrMutex.h"
 #include "coretools/ctmemmgr/getmem.h"
+#include "coretools/ctmemmgr/xar.h"
+
+#include <atomic>
 
 namespace {
 

@@ -1,15 +1,15 @@
 // Zones: arenas whose memory is given back all at once.
 #include "coretools/ctmemmgr/zones.h"
 
-#include <cstddef>
-#include <cstdint>
-
 #include "basictk/baselib/inc/thrMutex.h"
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctmemmgr/memory_trap.h"
 #include "coretools/ctmemmgr/serious_errors.h"
 #include "coretools/ctmemmgr/xar.h"
 #include "coretools/ctmisc/lazy_mutex.h"
+
+#include <cstddef>
+#include <cstdint>
 
 namespace {
 

@@ -1,12 +1,12 @@
 // The unconditional end of the process.
 #include "coretools/ctmisc/crash.h"
 
+#include "coretools/ctmisc/wlx_exit.h"
+#include "coretools/ctsigutil/raise_signal.h"
+
 #include <atomic>
 #include <csignal>
 #include <cstdio>
-
-#include "coretools/ctmisc/wlx_exit.h"
-#include "coretools/ctsigutil/raise_signal.h"
 
 namespace {
 

@@ -1,15 +1,16 @@
 // Boxed diagnostic messages, written to a file or to standard error.
 #include "coretools/ctmisc/dbg_msg_tool.h"
 
+#include "basictk/baselib/inc/thrMutex.h"
+#include "coretools/ctmisc/in_progress.h"
+#include "coretools/ctmisc/lazy_mutex.h"
+
 #include <atomic>
 #include <csignal>
 #include <cstdarg>
 #include <cstring>
-#include <unistd.h>
 
-#include "basictk/baselib/inc/thrMutex.h"
-#include "coretools/ctmisc/in_progress.h"
-#include "coretools/ctmisc/lazy_mutex.h"
+#include <unistd.h>
 // Two upper layers, on purpose: messages are formatted like every other text, and the directory
 // cache must hear of a message file that appears.
 #include "coretools/ctdci/dci.h"

@@ -5,9 +5,9 @@
 // any thread, and must be ready to be called from inside a report.
 #pragma once
 
-#include <type_traits>
-
 #include "coretools/ctplatform/wide_text.h"
+
+#include <type_traits>
 
 using mgr_msg_func = void (*)(const char *key, const char *text, ...);
 using mgr_msgID_func = void (*)(int message_id, ...);

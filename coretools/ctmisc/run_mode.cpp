@@ -1,13 +1,13 @@
 // The run mode of the process.
 #include "coretools/ctmisc/run_mode.h"
 
-#include <algorithm>
-#include <atomic>
-#include <iterator>
-
 #include "basictk/baselib/inc/thrMutex.h"
 #include "coretools/ctmemmgr/xar.h"
 #include "coretools/ctmisc/lazy_mutex.h"
+
+#include <algorithm>
+#include <atomic>
+#include <iterator>
 
 namespace {
 

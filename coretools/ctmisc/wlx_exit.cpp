@@ -1,13 +1,13 @@
 // Exit handlers and the end of the process.
 #include "coretools/ctmisc/wlx_exit.h"
 
-#include <atomic>
-#include <cstdlib>
-#include <cstring>
-
 #include "basictk/baselib/inc/thrMutex.h"
 #include "coretools/ctmemmgr/xar.h"
 #include "coretools/ctmisc/lazy_mutex.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
 
 namespace {
 

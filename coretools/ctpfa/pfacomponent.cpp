@@ -6,6 +6,7 @@
 #include "coretools/ctstrutil/char_case.h"
 
 #include <cstring>
+
 #include <strings.h>
 
 namespace {

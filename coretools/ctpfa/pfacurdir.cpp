@@ -1,10 +1,6 @@
 // Loads the current and the home directory.
 #include "coretools/ctpfa/pfacurdir.h"
 
-#include <cstdlib>
-#include <cstring>
-#include <unistd.h>
-
 #include "coretools/ctfileutil/objextension.h"
 #include "coretools/ctpfa/pfadirpath.h"
 #include "coretools/ctpfa/pfaget.h"
@@ -13,6 +9,11 @@
 #include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfaput.h"
 #include "coretools/ctpfa/pfastream.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#include <unistd.h>
 
 namespace {
 

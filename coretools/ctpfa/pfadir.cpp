@@ -1,8 +1,6 @@
 // Opens, reads and closes directories, through the directory cache.
 #include "coretools/ctpfa/pfadir.h"
 
-#include <cstdio>
-
 #include "coretools/ctfileutil/objextension.h"
 #include "coretools/ctmemmgr/serious_errors.h"
 #include "coretools/ctpfa/pfa_dir_filter.h"
@@ -13,6 +11,8 @@
 #include "coretools/ctpfa/pfainfo.h"
 #include "coretools/ctpfa/pfaloc_call.h"
 #include "coretools/ctpfa/pfapars.h"
+
+#include <cstdio>
 
 namespace {
 

@@ -1,15 +1,15 @@
 // The table of the directory cache: entries, their index by name, free slots and eviction.
 #include "coretools/ctpfa/pfadircache.h"
 
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-
 #include "coretools/ctpfa/pfadircache_internal.h"
 #include "coretools/ctpfa/pfaget.h"
 #include "coretools/ctpfa/pfamem.h"
 #include "coretools/ctpfa/pfastream.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 
 dir_cache_entry *dir_cache = nullptr;
 btree *index_by_name = nullptr;

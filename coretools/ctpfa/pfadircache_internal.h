@@ -8,11 +8,11 @@
 //     open record elsewhere has borrowed its listing
 #pragma once
 
-#include <ctime>
-
 #include "coretools/ctmemmgr/btree.h"
 #include "coretools/ctmemmgr/xar.h"
 #include "coretools/ctpfa/vek_file.h"
+
+#include <ctime>
 
 struct dir_cache_appdata {
     int type;

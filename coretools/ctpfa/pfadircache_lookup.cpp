@@ -1,6 +1,4 @@
 // Looking directories up in the directory cache, and adding them.
-#include <cstring>
-
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctmemmgr/memory_loop.h"
 #include "coretools/ctmemmgr/serious_errors.h"
@@ -12,6 +10,8 @@
 #include "coretools/ctpfa/pfaloc_call.h"
 #include "coretools/ctpfa/pfamem.h"
 #include "coretools/ctpfa/pfastream.h"
+
+#include <cstring>
 
 namespace {
 

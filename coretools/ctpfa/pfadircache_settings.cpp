@@ -1,8 +1,8 @@
 // The settings of the directory cache, and the application data of its entries.
-#include <cstring>
-
 #include "coretools/ctpfa/pfadircache.h"
 #include "coretools/ctpfa/pfadircache_internal.h"
+
+#include <cstring>
 
 namespace {
 

@@ -1,8 +1,4 @@
 // Notices to the directory cache: which listing a change concerns.
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-
 #include "coretools/ctpfa/pfacurdir.h"
 #include "coretools/ctpfa/pfadircache.h"
 #include "coretools/ctpfa/pfadircache_internal.h"
@@ -11,6 +7,10 @@
 #include "coretools/ctpfa/pfainfo.h"
 #include "coretools/ctpfa/pfamem.h"
 #include "coretools/ctpfa/pfapars.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 
 namespace {
 

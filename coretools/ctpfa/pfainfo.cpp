@@ -6,6 +6,7 @@
 #include "coretools/ctsyscall/hostname.h"
 
 #include <cstdio>
+
 #include <netdb.h>
 #include <strings.h>
 

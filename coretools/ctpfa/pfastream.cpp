@@ -1,10 +1,6 @@
 // Opening, writing and closing streams.
 #include "coretools/ctpfa/pfastream.h"
 
-#include <climits>
-#include <cstdarg>
-#include <cstring>
-
 #include "coretools/ctpfa/pfadir.h"
 #include "coretools/ctpfa/pfadircache.h"
 #include "coretools/ctpfa/pfaget.h"
@@ -14,6 +10,10 @@
 #include "coretools/ctpfa/pfavers.h"
 #include "coretools/ctpfa/pfawrite_convertor.h"
 #include "coretools/ctwcfun/vek_vsprintf.h"
+
+#include <climits>
+#include <cstdarg>
+#include <cstring>
 
 namespace {
 

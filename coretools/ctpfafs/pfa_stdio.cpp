@@ -11,8 +11,9 @@
 #include "coretools/ctpfafs/pfafs_internal.h"
 
 #include <cstring>
-#include <fcntl.h>
 #include <iterator>
+
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace {

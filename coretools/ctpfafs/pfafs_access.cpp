@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <iterator>
+
 #include <pwd.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>

@@ -14,6 +14,7 @@
 #include <cstring>
 #include <ctime>
 #include <iterator>
+
 #include <sys/stat.h>
 
 namespace {

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <iterator>
+
 #include <sys/stat.h>
 #include <unistd.h>
 

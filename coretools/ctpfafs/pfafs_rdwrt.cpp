@@ -6,6 +6,7 @@
 #include <climits>
 #include <cstring>
 #include <iterator>
+
 #include <unistd.h>
 
 namespace {

@@ -15,8 +15,9 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
-#include <fcntl.h>
 #include <iterator>
+
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace {

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
+
 #include <dirent.h>
 
 namespace {

@@ -2,6 +2,7 @@
 #include "coretools/ctpfafs/vek_is_dir.h"
 
 #include <cerrno>
+
 #include <sys/stat.h>
 
 int vek_is_dir(const char *path) {

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <iterator>
+
 #include <linux/magic.h>
 #include <sys/statfs.h>
 

@@ -2,6 +2,7 @@
 #include "coretools/ctsyscall/hostname.h"
 
 #include <cstddef>
+
 #include <unistd.h>
 
 int vek_get_hostname(char *buffer, int size) {

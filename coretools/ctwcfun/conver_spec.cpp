@@ -1,15 +1,15 @@
 // Conversion directives of the formatting engine.
 #include "coretools/ctwcfun/conver_spec.h"
 
+#include "coretools/ctmemmgr/xar.h"
+#include "coretools/ctplatform/wide_text.h"
+
 #include <algorithm>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
-
-#include "coretools/ctmemmgr/xar.h"
-#include "coretools/ctplatform/wide_text.h"
 
 namespace {
 

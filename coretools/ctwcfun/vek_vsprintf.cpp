@@ -2,12 +2,6 @@
 // items are gathered in a buffer of the calling thread.
 #include "coretools/ctwcfun/vek_vsprintf.h"
 
-#include <atomic>
-#include <cmath>
-#include <cstdio>
-#include <cstring>
-#include <new>
-
 #include "basictk/baselib/inc/thrLocalObject.h"
 #include "basictk/baselib/inc/thrMutex.h"
 #include "coretools/apfutil/path_to_os.h"
@@ -18,6 +12,12 @@
 #include "coretools/ctplatform/wide_text.h"
 #include "coretools/ctwcfun/conver_spec.h"
 #include "coretools/genutil1/text_copy.h"
+
+#include <atomic>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <new>
 
 namespace {
 

@@ -1,12 +1,12 @@
 // Multi-byte text as wide text, in rotating buffers.
 #include "coretools/ctwcfun/wstr_ret.h"
 
+#include "coretools/ctmemmgr/getmem.h"
+
 #include <algorithm>
 #include <climits>
 #include <cstring>
 #include <iterator>
-
-#include "coretools/ctmemmgr/getmem.h"
 
 namespace {
 

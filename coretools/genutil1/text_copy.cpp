@@ -1,10 +1,10 @@
 // Small copies of text.
 #include "coretools/genutil1/text_copy.h"
 
+#include "coretools/ctmemmgr/getmem.h"
+
 #include <climits>
 #include <cstring>
-
-#include "coretools/ctmemmgr/getmem.h"
 
 char *make_scopy(const char *text) {
     if (text == nullptr) {

@@ -5,10 +5,10 @@
 #include <cstdio>
 #include <functional>
 #include <string>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 struct child_result {
     int status; // the exit status, or minus the number of the signal that ended the child

@@ -1,11 +1,11 @@
 // Runs a piece of a test on several threads at once, with the locks of the core really taken.
 #pragma once
 
+#include "basictk/baselib/inc/thrThread.h"
+
 #include <functional>
 #include <thread>
 #include <vector>
-
-#include "basictk/baselib/inc/thrThread.h"
 
 inline void run_on_threads(int count, const std::function<void(int)> &body) {
     EnableThreading();

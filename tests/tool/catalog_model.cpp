@@ -7,9 +7,9 @@
 #include <fstream>
 #include <iomanip>
 #include <sstream>
-#include <strings.h>
 
 #include <gtest/gtest.h>
+#include <strings.h>
 
 namespace fs = std::filesystem;
 

@@ -1,11 +1,11 @@
 // Whole runs in which one call of the C library fails, for every call in turn: each ends in the
 // right catalog or in a status that says otherwise.
+#include "tests/tool/catalog_model.h"
+
 #include <filesystem>
 #include <sstream>
 
 #include <gtest/gtest.h>
-
-#include "tests/tool/catalog_model.h"
 
 namespace {
 

@@ -1,12 +1,12 @@
 // Whole runs on libraries as people have them: the catalog and the messages, byte for byte.
+#include "tests/tool/catalog_model.h"
+
 #include <algorithm>
 #include <cstring>
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include "tests/tool/catalog_model.h"
 
 namespace {
 

@@ -1,5 +1,7 @@
 // Whole runs on roots that cannot work and on trees that nobody should have: nothing outside the
 // root is read, nothing is lost without a word, and no run ends early.
+#include "tests/tool/catalog_model.h"
+
 #include <filesystem>
 
 #include <fcntl.h>
@@ -7,8 +9,6 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include "tests/tool/catalog_model.h"
 
 namespace {
 

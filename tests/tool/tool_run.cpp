@@ -1,6 +1,8 @@
 // Scratch libraries, and runs of the built tool on them.
 #include "tests/tool/tool_run.h"
 
+#include "tests/support/child_process.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -11,8 +13,6 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <unistd.h>
-
-#include "tests/support/child_process.h"
 
 namespace fs = std::filesystem;
 

@@ -4,6 +4,7 @@
 #include "basictk/baselib/inc/thrBaseObject.h"
 
 #include <atomic>
+
 #include <pthread.h>
 
 template <typename Element>

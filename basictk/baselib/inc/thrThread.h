@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+
 #include <pthread.h>
 
 extern const char *const g_pszXThreadingDisabled;

@@ -1,4 +1,9 @@
 // The catalog builder from inside one process; tests/tool runs it as a program.
+#include "apps/lib_ctg/ctgcore.h"
+#include "apps/lib_ctg/ctgfile.h"
+#include "apps/lib_ctg/ctgroot.h"
+#include "apps/lib_ctg/ctgscan.h"
+
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -7,11 +12,6 @@
 #include <string>
 
 #include <gtest/gtest.h>
-
-#include "apps/lib_ctg/ctgcore.h"
-#include "apps/lib_ctg/ctgfile.h"
-#include "apps/lib_ctg/ctgroot.h"
-#include "apps/lib_ctg/ctgscan.h"
 
 namespace {
 

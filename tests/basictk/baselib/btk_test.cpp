@@ -4,8 +4,6 @@
 #include "basictk/baselib/inc/btkXArray.h"
 #include "tests/support/threads.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <bit>
 #include <cstdint>
@@ -15,6 +13,8 @@
 #include <random>
 #include <set>
 #include <string>
+
+#include <gtest/gtest.h>
 
 namespace {
 

@@ -6,13 +6,13 @@
 #include "tests/support/failing_malloc.h"
 #include "tests/support/threads.h"
 
-#include <gtest/gtest.h>
-
 #include <barrier>
 #include <csignal>
 #include <memory>
 #include <random>
 #include <string>
+
+#include <gtest/gtest.h>
 
 namespace {
 

@@ -1,4 +1,10 @@
 // The object type table as its look-ups answer it.
+#include "coretools/ctfileutil/objextension.h"
+#include "coretools/ctmemmgr/getmem.h"
+#include "tests/support/child_process.h"
+#include "tests/support/failing_malloc.h"
+#include "tests/support/threads.h"
+
 #include <cctype>
 #include <cstdint>
 #include <map>
@@ -6,12 +12,6 @@
 #include <string>
 
 #include <gtest/gtest.h>
-
-#include "coretools/ctfileutil/objextension.h"
-#include "coretools/ctmemmgr/getmem.h"
-#include "tests/support/child_process.h"
-#include "tests/support/failing_malloc.h"
-#include "tests/support/threads.h"
 
 namespace {
 

@@ -1,17 +1,5 @@
 // Blocks, pool records and zones: totals, chain, areas, contents, fill patterns, damage and
 // exhausted memory.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <atomic>
-#include <cstring>
-#include <map>
-#include <random>
-#include <sstream>
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "coretools/ctmemmgr/alloc_replay.h"
 #include "coretools/ctmemmgr/block_debug.h"
 #include "coretools/ctmemmgr/block_internal.h"
@@ -25,6 +13,18 @@
 #include "coretools/ctmisc/wlx_exit.h"
 #include "tests/support/failing_malloc.h"
 #include "tests/support/threads.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <map>
+#include <random>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
 
 // Every free of the code under test comes through here; the next one leaves so many bytes of what
 // it was given in the text.

@@ -1,5 +1,11 @@
 // Extensible and chunked arrays: shapes, growth, and random operations against a vector while
 // memory runs out.
+#include "coretools/ctmemmgr/block_debug.h"
+#include "coretools/ctmemmgr/har.h"
+#include "coretools/ctmemmgr/xar.h"
+#include "coretools/ctmemmgr/zones.h"
+#include "tests/support/failing_malloc.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <functional>
@@ -8,12 +14,6 @@
 #include <vector>
 
 #include <gtest/gtest.h>
-
-#include "coretools/ctmemmgr/block_debug.h"
-#include "coretools/ctmemmgr/har.h"
-#include "coretools/ctmemmgr/xar.h"
-#include "coretools/ctmemmgr/zones.h"
-#include "tests/support/failing_malloc.h"
 
 namespace {
 

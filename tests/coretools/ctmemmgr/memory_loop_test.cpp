@@ -1,5 +1,10 @@
 // Memory-loop debugging: which repeated operations are reported, and when a loop is given up.
-#include <gtest/gtest.h>
+#include "coretools/ctmemmgr/block_debug.h"
+#include "coretools/ctmemmgr/getmem.h"
+#include "coretools/ctmemmgr/memory_loop.h"
+#include "coretools/ctmemmgr/pools.h"
+#include "coretools/ctmemmgr/xar.h"
+#include "tests/support/failing_malloc.h"
 
 #include <algorithm>
 #include <cstring>
@@ -7,12 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "coretools/ctmemmgr/block_debug.h"
-#include "coretools/ctmemmgr/getmem.h"
-#include "coretools/ctmemmgr/memory_loop.h"
-#include "coretools/ctmemmgr/pools.h"
-#include "coretools/ctmemmgr/xar.h"
-#include "tests/support/failing_malloc.h"
+#include <gtest/gtest.h>
 
 namespace {
 

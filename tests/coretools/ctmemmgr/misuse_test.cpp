@@ -1,11 +1,4 @@
 // Misuse of blocks, pools and arrays, each in a child: how it ends, and the report that says why.
-#include <gtest/gtest.h>
-
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <string>
-
 #include "coretools/ctmemmgr/block_debug.h"
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctmemmgr/pools_internal.h"
@@ -14,6 +7,13 @@
 #include "coretools/ctmisc/run_mode.h"
 #include "tests/support/child_process.h"
 #include "tests/support/failing_malloc.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include <gtest/gtest.h>
 
 namespace {
 

@@ -1,5 +1,10 @@
 // Ordered trees (rules under random operations, insertion modes, node blocks, misuse) and sorting
 // of pointer arrays (order, stability, cost, comparisons without sense).
+#include "coretools/ctmemmgr/btree_internal.h"
+#include "coretools/ctmemmgr/sort_pointers.h"
+#include "coretools/ctmemmgr/xar.h"
+#include "tests/support/failing_malloc.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -8,11 +13,6 @@
 #include <vector>
 
 #include <gtest/gtest.h>
-
-#include "coretools/ctmemmgr/btree_internal.h"
-#include "coretools/ctmemmgr/sort_pointers.h"
-#include "coretools/ctmemmgr/xar.h"
-#include "tests/support/failing_malloc.h"
 
 namespace {
 

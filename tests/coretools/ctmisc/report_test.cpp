@@ -1,13 +1,5 @@
 // Reports: what each prints, asks and ends, for every combination of switches that decides it; the
 // run mode, the fatal end and the boxed messages.
-#include <csetjmp>
-#include <csignal>
-#include <cstdarg>
-#include <cstdlib>
-#include <string>
-
-#include <gtest/gtest.h>
-
 #include "basictk/baselib/inc/thrTrap.h"
 #include "coretools/ctfileutil/input_mode.h"
 #include "coretools/ctmemmgr/serious_errors.h"
@@ -19,6 +11,14 @@
 #include "coretools/ctsigutil/raise_signal.h"
 #include "tests/support/child_process.h"
 #include "tests/support/threads.h"
+
+#include <csetjmp>
+#include <csignal>
+#include <cstdarg>
+#include <cstdlib>
+#include <string>
+
+#include <gtest/gtest.h>
 
 namespace {
 

@@ -1,19 +1,6 @@
 // The directory cache: against an independent model, and what it does for loans, forced caching,
 // application data and traces. Its directories lie in memory, in a location type that the layer
 // knows by its registration alone.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <ctime>
-#include <list>
-#include <map>
-#include <random>
-#include <set>
-#include <unistd.h>
-
 #include "coretools/ctpfa/pfa_dir_filter.h"
 #include "coretools/ctpfa/pfacomponent.h"
 #include "coretools/ctpfa/pfadir.h"
@@ -25,6 +12,19 @@
 #include "coretools/ctpfa/pfaput.h"
 #include "coretools/ctpfa/pfastream.h"
 #include "tests/coretools/ctpfa/directory_test_util.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <list>
+#include <map>
+#include <random>
+#include <set>
+
+#include <gtest/gtest.h>
+#include <unistd.h>
 
 namespace {
 

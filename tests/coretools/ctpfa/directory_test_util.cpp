@@ -1,19 +1,20 @@
 #include "tests/coretools/ctpfa/directory_test_util.h"
 
-#include <algorithm>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <gtest/gtest.h>
-#include <sstream>
-
 #include "coretools/ctpfa/pfacomponent.h"
 #include "coretools/ctpfa/pfadir.h"
 #include "coretools/ctpfa/pfaget.h"
 #include "coretools/ctpfa/pfamem.h"
 #include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfastream.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include <gtest/gtest.h>
 
 scratch_tree::scratch_tree() {
     char made[] = "/tmp/pfa_test.XXXXXX";

@@ -1,10 +1,10 @@
 // Path records, scratch trees and processes for the tests of this folder.
 #pragma once
 
+#include "coretools/ctpfa/vek_file.h"
+
 #include <string>
 #include <vector>
-
-#include "coretools/ctpfa/vek_file.h"
 
 // A directory of its own, removed with all it holds; the path ends in '/'.
 struct scratch_tree {

@@ -1,13 +1,5 @@
 // Names into records and back: the split, expansion, standard form, selected parts and joining.
 // Records made from records, the home and the working directory, and the names of notices.
-#include <gtest/gtest.h>
-
-#include <cerrno>
-#include <cstdlib>
-#include <filesystem>
-#include <random>
-#include <tuple>
-
 #include "coretools/ctdci/dci.h"
 #include "coretools/ctfileutil/objextension.h"
 #include "coretools/ctpfa/pfacurdir.h"
@@ -19,6 +11,14 @@
 #include "coretools/ctpfa/pfapars_internal.h"
 #include "coretools/ctpfa/pfastream.h"
 #include "tests/coretools/ctpfa/directory_test_util.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <random>
+#include <tuple>
+
+#include <gtest/gtest.h>
 
 namespace {
 

@@ -1,14 +1,5 @@
 // A record's text against a model of six strings; its directory path, its type, and its host; and
 // what each call answers to bad arguments.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <array>
-#include <cstring>
-#include <numeric>
-#include <random>
-#include <tuple>
-
 #include "coretools/ctfileutil/objextension.h"
 #include "coretools/ctpfa/pfacomponent.h"
 #include "coretools/ctpfa/pfacurdir.h"
@@ -24,6 +15,15 @@
 #include "coretools/ctpfa/pfavers.h"
 #include "coretools/ctsyscall/hostname.h"
 #include "tests/coretools/ctpfa/directory_test_util.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <numeric>
+#include <random>
+#include <tuple>
+
+#include <gtest/gtest.h>
 
 namespace {
 

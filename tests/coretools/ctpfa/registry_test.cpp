@@ -14,8 +14,9 @@
 #include <algorithm>
 #include <climits>
 #include <cstring>
-#include <gtest/gtest.h>
 #include <tuple>
+
+#include <gtest/gtest.h>
 
 namespace {
 

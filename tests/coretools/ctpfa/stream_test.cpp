@@ -1,16 +1,16 @@
 // Streams on the host's files: which version they open, what they refuse, what they write.
-#include <gtest/gtest.h>
-
-#include <fstream>
-#include <iterator>
-#include <tuple>
-
 #include "coretools/ctpfa/pfadir.h"
 #include "coretools/ctpfa/pfaloc.h"
 #include "coretools/ctpfa/pfaput.h"
 #include "coretools/ctpfa/pfastream.h"
 #include "coretools/ctpfa/pfavers.h"
 #include "tests/coretools/ctpfa/directory_test_util.h"
+
+#include <fstream>
+#include <iterator>
+#include <tuple>
+
+#include <gtest/gtest.h>
 
 namespace {
 

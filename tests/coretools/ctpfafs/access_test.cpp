@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <climits>
+
 #include <pwd.h>
 #include <sched.h>
 #include <sys/mount.h>

@@ -8,9 +8,10 @@
 #include "tests/coretools/ctpfa/directory_test_util.h"
 #include "tests/support/child_process.h"
 
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 

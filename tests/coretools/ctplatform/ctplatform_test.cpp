@@ -1,10 +1,10 @@
 // Wide text from and to EUC bytes, and the types of network file systems.
+#include "coretools/ctplatform/ctplatform.h"
+
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
-
-#include "coretools/ctplatform/ctplatform.h"
 
 namespace {
 

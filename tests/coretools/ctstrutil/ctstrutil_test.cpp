@@ -1,12 +1,12 @@
 // Case mapping, and EUC codes against the conversions of the C library.
+#include "coretools/ctstrutil/char_case.h"
+#include "coretools/ctstrutil/euc_codes.h"
+
 #include <cctype>
-#include <iconv.h>
 #include <string>
 
 #include <gtest/gtest.h>
-
-#include "coretools/ctstrutil/char_case.h"
-#include "coretools/ctstrutil/euc_codes.h"
+#include <iconv.h>
 
 namespace {
 

@@ -1,10 +1,10 @@
 // Broken-down time.
+#include "coretools/cttime/ptime.h"
+
 #include <algorithm>
 #include <climits>
 
 #include <gtest/gtest.h>
-
-#include "coretools/cttime/ptime.h"
 
 TEST(Ptime, UniversalTime) {
     ptime of{};

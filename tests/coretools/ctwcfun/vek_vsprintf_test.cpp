@@ -1,4 +1,16 @@
 // The formatting engine, with the system's snprintf as the judge where both know a directive.
+#include "basictk/baselib/inc/thrTrap.h"
+#include "coretools/apfutil/path_to_os.h"
+#include "coretools/ctmemmgr/serious_errors.h"
+#include "coretools/ctmisc/dbg_msg_tool.h"
+#include "coretools/ctmisc/run_mode.h"
+#include "coretools/ctwcfun/conver_spec.h"
+#include "coretools/ctwcfun/vek_vsprintf.h"
+#include "coretools/ctwcfun/wstr_ret.h"
+#include "tests/support/child_process.h"
+#include "tests/support/failing_malloc.h"
+#include "tests/support/threads.h"
+
 #include <cfloat>
 #include <climits>
 #include <cmath>
@@ -12,18 +24,6 @@
 #include <vector>
 
 #include <gtest/gtest.h>
-
-#include "basictk/baselib/inc/thrTrap.h"
-#include "coretools/apfutil/path_to_os.h"
-#include "coretools/ctmemmgr/serious_errors.h"
-#include "coretools/ctmisc/dbg_msg_tool.h"
-#include "coretools/ctmisc/run_mode.h"
-#include "coretools/ctwcfun/conver_spec.h"
-#include "coretools/ctwcfun/vek_vsprintf.h"
-#include "coretools/ctwcfun/wstr_ret.h"
-#include "tests/support/child_process.h"
-#include "tests/support/failing_malloc.h"
-#include "tests/support/threads.h"
 
 namespace {
 

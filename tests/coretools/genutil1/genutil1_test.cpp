@@ -1,12 +1,12 @@
 // Text copies with a limit, and the plain name alphabet.
-#include <string>
-
-#include <gtest/gtest.h>
-
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctwcfun/wstr_ret.h"
 #include "coretools/genutil1/invstr.h"
 #include "coretools/genutil1/text_copy.h"
+
+#include <string>
+
+#include <gtest/gtest.h>
 
 namespace {
 
