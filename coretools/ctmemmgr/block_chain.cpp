@@ -24,12 +24,7 @@ static std::int64_t stat_system_size = 0;
 static std::int64_t stat_max_system_size = 0;
 
 void init_memory() {
-    LockInitializationMutex();
-    if (memmgr_lock.load(std::memory_order_relaxed) == nullptr) {
-        memmgr_lock.store(thrMutex_Create(), std::memory_order_release);
-    }
-    UnlockInitializationMutex();
-    const bool has_lock = memmgr_lock.load(std::memory_order_relaxed) != nullptr;
+    const bool has_lock = thr_make_once(memmgr_lock, thrMutex_Create) != nullptr;
     if (!has_lock && IsThreadingEnabled()) {
         std::printf("Unable to initialize memory manager locks.  Exiting.\n");
         wlx_exit(1);

@@ -55,14 +55,7 @@ int get_dbg_memory_config() {
 }
 
 int init_clump_lock() {
-    LockInitializationMutex();
-    thrMutex *lock = clump_lock.load(std::memory_order_relaxed);
-    if (lock == nullptr) {
-        lock = thrMutex_Create();
-        clump_lock.store(lock, std::memory_order_release);
-    }
-    UnlockInitializationMutex();
-    if (lock == nullptr) {
+    if (thr_make_once(clump_lock, thrMutex_Create) == nullptr) {
         std::printf("Error initializing clump lock.  Exiting.\n");
         wlx_exit(1);
         return 0;

@@ -27,26 +27,12 @@ int read_switch(const thread_switch &from) {
     return own == nullptr ? from.process_default : *static_cast<const int *>(own);
 }
 
-thrLocalObject *object_of(thread_switch &of) {
-    thrLocalObject *object = of.object.load(std::memory_order_acquire);
-    if (object == nullptr) {
-        LockInitializationMutex();
-        object = of.object.load(std::memory_order_relaxed);
-        if (object == nullptr) {
-            object = thrLocalObject_Create();
-            of.object.store(object, std::memory_order_release);
-        }
-        UnlockInitializationMutex();
-    }
-    return object;
-}
-
 // Without memory the switch stays as it was.
 void write_switch(thread_switch &to, int value) {
     if (read_switch(to) == value) {
         return;
     }
-    thrLocalObject *object = object_of(to);
+    thrLocalObject *object = thr_make_once(to.object, thrLocalObject_Create);
     if (object == nullptr) {
         return;
     }

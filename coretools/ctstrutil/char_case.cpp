@@ -1,9 +1,9 @@
 // Case mapping of the ASCII letters.
 #include "coretools/ctstrutil/char_case.h"
 
-namespace {
+#include "coretools/ctstrutil/ascii.h"
 
-constexpr int CASE_BIT = 'a' - 'A';
+namespace {
 
 void map_text(const char *source, char *destination, int (*map)(int)) {
     do {
@@ -14,13 +14,11 @@ void map_text(const char *source, char *destination, int (*map)(int)) {
 } // namespace
 
 int uppercase(int character) {
-    const int byte = character & 0xff;
-    return byte >= 'a' && byte <= 'z' ? byte - CASE_BIT : byte;
+    return to_upper_letter(character & 0xff);
 }
 
 int lowercase(int character) {
-    const int byte = character & 0xff;
-    return byte >= 'A' && byte <= 'Z' ? byte + CASE_BIT : byte;
+    return to_lower_letter(character & 0xff);
 }
 
 void vek_cnvrt_to_upper(const char *source, char *destination) {

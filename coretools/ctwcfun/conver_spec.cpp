@@ -3,6 +3,7 @@
 
 #include "coretools/ctmemmgr/xar.h"
 #include "coretools/ctplatform/wide_text.h"
+#include "coretools/ctstrutil/ascii.h"
 
 #include <algorithm>
 #include <climits>
@@ -44,21 +45,9 @@ static bool is_one_of(const char *set, char character) {
     return character != '\0' && std::strchr(set, character) != nullptr;
 }
 
-static bool is_letter(char character) {
-    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
-}
-
-static bool is_digit(char character) {
-    return character >= '0' && character <= '9';
-}
-
-static char lower_letter(char character) {
-    return is_letter(character) ? static_cast<char>(character | 0x20) : character;
-}
-
 static bool begins_with_conversion(const char *text, const char *conversion) {
     for (; *conversion != '\0'; ++text, ++conversion) {
-        if (lower_letter(*text) != *conversion) {
+        if (to_lower_letter(*text) != *conversion) {
             return false;
         }
     }

@@ -10,6 +10,7 @@
 #include "coretools/ctmisc/dbg_msg_tool.h"
 #include "coretools/ctmisc/in_progress.h"
 #include "coretools/ctplatform/wide_text.h"
+#include "coretools/ctstrutil/ascii.h"
 #include "coretools/ctwcfun/conver_spec.h"
 #include "coretools/genutil1/text_copy.h"
 
@@ -51,23 +52,9 @@ std::atomic<thrLocalObject *> work_record_object{nullptr};
 
 } // namespace
 
-static thrLocalObject *get_work_record_object() {
-    thrLocalObject *object = work_record_object.load(std::memory_order_acquire);
-    if (object == nullptr) {
-        LockInitializationMutex();
-        object = work_record_object.load(std::memory_order_relaxed);
-        if (object == nullptr) {
-            object = thrLocalObject_Create();
-            work_record_object.store(object, std::memory_order_release);
-        }
-        UnlockInitializationMutex();
-    }
-    return object;
-}
-
 // Where the calling thread keeps the address of its first work record; null without memory.
 static work_record **thread_slot() {
-    thrLocalObject *object = get_work_record_object();
+    thrLocalObject *object = thr_make_once(work_record_object, thrLocalObject_Create);
     if (object == nullptr) {
         return nullptr;
     }
@@ -170,7 +157,7 @@ static int left_justified_width(const char *directive) {
     int width = 0;
     const char *next = directive + 1;
     if (*next == '-') {
-        for (++next; *next >= '0' && *next <= '9'; ++next) {
+        for (++next; is_digit(*next); ++next) {
             width = 10 * width + (*next - '0');
         }
     }

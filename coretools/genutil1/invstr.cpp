@@ -1,9 +1,10 @@
 // The plain name alphabet.
 #include "coretools/genutil1/invstr.h"
 
+#include "coretools/ctstrutil/ascii.h"
+
 int is_valid_wc(vek_wchar character) {
-    return (character >= 'A' && character <= 'Z') || (character >= 'a' && character <= 'z') ||
-           (character >= '0' && character <= '9') || character == '_' || character == '-';
+    return is_letter(character) || is_digit(character) || character == '_' || character == '-';
 }
 
 int invalid_name_idx(const vek_wchar *name) {

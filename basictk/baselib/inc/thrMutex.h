@@ -76,3 +76,21 @@ bool thrMutex_IsOwned(const thrMutex *mutex);
 // must not take it again.
 void LockInitializationMutex();
 void UnlockInitializationMutex();
+
+// Returns the shared object of `slot`, which the first call makes with `create` under the
+// initialisation lock; null if it could not be made, and the next call then tries again. Must not
+// be called with the initialisation lock held.
+template <class Object>
+Object *thr_make_once(std::atomic<Object *> &slot, Object *(*create)()) {
+    Object *object = slot.load(std::memory_order_acquire);
+    if (object == nullptr) {
+        LockInitializationMutex();
+        object = slot.load(std::memory_order_relaxed);
+        if (object == nullptr) {
+            object = create();
+            slot.store(object, std::memory_order_release);
+        }
+        UnlockInitializationMutex();
+    }
+    return object;
+}
