@@ -2,6 +2,7 @@
 #include "apps/lib_ctg/ctgmain.h"
 
 #include "apps/lib_ctg/ctgcore.h"
+#include "apps/lib_ctg/ctgversion.h"
 #include "coretools/ctpfa/vek_file.h"
 #include "coretools/genutil1/text_copy.h"
 
@@ -13,8 +14,6 @@
 #include <fcntl.h>
 
 namespace {
-
-constexpr char INTERNAL_VERSION[] = "J-01-32";
 
 // A process may be started with standard output closed or with nobody reading it. The numbers 0 to
 // 2 are kept in use, so that no message can end up in a file that is opened later under one of

@@ -44,8 +44,8 @@ TEST(Golden, CommandLine) {
         std::vector<std::string> environment;
         tool_result expected;
     } rows[] = {
-        {{"-verify"}, {}, {0, "vek_build_librar_ctg J-01-32\n"}},
-        {{"-verify", "extra"}, {variable}, {0, "vek_build_librar_ctg J-01-32\n"}},
+        {{"-verify"}, {}, {0, "vek_build_librar_ctg " VEK_VERSION "\n"}},
+        {{"-verify", "extra"}, {variable}, {0, "vek_build_librar_ctg " VEK_VERSION "\n"}},
         {{}, {}, {1, "Error: VEK_LIBRARY_DIR not set.\n"}},
         {{"-Verify"}, {}, {1, "Error: VEK_LIBRARY_DIR not set.\n"}},
         {{}, {"VEK_LIBRARY_DIR="}, {0, "Error: VEK_LIBRARY_DIR is set as null string\n"}},
