@@ -57,13 +57,13 @@ bool is_named_by(vek_file *record, const char *path) {
             std::strcmp(name, path) == 0);
 }
 
-// What is there under the catalog's name must be a file: opening a FIFO would wait for a reader,
-// and a device would swallow the catalog.
+// What has the catalog's name must be a plain file: opening a FIFO would wait for a reader, a
+// device would swallow the catalog, and a symbolic link would write to a file outside the root.
 bool may_be_written(vek_file *record) {
     char name[PFA_PATH_SIZE];
     struct stat status;
     return pfa_get_file_name(record, PFA_OS_NAME, name) == PFA_E_NO_ERROR &&
-           (stat(name, &status) != 0 || S_ISREG(status.st_mode));
+           (lstat(name, &status) != 0 || S_ISREG(status.st_mode));
 }
 
 int open_catalog(vek_file *record, const char *name) {

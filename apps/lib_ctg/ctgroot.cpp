@@ -42,6 +42,17 @@ int parse_directory(vek_file *record, const char *directory) {
     return pfa_parse_to_vek_file(record, text);
 }
 
+// A '$' that no variable follows begins a directory's name here, and a device in the layer.
+int parse_root(vek_file *record, const char *root) {
+    const int status = parse_directory(record, root);
+    if (status != PFA_E_NO_ERROR || root[0] != '$' || pfa_has_component(record, PFA_DEVICE) == 0) {
+        return status;
+    }
+    char below_here[PFA_PATH_SIZE + 2] = "./";
+    std::strcpy(below_here + 2, root);
+    return parse_directory(record, below_here);
+}
+
 // Such a root need not be a name that the host system knows.
 bool is_expanded(std::string_view root) {
     return root[0] == '~' || root.find('$') != root.npos;
@@ -115,6 +126,9 @@ int resolve_path_root(vek_file *record, const char *root, char target[PFA_PATH_S
     if (status == PFA_E_NO_ERROR) {
         status = directory_text(record, absolute);
     }
+    if (status == PFA_E_NO_ERROR && names_host_or_device(record)) {
+        status = PFA_E_INVALID_NAME; // ":" below "/" reads as a host
+    }
     if (status != PFA_E_NO_ERROR) {
         return status;
     }
@@ -152,7 +166,7 @@ ctg_result resolve_root(const char *root, char target[PFA_PATH_SIZE], int *prefi
     if (pfa_alloc_vek_file(&record) != PFA_E_NO_ERROR) {
         return CTG_OUT_OF_MEMORY;
     }
-    int status = parse_directory(record, root);
+    int status = parse_root(record, root);
     if (status == PFA_E_NO_ERROR) {
         status = root[1] == ':' || names_host_or_device(record)
                      ? resolve_host_root(record, root, prefix_length)

@@ -35,8 +35,8 @@ struct scan_level {
 
 ctg_result scan_level_of(const char *dir_path, int root_prefix_length, const scan_level *parent);
 
-void report_not_opened(const char *dir_path, const scan_level *parent) {
-    if (parent == nullptr) {
+void report_not_opened(const char *dir_path) {
+    if (std::strcmp(dir_path, target_dir) == 0) {
         report_root_not_opened();
     } else {
         std::printf("Warning: No access to %s\n", dir_path);
@@ -88,7 +88,7 @@ ctg_result open_level(vek_file *directory, const char *dir_path, scan_level *lev
         return CTG_OUT_OF_MEMORY;
     }
     if (status != PFA_E_NO_ERROR || !is_named_by(directory, dir_path, level) || !identify(level)) {
-        report_not_opened(dir_path, level->parent);
+        report_not_opened(dir_path);
         return CTG_FAILED;
     }
     if (is_own_ancestor(level)) {
@@ -100,7 +100,7 @@ ctg_result open_level(vek_file *directory, const char *dir_path, scan_level *lev
         return CTG_OUT_OF_MEMORY;
     }
     if (status != PFA_E_NO_ERROR) {
-        report_not_opened(dir_path, level->parent);
+        report_not_opened(dir_path);
         return CTG_FAILED;
     }
     return CTG_DONE;

@@ -37,11 +37,24 @@ TEST(BadRoot, IsAnsweredAndLeavesNothing) {
           std::string("stdio://out")}) {
         expect_refused(root, root);
     }
+    // In the top directory ":" became the empty text, which is the top directory itself.
+    EXPECT_EQ(build_catalog(":").output, not_opened(":").output + not_written(":").output);
     expect_refused("missing/lib", library.path("missing/lib"));
     EXPECT_EQ(build_catalog(std::string(260, 'x')),
               (tool_result{0, "Error: VEK_LIBRARY_DIR has more than 259 characters.\n"}));
     for (const auto &entry : std::filesystem::recursive_directory_iterator(library.top)) {
         EXPECT_EQ(entry.path().string().find(".ctg"), std::string::npos) << entry.path();
+    }
+}
+
+// A relative root that begins like a variable was refused as a device; "./$NOSUCH" worked.
+TEST(RelativeRoot, NamedLikeAVariableThatIsNotSet) {
+    const scratch_library library("$NOSUCH");
+    library.file("bolt.prt");
+    for (const char *root : {"./$NOSUCH", "$NOSUCH"}) {
+        EXPECT_EQ(build_catalog(root, {.directory = library.top}), (tool_result{1, ""})) << root;
+        EXPECT_EQ(library.catalog(), read_library(library.root).catalog()) << root;
+        unlink(library.catalog_path().c_str());
     }
 }
 

@@ -89,6 +89,27 @@ TEST_F(Library, StopsAtTheMostMembersThatTheListsHold) {
     xar_free(&src_list);
 }
 
+// A caller that scanned another directory than the root got the root's error when it could not be
+// opened; only the text of target_dir is the root.
+TEST_F(Library, ScanOfAnotherDirectoryWarns) {
+    std::strcpy(target_dir, root_.c_str());
+    const std::string missing = root_ + "/missing/";
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(scan_dir(missing.c_str(), static_cast<int>(root_.size()) + 1), CTG_FAILED);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Warning: No access to " + missing + "\n");
+}
+
+// The catalog's name was a symbolic link that somebody had put there, and the run overwrote the
+// file that it pointed to.
+TEST_F(Library, CatalogNameThatIsALinkIsRefused) {
+    file("precious");
+    const std::string precious = root_ + "/precious";
+    std::ofstream(precious) << "kept";
+    std::filesystem::create_symlink(precious, root_ + root_.substr(root_.rfind('/')) + ".ctg.1");
+    EXPECT_EQ(members_built(), -1);
+    EXPECT_EQ(std::filesystem::file_size(precious), 4u);
+}
+
 TEST(ResolveRoot, PrefixCountsThePathOnly) {
     const struct {
         const char *root;
