@@ -28,7 +28,8 @@ target_compile_features(vek_core PUBLIC cxx_std_20)
 
 install(TARGETS vek_core EXPORT vekcore COMPONENT core)
 install(DIRECTORY basictk coretools DESTINATION ${core_include_dir} COMPONENT core
-        FILES_MATCHING PATTERN "*.h" PATTERN "*.def" PATTERN "*_internal.h" EXCLUDE)
+        FILES_MATCHING PATTERN "*.h" PATTERN "*.def" PATTERN "*_internal.h" EXCLUDE
+        PATTERN "*src" EXCLUDE PATTERN "srccoll" EXCLUDE)
 install(EXPORT vekcore NAMESPACE vekcore:: FILE vekcoreTargets.cmake
         DESTINATION ${core_package_dir} COMPONENT core)
 configure_package_config_file(cmake/vekcoreConfig.cmake.in vekcoreConfig.cmake
