@@ -63,12 +63,12 @@ void check_full_name(vek_file *record, vek_file *again) {
 void check_written_parts(vek_file *record) {
     char out[PFA_PATH_SIZE];
     for (int include = 0; include < 64; ++include) {
-        pfa_get_file_name(record, include, out);
+        (void)pfa_get_file_name(record, include, out);
         FUZZ_CHECK(std::strlen(out) < sizeof out);
     }
-    pfa_get_path(record, out);
+    (void)pfa_get_path(record, out);
     FUZZ_CHECK(out[0] == '\0' || out[std::strlen(out) - 1] == '/');
-    pfa_get_neutral_location(record, out, nullptr);
+    (void)pfa_get_neutral_location(record, out, nullptr);
     FUZZ_CHECK(std::strlen(out) < sizeof out);
 }
 
@@ -77,8 +77,8 @@ void check_written_parts(vek_file *record) {
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char *data, size_t size) {
     static vek_file *record = nullptr;
     static vek_file *again = nullptr;
-    pfa_recycle_vek_file(&record);
-    pfa_recycle_vek_file(&again);
+    (void)pfa_recycle_vek_file(&record);
+    (void)pfa_recycle_vek_file(&again);
     FUZZ_CHECK(record != nullptr && again != nullptr);
 
     const std::string text(reinterpret_cast<const char *>(data), size);

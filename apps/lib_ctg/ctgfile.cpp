@@ -86,14 +86,14 @@ int open_catalog(vek_file *record, const char *name) {
 void write_lines(vek_file *record, const char *name) {
     const int members = count_members();
     const int entries = xar_count(&sorted_list);
-    pfa_fprintf(record, HEADER_LINE, name, members, MEMBER_LINE_LENGTH);
+    (void)pfa_fprintf(record, HEADER_LINE, name, members, MEMBER_LINE_LENGTH);
     for (int k = 0; k < entries; ++k) {
         const sort_entry &entry = sorted_list[k];
         if (entry.type > 0) {
-            pfa_fprintf(record, MEMBER_LINE, entry.type, entry.name, entry.path);
+            (void)pfa_fprintf(record, MEMBER_LINE, entry.type, entry.name, entry.path);
         }
     }
-    pfa_fprintf(record, HEADER_LINE, name, members, MEMBER_LINE_LENGTH);
+    (void)pfa_fprintf(record, HEADER_LINE, name, members, MEMBER_LINE_LENGTH);
 }
 
 } // namespace
@@ -152,7 +152,7 @@ const char *form_catalog_file() {
     if (status == PFA_E_NO_ERROR) {
         status = pfa_get_file_name(root, PFA_NAME_AND_EXTENSION, name);
     }
-    pfa_free_vek_file(&root);
+    (void)pfa_free_vek_file(&root);
     if (status == PFA_E_OUT_OF_MEMORY) {
         return nullptr;
     }
@@ -182,8 +182,8 @@ ctg_result write_list(const char *name) {
         report_catalog_not_written();
         result = CTG_FAILED;
     }
-    pfa_close(record);
-    pfa_free_vek_file(&record);
+    (void)pfa_close(record);
+    (void)pfa_free_vek_file(&record);
     return result;
 }
 

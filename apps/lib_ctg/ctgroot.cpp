@@ -172,7 +172,7 @@ ctg_result resolve_root(const char *root, char target[PFA_PATH_SIZE], int *prefi
                      ? resolve_host_root(record, root, prefix_length)
                      : resolve_path_root(record, root, target, prefix_length);
     }
-    pfa_free_vek_file(&record);
+    (void)pfa_free_vek_file(&record);
     if (status == PFA_E_OUT_OF_MEMORY) {
         return CTG_OUT_OF_MEMORY;
     }

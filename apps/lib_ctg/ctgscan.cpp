@@ -250,11 +250,11 @@ ctg_result scan_level_of(const char *dir_path, int root_prefix_length, const sca
         result = open_level(directory, dir_path, &level);
         if (result == CTG_DONE) {
             result = read_level(directory, entry, &level);
-            pfa_close(directory);
+            (void)pfa_close(directory);
         }
     }
-    pfa_free_vek_file(&entry);
-    pfa_free_vek_file(&directory);
+    (void)pfa_free_vek_file(&entry);
+    (void)pfa_free_vek_file(&directory);
     return result;
 }
 

@@ -47,7 +47,7 @@ bool splice(piece source, char *destination, int length, int offset, int replace
 
 // Replaces the text of the components first to last and moves the later ones. The bounds inside a
 // range of several components are left to the caller.
-int replace(vek_file *record, int first, int last, piece source) {
+pfa_status replace(vek_file *record, int first, int last, piece source) {
     const int start = record->bounds[first].start;
     const int end = record->bounds[last].end;
     if (!splice(source, record->text, record->bounds[PFA_COMPONENTS - 1].end, start, end - start,
@@ -64,7 +64,7 @@ int replace(vek_file *record, int first, int last, piece source) {
 }
 
 // A length below 0 stands for a text that does not have the length asked for.
-int put(vek_file *record, int index, piece source) {
+pfa_status put(vek_file *record, int index, piece source) {
     if (record == nullptr || source.text == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
@@ -82,7 +82,7 @@ piece text_piece(const char *text, int length) {
     return {text, length == -1 ? static_cast<int>(std::strlen(text)) : length};
 }
 
-int end_character(const vek_file *record, int index, bool last, char *character) {
+pfa_status end_character(const vek_file *record, int index, bool last, char *character) {
     if (pfa_is_valid(record) == 0) {
         return PFA_E_NOT_VALID;
     }
@@ -98,13 +98,13 @@ int end_character(const vek_file *record, int index, bool last, char *character)
 
 } // namespace
 
-int pfa_put_component_len(vek_file *record, int index, const char *text, int length) {
+pfa_status pfa_put_component_len(vek_file *record, int index, const char *text, int length) {
     const bool holds_length = text != nullptr && length >= 0 && length < PFA_PATH_SIZE &&
                               std::memchr(text, '\0', static_cast<std::size_t>(length)) == nullptr;
     return put(record, index, {text, holds_length ? length : -1});
 }
 
-int pfa_put_component(vek_file *record, int index, const char *text) {
+pfa_status pfa_put_component(vek_file *record, int index, const char *text) {
     const int length = text != nullptr ? static_cast<int>(strnlen(text, PFA_PATH_SIZE)) : 0;
     return put(record, index, {text, length});
 }
@@ -125,11 +125,11 @@ int pfa_has_location(const vek_file *record, int *location_type) {
     return valid && record->bounds[PFA_PATH].end > 0 ? 1 : 0;
 }
 
-int pfa_component_first_char(const vek_file *record, int index, char *character) {
+pfa_status pfa_component_first_char(const vek_file *record, int index, char *character) {
     return end_character(record, index, false, character);
 }
 
-int pfa_component_last_char(const vek_file *record, int index, char *character) {
+pfa_status pfa_component_last_char(const vek_file *record, int index, char *character) {
     return end_character(record, index, true, character);
 }
 
@@ -151,7 +151,7 @@ int pfa_component_u_strcmp(const vek_file *record, int index, const char *text, 
     return strncasecmp(mine.text, other.text, static_cast<std::size_t>(mine.length));
 }
 
-int pfa_copy_component(const vek_file *from, vek_file *to, int index) {
+pfa_status pfa_copy_component(const vek_file *from, vek_file *to, int index) {
     if (pfa_is_valid(from) == 0 || pfa_is_valid(to) == 0) {
         return PFA_E_NOT_VALID;
     }
@@ -161,7 +161,7 @@ int pfa_copy_component(const vek_file *from, vek_file *to, int index) {
     return from == to ? PFA_E_NO_ERROR : replace(to, index, index, component(from, index));
 }
 
-int pfa_copy_location(const vek_file *from, vek_file *to) {
+pfa_status pfa_copy_location(const vek_file *from, vek_file *to) {
     if (pfa_is_valid(from) == 0 || pfa_is_valid(to) == 0) {
         return PFA_E_NOT_VALID;
     }
@@ -171,7 +171,8 @@ int pfa_copy_location(const vek_file *from, vek_file *to) {
     if (from == to) {
         return PFA_E_NO_ERROR;
     }
-    const int result = replace(to, PFA_HOST, PFA_PATH, {from->text, from->bounds[PFA_PATH].end});
+    const pfa_status result =
+        replace(to, PFA_HOST, PFA_PATH, {from->text, from->bounds[PFA_PATH].end});
     if (result == PFA_E_NO_ERROR) {
         std::memcpy(to->bounds, from->bounds, sizeof(pfa_bounds) * (PFA_PATH + 1));
         to->location_type = from->location_type;
@@ -179,8 +180,8 @@ int pfa_copy_location(const vek_file *from, vek_file *to) {
     return result;
 }
 
-int pfa_append_component(const vek_file *record, int index, char *out, std::int16_t *length,
-                         int capacity) {
+pfa_status pfa_append_component(const vek_file *record, int index, char *out, std::int16_t *length,
+                                int capacity) {
     if (out == nullptr || length == nullptr || pfa_is_valid(record) == 0) {
         return PFA_E_NOT_VALID;
     }
@@ -195,17 +196,17 @@ int pfa_append_component(const vek_file *record, int index, char *out, std::int1
     return PFA_E_NO_ERROR;
 }
 
-int pfa_append_component_lower(const vek_file *record, int index, char *out, std::int16_t *length,
-                               int capacity, int lower) {
+pfa_status pfa_append_component_lower(const vek_file *record, int index, char *out,
+                                      std::int16_t *length, int capacity, int lower) {
     const int start = length != nullptr ? *length : 0;
-    const int result = pfa_append_component(record, index, out, length, capacity);
+    const pfa_status result = pfa_append_component(record, index, out, length, capacity);
     if (result == PFA_E_NO_ERROR && lower != 0) {
         pfa_substring_to_lower(out, start, *length);
     }
     return result;
 }
 
-int pfa_get_component(const vek_file *record, int index, char *out, int capacity) {
+pfa_status pfa_get_component(const vek_file *record, int index, char *out, int capacity) {
     if (out != nullptr && capacity > 0) {
         out[0] = '\0';
     }
@@ -272,8 +273,8 @@ int pfa_comp_last_delim_range(const vek_file *record, int index, char separator,
     return pfa_last_delimited_range(record->text, bounds.start, bounds.end, separator, start, end);
 }
 
-int pfa_get_component_mapping(vek_file *record, int *host_index, int *device_index,
-                              int *path_index) {
+pfa_status pfa_get_component_mapping(vek_file *record, int *host_index, int *device_index,
+                                     int *path_index) {
     const struct {
         int *index;
         pfa_method method;

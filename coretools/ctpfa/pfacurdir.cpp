@@ -43,7 +43,7 @@ void working_directory(char text[PFA_PATH_SIZE]) {
     text[length + 1] = '\0';
 }
 
-int load_home_directory() {
+pfa_status load_home_directory() {
     // A HOME that begins with '~' would ask for itself.
     static bool loading = false;
     const char *home = std::getenv("HOME");
@@ -53,7 +53,7 @@ int load_home_directory() {
     loading = true;
     vek_file loaded;
     pfa_init_vek_file(&loaded);
-    int status = pfa_parse_to_vek_file(&loaded, home);
+    pfa_status status = pfa_parse_to_vek_file(&loaded, home);
     if (status == PFA_E_NO_ERROR) {
         status = pfa_put_obj_type(&loaded, OBJ_TYPE_DIRECTORY);
     }
@@ -82,9 +82,9 @@ void load_pfa_cur_dir(vek_file *directory) {
     if (!make_cur_dir()) {
         return;
     }
-    pfa_close(Cur_Dir); // a listing open on it would be lost with its path
+    (void)pfa_close(Cur_Dir); // a listing open on it would be lost with its path
     if (directory != nullptr && pfa_path_is_absolute(directory)) {
-        pfa_copy_vek_file(directory, Cur_Dir);
+        (void)pfa_copy_vek_file(directory, Cur_Dir);
         return;
     }
     char text[PFA_PATH_SIZE];
@@ -94,12 +94,12 @@ void load_pfa_cur_dir(vek_file *directory) {
     if (parse_to_pfa(Cur_Dir, 1, text) != PFA_E_NO_ERROR ||
         pfa_get_location(Cur_Dir, read_back, nullptr) != PFA_E_NO_ERROR ||
         std::strcmp(read_back, text) != 0) {
-        parse_to_pfa(Cur_Dir, 1, "");
+        (void)parse_to_pfa(Cur_Dir, 1, "");
     }
-    pfa_put_version(Cur_Dir, 0);
+    (void)pfa_put_version(Cur_Dir, 0);
 }
 
-int pfa_get_home_dir(vek_file *out) {
+pfa_status pfa_get_home_dir(vek_file *out) {
     if (!pfa_is_valid(&home_directory) && load_home_directory() != PFA_E_NO_ERROR) {
         return PFA_E_ERROR;
     }

@@ -20,4 +20,4 @@ void load_pfa_cur_dir(vek_file *directory);
 
 // Copies the home directory, from the environment variable HOME as it is at the first success, into
 // out. PFA_E_ERROR when HOME is not set or names no directory, PFA_E_NOT_VALID for an invalid out.
-int pfa_get_home_dir(vek_file *out);
+pfa_status pfa_get_home_dir(vek_file *out);

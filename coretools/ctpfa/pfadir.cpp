@@ -61,7 +61,8 @@ void trace_opening(const char *key, const char *subset, bool from_cache) {
 }
 
 // With a filter the location is asked for each entry's kind.
-int read_next(vek_file *directory, vek_file *entry, const pfa_dir_filter *filter, void *argument) {
+pfa_status read_next(vek_file *directory, vek_file *entry, const pfa_dir_filter *filter,
+                     void *argument) {
     if (!is_directory_record(directory) || !pfa_is_valid(entry)) {
         return PFA_E_NOT_VALID;
     }
@@ -71,8 +72,8 @@ int read_next(vek_file *directory, vek_file *entry, const pfa_dir_filter *filter
     if (pfa_file_is_open(entry)) {
         return PFA_E_NOT_ALLOWED;
     }
-    const int status = pfaloc_call_FLPPPI(directory, PfaDirReadNext, entry, filter, argument,
-                                          filter != nullptr ? 1 : 0);
+    const pfa_status status = pfa_status(pfaloc_call_FLPPPI(
+        directory, PfaDirReadNext, entry, filter, argument, filter != nullptr ? 1 : 0));
     if (status != PFA_E_NO_ERROR) {
         return status;
     }
@@ -83,11 +84,11 @@ int read_next(vek_file *directory, vek_file *entry, const pfa_dir_filter *filter
 
 } // namespace
 
-int pfa_open_dir(vek_file *directory) {
+pfa_status pfa_open_dir(vek_file *directory) {
     return pfa_open_dir_subset(directory, nullptr);
 }
 
-int pfa_open_dir_subset(vek_file *directory, const char *subset) {
+pfa_status pfa_open_dir_subset(vek_file *directory, const char *subset) {
     if (!is_directory_record(directory)) {
         return PFA_E_NOT_VALID;
     }
@@ -96,7 +97,7 @@ int pfa_open_dir_subset(vek_file *directory, const char *subset) {
     }
     directory->flags &= ~(PFA_F_BORROWED | PFA_F_LENT); // a copied record may still carry them
     if (!pfa_path_is_absolute(directory)) {
-        const int made = pfa_make_absolute_path(directory);
+        const pfa_status made = pfa_make_absolute_path(directory);
         if (made != PFA_E_NO_ERROR) {
             return made < 0 ? PFA_E_INVALID_NAME : made;
         }
@@ -114,7 +115,7 @@ int pfa_open_dir_subset(vek_file *directory, const char *subset) {
         borrow_listing(directory, donor);
     }
     trace_opening(key, subset, from_cache);
-    int status = pfaloc_call_FLPP(directory, PfaDirOpen, key, subset);
+    const pfa_status status = pfa_status(pfaloc_call_FLPP(directory, PfaDirOpen, key, subset));
     if ((status == PFA_E_NO_ERROR || status == PFA_E_NOT_CACHABLE) &&
         directory->location_handle != nullptr) {
         directory->flags |= PFA_F_OPEN;
@@ -129,11 +130,11 @@ int pfa_open_dir_subset(vek_file *directory, const char *subset) {
     return status == PFA_E_NO_ERROR || status == PFA_E_NOT_CACHABLE ? PFA_E_ERROR : status;
 }
 
-int pfa_read_dir(vek_file *directory, vek_file *entry) {
+pfa_status pfa_read_dir(vek_file *directory, vek_file *entry) {
     return read_next(directory, entry, nullptr, nullptr);
 }
 
-int pfa_read_dir_and_kind(vek_file *directory, vek_file *entry, int *is_dir) {
+pfa_status pfa_read_dir_and_kind(vek_file *directory, vek_file *entry, int *is_dir) {
     static constexpr pfa_dir_filter TAKE_AND_TELL = {
         nullptr, [](vek_file *, const char *, int answer, void *argument) {
             *static_cast<int *>(argument) = answer;
@@ -142,7 +143,7 @@ int pfa_read_dir_and_kind(vek_file *directory, vek_file *entry, int *is_dir) {
     return read_next(directory, entry, &TAKE_AND_TELL, is_dir);
 }
 
-int pfa_close_dir(vek_file *directory) {
+pfa_status pfa_close_dir(vek_file *directory) {
     char key[PFA_PATH_SIZE];
     if (pfa_get_location(directory, key, nullptr) != PFA_E_NO_ERROR) {
         key[0] = '\0';

@@ -14,11 +14,11 @@
 //   PFA_E_INVALID_NAME  its location cannot be written as text
 //   PFA_E_ERROR         the location kept no listing
 //   otherwise           what pfa_make_absolute_path or the location's "PfaDirOpen" answers
-int pfa_open_dir(vek_file *directory);
+pfa_status pfa_open_dir(vek_file *directory);
 
 // The same for those entries only that match the subset text, where the location can list a part
 // of a directory; elsewhere the whole is listed. The text must outlive the reads.
-int pfa_open_dir_subset(vek_file *directory, const char *subset);
+pfa_status pfa_open_dir_subset(vek_file *directory, const char *subset);
 
 // Makes entry the next entry of the open directory: its name split into parts, below the
 // directory's location, of a type not yet known.
@@ -30,11 +30,11 @@ int pfa_open_dir_subset(vek_file *directory, const char *subset);
 //                        over, and its record holds the name alone
 //   -1                   the location offers no "PfaDirReadNext"
 //   otherwise            what the location answers
-int pfa_read_dir(vek_file *directory, vek_file *entry);
+pfa_status pfa_read_dir(vek_file *directory, vek_file *entry);
 // The same, and whether the entry is a directory: 1 or 0 in *is_dir. The listing mostly knows;
 // where the location has to ask for it, a failure to find out answers 0 and leaves its errno.
-int pfa_read_dir_and_kind(vek_file *directory, vek_file *entry, int *is_dir);
+pfa_status pfa_read_dir_and_kind(vek_file *directory, vek_file *entry, int *is_dir);
 
 // Closes an open directory record, which the caller (pfa_close) has checked. A listing on loan goes
 // back to the cache. PFA_E_NO_ACCESS for a record whose listing is out on loan: it stays open.
-int pfa_close_dir(vek_file *directory);
+pfa_status pfa_close_dir(vek_file *directory);

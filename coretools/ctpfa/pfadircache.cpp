@@ -107,9 +107,9 @@ bool pfadc_add_index_entry(int index) {
            nullptr;
 }
 
-int pfadc_clean_cache_entry(int index, btree_node *node) {
+pfa_status pfadc_clean_cache_entry(int index, btree_node *node) {
     if (pfa_file_is_open(dir_cache[index].record)) {
-        const int status = pfa_close(dir_cache[index].record);
+        const pfa_status status = pfa_close(dir_cache[index].record);
         if (status != PFA_E_NO_ERROR) {
             return status;
         }
@@ -123,7 +123,7 @@ int pfadc_clean_cache_entry(int index, btree_node *node) {
     }
     dir_cache_entry *entry = &dir_cache[index];
     if (entry->record != nullptr) {
-        pfa_free_vek_file(&entry->record);
+        (void)pfa_free_vek_file(&entry->record);
     }
     pfadc_free_appdata(entry);
     if (entry->state != PFA_E_INACTIVE) {

@@ -53,7 +53,7 @@ void pfa_set_autocache(int on);
 int pfa_get_autocache();
 // For the directory of this key (at most 259 characters). PFA_E_INVALID_INPUT for a null or longer
 // key, PFA_E_OUT_OF_MEMORY when it cannot be kept.
-int pfa_add_forced_cache_dir(const char *key);
+pfa_status pfa_add_forced_cache_dir(const char *key);
 void pfa_clear_forced_cache_dirs();
 
 // Application data: what a caller keeps with a cached listing, released with it.
@@ -64,12 +64,12 @@ using dir_cache_free_func = void (*)(void *data);
 
 // Sets the release function of data of a type, 0 to DIR_CACHE_APPDATA_TYPES - 1; null releases
 // nothing. PFA_E_INVALID_INPUT for any other type.
-int pfa_register_dir_appdata(int type, dir_cache_free_func function);
+pfa_status pfa_register_dir_appdata(int type, dir_cache_free_func function);
 // Attaches data to an entry, in place of what it had of that type, which is released. The cache
 // owns the data when the answer is PFA_E_NO_ERROR.
 //   PFA_E_INVALID_INPUT   no such type
 //   PFA_E_NOT_FOUND       no such entry
 //   PFA_E_OUT_OF_MEMORY   the data cannot be kept
-int pfa_attach_dir_appdata(int index, int type, void *data);
+pfa_status pfa_attach_dir_appdata(int index, int type, void *data);
 // The entry's data of a type, or null.
 void *pfa_get_dir_appdata(int index, int type);

@@ -55,7 +55,7 @@ bool pfadc_add_index_entry(int index);
 // Frees an entry; a free one, even one half filled, is made clean. The node is the entry's in the
 // index, or null to have it looked up. A failure to close the listing is answered and changes
 // nothing.
-int pfadc_clean_cache_entry(int index, btree_node *node);
+pfa_status pfadc_clean_cache_entry(int index, btree_node *node);
 // Finds or makes a free entry, evicting the one unused for longest when the table is full: its
 // index, or -1 without memory or room.
 int pfadc_free_slot();

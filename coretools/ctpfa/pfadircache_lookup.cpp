@@ -41,7 +41,7 @@ int discard_entry(btree_node *node) {
         dbg_err_crash("pfa_dir_from_cache", "couldn't close cache dir %s", entry->name);
         return 1;
     }
-    pfadc_clean_cache_entry(index, node);
+    (void)pfadc_clean_cache_entry(index, node);
     return 0;
 }
 
@@ -146,7 +146,7 @@ void pfa_add_dir_to_cache(const char *key, vek_file *directory, int open_result)
     dir_cache[index].record = copy;
     std::memcpy(dir_cache[index].name, key, length + 1);
     if (!pfadc_add_index_entry(index)) {
-        pfadc_clean_cache_entry(index, nullptr);
+        (void)pfadc_clean_cache_entry(index, nullptr);
         return;
     }
     hand_over(directory, copy);

@@ -52,7 +52,7 @@ int pfa_get_autocache() {
     return pfa_autocache;
 }
 
-int pfa_add_forced_cache_dir(const char *key) {
+pfa_status pfa_add_forced_cache_dir(const char *key) {
     const std::size_t length = key == nullptr ? PFA_PATH_SIZE : std::strlen(key);
     if (length >= PFA_PATH_SIZE) {
         return PFA_E_INVALID_INPUT;
@@ -86,7 +86,7 @@ int is_name_forced_cache(const char *name) {
     return 0;
 }
 
-int pfa_register_dir_appdata(int type, dir_cache_free_func function) {
+pfa_status pfa_register_dir_appdata(int type, dir_cache_free_func function) {
     if (!is_appdata_type(type)) {
         return PFA_E_INVALID_INPUT;
     }
@@ -94,7 +94,7 @@ int pfa_register_dir_appdata(int type, dir_cache_free_func function) {
     return PFA_E_NO_ERROR;
 }
 
-int pfa_attach_dir_appdata(int index, int type, void *data) {
+pfa_status pfa_attach_dir_appdata(int index, int type, void *data) {
     if (!is_appdata_type(type)) {
         return PFA_E_INVALID_INPUT;
     }

@@ -19,13 +19,13 @@ bool is_root_path(const vek_file *record, int path_index) {
 }
 
 void drop_file_part(vek_file *record) {
-    pfa_put_component(record, PFA_NAME, "");
-    pfa_put_component(record, PFA_EXTENSION, "");
-    pfa_put_version(record, 0);
+    (void)pfa_put_component(record, PFA_NAME, "");
+    (void)pfa_put_component(record, PFA_EXTENSION, "");
+    (void)pfa_put_version(record, 0);
 }
 
 // Asks the location for the directory above its top.
-int parent_of_root(vek_file *record, vek_file *parent) {
+pfa_status parent_of_root(vek_file *record, vek_file *parent) {
     const std::int32_t type = parent->location_type;
     parent->location_type = record->location_type; // the dispatch wants two records of one type
     if (pfaloc_call_FF(record, PfaMakeParent, parent) == 0) {
@@ -35,7 +35,7 @@ int parent_of_root(vek_file *record, vek_file *parent) {
     return PFA_E_ROOT_DIR;
 }
 
-int parent_of_unlocated(vek_file *record, vek_file *parent) {
+pfa_status parent_of_unlocated(vek_file *record, vek_file *parent) {
     if (record->location_type != PfaStdFilesystem) {
         return PFA_E_ROOT_DIR;
     }
@@ -60,12 +60,12 @@ bool names_nothing(const vek_file *record, pfa_bounds element) {
 }
 
 // Cuts the last element off a directory's path, keeping the '/' in front of it.
-int cut_last_element(vek_file *record, int path_index) {
+pfa_status cut_last_element(vek_file *record, int path_index) {
     pfa_bounds last = last_element(record, path_index);
     if (names_nothing(record, last)) {
         char path[PFA_PATH_SIZE];
-        pfa_get_path(record, path); // resolves steps up and drops empty elements
-        pfa_put_path(record, path);
+        (void)pfa_get_path(record, path); // resolves steps up and drops empty elements
+        (void)pfa_put_path(record, path);
         last = last_element(record, path_index);
         if (names_nothing(record, last)) {
             return PFA_E_ROOT_DIR;
@@ -81,7 +81,7 @@ int cut_last_element(vek_file *record, int path_index) {
 
 } // namespace
 
-int pfa_make_absolute_path(vek_file *record) {
+pfa_status pfa_make_absolute_path(vek_file *record) {
     if (!pfa_is_valid(record)) {
         return PFA_E_NOT_VALID;
     }
@@ -97,17 +97,17 @@ vek_file *extract_pfa_dir(vek_file *record) {
     if (!pfa_is_valid(record) || pfa_alloc_vek_file(&directory) != PFA_E_NO_ERROR) {
         return nullptr;
     }
-    pfa_copy_vek_file(record, directory);
+    (void)pfa_copy_vek_file(record, directory);
     if (!pfa_is_dir(directory)) {
         drop_file_part(directory);
         if (pfa_put_obj_type(directory, OBJ_TYPE_DIRECTORY) != PFA_E_NO_ERROR) {
-            pfa_free_vek_file(&directory);
+            (void)pfa_free_vek_file(&directory);
         }
     }
     return directory;
 }
 
-int pfa_copy_vek_file(const vek_file *source, vek_file *destination) {
+pfa_status pfa_copy_vek_file(const vek_file *source, vek_file *destination) {
     if (!pfa_is_valid(source) || !pfa_is_valid(destination)) {
         return PFA_E_NOT_VALID;
     }
@@ -119,7 +119,7 @@ int pfa_copy_vek_file(const vek_file *source, vek_file *destination) {
     return PFA_E_NO_ERROR;
 }
 
-int pfa_make_subdir(vek_file *directory, const char *name, vek_file *out) {
+pfa_status pfa_make_subdir(vek_file *directory, const char *name, vek_file *out) {
     if (!pfa_is_valid(directory) || !pfa_is_dir(directory) || !pfa_is_valid(out)) {
         return PFA_E_NOT_VALID;
     }
@@ -127,21 +127,21 @@ int pfa_make_subdir(vek_file *directory, const char *name, vek_file *out) {
         return PFA_E_INVALID_INPUT;
     }
     const vek_file before = *out;
-    pfa_copy_vek_file(directory, out);
-    const int status = pfa_location_append(out, out, name);
+    (void)pfa_copy_vek_file(directory, out);
+    const pfa_status status = pfa_location_append(out, out, name);
     if (status != PFA_E_NO_ERROR) {
         *out = before;
     }
     return status;
 }
 
-int pfa_make_parent(vek_file *record, vek_file *parent) {
+pfa_status pfa_make_parent(vek_file *record, vek_file *parent) {
     if (!pfa_is_valid(record) || !pfa_is_valid(parent)) {
         return PFA_E_NOT_VALID;
     }
     const bool is_directory = pfa_is_dir(record);
     int path_index = -1;
-    pfa_get_component_mapping(record, nullptr, nullptr, &path_index);
+    (void)pfa_get_component_mapping(record, nullptr, nullptr, &path_index);
     if (is_directory) {
         if (!pfa_has_location(record, nullptr)) {
             return parent_of_unlocated(record, parent);
@@ -151,8 +151,8 @@ int pfa_make_parent(vek_file *record, vek_file *parent) {
         }
     }
     const vek_file before = *parent;
-    pfa_copy_vek_file(record, parent);
-    int status = pfa_make_absolute_path(parent);
+    (void)pfa_copy_vek_file(record, parent);
+    pfa_status status = pfa_make_absolute_path(parent);
     if (status == PFA_E_NO_ERROR && is_directory) {
         status = cut_last_element(parent, path_index);
     }

@@ -57,7 +57,7 @@ int rebuild(std::string_view path, char (&out)[DISPLAY_SIZE]) {
     return length;
 }
 
-int get_location_text(vek_file *record, int method, char *out, int *location_type) {
+pfa_status get_location_text(vek_file *record, int method, char *out, int *location_type) {
     const bool valid = pfa_is_valid(record) != 0;
     if (location_type != nullptr) {
         *location_type = valid ? record->location_type : NoLocation;
@@ -72,7 +72,8 @@ int get_location_text(vek_file *record, int method, char *out, int *location_typ
         return PFA_E_NO_ERROR;
     }
     std::int16_t length = 0;
-    const int result = pfaloc_call_FPPS(record, method, out, &length, PFA_PATH_SIZE);
+    const pfa_status result =
+        pfa_status(pfaloc_call_FPPS(record, method, out, &length, PFA_PATH_SIZE));
     if (result != PFA_E_NO_ERROR) {
         out[0] = '\0';
     }
@@ -81,7 +82,7 @@ int get_location_text(vek_file *record, int method, char *out, int *location_typ
 
 } // namespace
 
-int pfa_get_host(vek_file *record, char *out) {
+pfa_status pfa_get_host(vek_file *record, char *out) {
     if (out == nullptr) {
         return PFA_E_NOT_VALID;
     }
@@ -96,7 +97,7 @@ int pfa_get_host(vek_file *record, char *out) {
     return pfa_get_component(record, index, out, PFA_HOST_SIZE);
 }
 
-int pfa_get_path(vek_file *record, char *out) {
+pfa_status pfa_get_path(vek_file *record, char *out) {
     if (out == nullptr) {
         return PFA_E_NOT_VALID;
     }
@@ -125,7 +126,7 @@ int pfa_get_path(vek_file *record, char *out) {
     return PFA_E_NO_ERROR;
 }
 
-int pfa_get_name(vek_file *record, char *out) {
+pfa_status pfa_get_name(vek_file *record, char *out) {
     if (out == nullptr) {
         return PFA_E_NOT_VALID;
     }
@@ -181,10 +182,10 @@ int pfa_is_dir(const vek_file *record) {
     return pfa_is_valid(record) != 0 && record->type == OBJ_TYPE_DIRECTORY ? 1 : 0;
 }
 
-int pfa_get_location(vek_file *record, char *out, int *location_type) {
+pfa_status pfa_get_location(vek_file *record, char *out, int *location_type) {
     return get_location_text(record, PfaGetLocationString, out, location_type);
 }
 
-int pfa_get_neutral_location(vek_file *record, char *out, int *location_type) {
+pfa_status pfa_get_neutral_location(vek_file *record, char *out, int *location_type) {
     return get_location_text(record, PfaGetNeutralLocation, out, location_type);
 }

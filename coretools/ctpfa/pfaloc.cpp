@@ -171,7 +171,8 @@ int pfaloc_get_func_low(int type, int method, int sequence, pfaloc_impl *found) 
     return 1;
 }
 
-int pfa_parse_location(vek_file *record, const char *name, std::int16_t *rest, int only_type) {
+pfa_status pfa_parse_location(vek_file *record, const char *name, std::int16_t *rest,
+                              int only_type) {
     if (record == nullptr || record->magic != PFA_MAGIC) {
         return PFA_E_NOT_VALID;
     }
@@ -182,13 +183,13 @@ int pfa_parse_location(vek_file *record, const char *name, std::int16_t *rest, i
     const std::int32_t saved_type = record->location_type;
     const char *colon = name != nullptr ? std::strchr(name, ':') : nullptr;
     const int last = all ? 1 : only_type;
-    int result = PFA_E_NOT_FOUND;
+    pfa_status result = PFA_E_NOT_FOUND;
     for (int type = all ? PFA_LOCATION_TYPES - 1 : only_type; type >= last && result != 0; --type) {
         if (!is_registered(type)) {
             continue;
         }
         record->location_type = type;
-        result = pfaloc_call_FPPP(record, PfaClaimLocation, name, colon, rest);
+        result = pfa_status(pfaloc_call_FPPP(record, PfaClaimLocation, name, colon, rest));
     }
     if (result != PFA_E_NO_ERROR) {
         record->location_type = saved_type;

@@ -206,7 +206,8 @@ int pfa_loc_type_inherit_method(int heir, int donor, int method);
 // components are filled, and *rest (may be null; the caller sets it to 0) is the index of the first
 // character after the location. Otherwise the answer of the last type asked (2 when none was) and
 // the record keeps its type.
-int pfa_parse_location(vek_file *record, const char *name, std::int16_t *rest, int only_type);
+pfa_status pfa_parse_location(vek_file *record, const char *name, std::int16_t *rest,
+                              int only_type);
 
 // Look-up by record or by type index: 1 and *found (may be null) when the type offers the method,
 // else 0. Silent for an invalid record and for type 0; before the first registration nothing is

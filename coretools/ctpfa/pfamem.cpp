@@ -84,7 +84,7 @@ vek_file *new_record() {
 
 } // namespace
 
-int pfa_alloc_vek_file(vek_file **out) {
+pfa_status pfa_alloc_vek_file(vek_file **out) {
     constexpr const char *NAME = "pfa_alloc_vek_file";
     const bool registered = register_location_types();
     if (out == nullptr) {
@@ -103,7 +103,7 @@ int pfa_alloc_vek_file(vek_file **out) {
     return PFA_E_NO_ERROR;
 }
 
-int pfa_free_vek_file(vek_file **record) {
+pfa_status pfa_free_vek_file(vek_file **record) {
     constexpr const char *NAME = "pfa_free_vek_file";
     const bool traced = is_run_mode(RUN_MODE_PFA_TRACE) != 0;
     if (record == nullptr) {
@@ -136,7 +136,7 @@ int pfa_free_vek_file(vek_file **record) {
     return PFA_E_NO_ERROR;
 }
 
-int pfa_recycle_vek_file(vek_file **record) {
+pfa_status pfa_recycle_vek_file(vek_file **record) {
     if (record == nullptr) {
         return PFA_E_NOT_VALID;
     }

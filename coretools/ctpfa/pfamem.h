@@ -10,15 +10,15 @@
 
 // A new record in *out: no text, type -4, location type 1. The first call in the process registers
 // the location types. 0; 11 for a null out; 6 without memory, *out unchanged.
-[[nodiscard]] int pfa_alloc_vek_file(vek_file **out);
+pfa_status pfa_alloc_vek_file(vek_file **out);
 
 // Releases *record and sets it to null: 0. Refused, with the record as it was: 11 for a null or
 // invalid record, 8 for an open one (reported), 9 for the current directory's (reported).
-int pfa_free_vek_file(vek_file **record);
+pfa_status pfa_free_vek_file(vek_file **record);
 
 // Gives *record the values of a new record, whatever it held (an open stream is lost, not closed),
 // or allocates it when it is null. 0; 11 for a null address; 6 without memory.
-int pfa_recycle_vek_file(vek_file **record);
+pfa_status pfa_recycle_vek_file(vek_file **record);
 
 // Gives a record, which may be any memory of that size, the values of a new one.
 void pfa_init_vek_file(vek_file *record);

@@ -67,10 +67,10 @@ int guess_type(const char *name, const char *extension) {
 }
 
 // Fills a cleared record from text, a copy that is cut up on the way.
-int split(vek_file *record, int parse_location, char *text, int length) {
+pfa_status split(vek_file *record, int parse_location, char *text, int length) {
     std::int16_t rest = 0;
     if (parse_location != 0) {
-        const int result = pfa_parse_location(record, text, &rest, -1);
+        const pfa_status result = pfa_parse_location(record, text, &rest, -1);
         if (result != PFA_E_NO_ERROR) {
             return result;
         }
@@ -88,7 +88,7 @@ int split(vek_file *record, int parse_location, char *text, int length) {
         version = cut_version(name);
         extension = cut_extension(name);
     }
-    int result = pfa_put_component(record, PFA_NAME, name);
+    pfa_status result = pfa_put_component(record, PFA_NAME, name);
     if (result == PFA_E_NO_ERROR) {
         result = pfa_put_component(record, PFA_EXTENSION, extension);
     }
@@ -97,7 +97,7 @@ int split(vek_file *record, int parse_location, char *text, int length) {
     return result;
 }
 
-int expand_and_parse(vek_file *record, vek_file *base, const char *text, int directory) {
+pfa_status expand_and_parse(vek_file *record, vek_file *base, const char *text, int directory) {
     char with_values[PFA_PATH_SIZE];
     if (std::strchr(text, '$') != nullptr) {
         if (substitute_env_vars(text, with_values, PFA_PATH_SIZE) != PFA_E_NO_ERROR) {
@@ -112,7 +112,7 @@ int expand_and_parse(vek_file *record, vek_file *base, const char *text, int dir
         }
         text = with_home;
     }
-    int result = parse_to_pfa(record, 1, text);
+    pfa_status result = parse_to_pfa(record, 1, text);
     if (result != PFA_E_NO_ERROR) {
         return result;
     }
@@ -133,7 +133,7 @@ int expand_and_parse(vek_file *record, vek_file *base, const char *text, int dir
 // Whether the name breaks the rules of names: 0, 1, or -1 without memory.
 int name_is_invalid(const vek_file *record) {
     char name[PFA_PATH_SIZE];
-    pfa_get_component(record, PFA_NAME, name, PFA_PATH_SIZE);
+    (void)pfa_get_component(record, PFA_NAME, name, PFA_PATH_SIZE);
     if (name[0] == '.') {
         return 1;
     }
@@ -143,17 +143,18 @@ int name_is_invalid(const vek_file *record) {
 
 // Types a record whose type is not known yet. Nothing here may follow the folder test of a record
 // that is no folder: the caller reads errno.
-int find_type(vek_file *record, int directory) {
+pfa_status find_type(vek_file *record, int directory) {
     const int invalid = name_is_invalid(record);
     if (invalid < 0) {
         return PFA_E_OUT_OF_MEMORY;
     }
-    const int result =
+    const pfa_status result =
         pfa_put_extension_to_type(record, pfa_component_length(record, PFA_NAME), invalid);
     if (result != PFA_E_NO_ERROR || directory == 0 || pfa_is_local(record) == 0) {
         return result;
     }
-    const int answer = directory == 1 ? PFA_E_EXIST : pfaloc_call_F(record, PfaIsFolder);
+    const pfa_status answer =
+        directory == 1 ? PFA_E_EXIST : pfa_status(pfaloc_call_F(record, PfaIsFolder));
     if (answer == PFA_E_OUT_OF_MEMORY) {
         return answer;
     }
@@ -162,12 +163,12 @@ int find_type(vek_file *record, int directory) {
 
 } // namespace
 
-int pfa_parse_to_vek_file(vek_file *record, const char *text) {
+pfa_status pfa_parse_to_vek_file(vek_file *record, const char *text) {
     return pfa_parse_to_vek_file_private(record, nullptr, text, -1);
 }
 
-int pfa_parse_to_vek_file_private(vek_file *record, vek_file *base, const char *text,
-                                  int directory) {
+pfa_status pfa_parse_to_vek_file_private(vek_file *record, vek_file *base, const char *text,
+                                         int directory) {
     if (pfa_is_valid(record) == 0) {
         return PFA_E_NOT_VALID;
     }
@@ -176,14 +177,15 @@ int pfa_parse_to_vek_file_private(vek_file *record, vek_file *base, const char *
         return PFA_E_INVALID_INPUT;
     }
     vek_file before = *record;
-    const int result = expand_and_parse(record, base == record ? &before : base, text, directory);
+    const pfa_status result =
+        expand_and_parse(record, base == record ? &before : base, text, directory);
     if (result != PFA_E_NO_ERROR) {
         *record = before;
     }
     return result;
 }
 
-int parse_to_pfa(vek_file *record, int parse_location, const char *text) {
+pfa_status parse_to_pfa(vek_file *record, int parse_location, const char *text) {
     if (pfa_is_valid(record) == 0) {
         return PFA_E_NOT_VALID;
     }
@@ -201,22 +203,22 @@ int parse_to_pfa(vek_file *record, int parse_location, const char *text) {
     }
     record->version = 0;
     record->type = OBJ_TYPE_NOT_YET;
-    const int result = split(record, parse_location, copy, static_cast<int>(length));
+    const pfa_status result = split(record, parse_location, copy, static_cast<int>(length));
     if (result != PFA_E_NO_ERROR) {
         *record = before;
     }
     return result;
 }
 
-int pfa_to_standard_form(vek_file *record) {
+pfa_status pfa_to_standard_form(vek_file *record) {
     return pfa_to_standard_form_private(record, -1);
 }
 
-int pfa_to_standard_form_private(vek_file *record, int directory) {
+pfa_status pfa_to_standard_form_private(vek_file *record, int directory) {
     if (pfa_is_valid(record) == 0 || record->type != OBJ_TYPE_NOT_YET) {
         return PFA_E_NOT_VALID;
     }
-    const int result = find_type(record, directory);
+    const pfa_status result = find_type(record, directory);
     if (result != PFA_E_NO_ERROR) {
         record->type = OBJ_TYPE_NOT_YET;
     }

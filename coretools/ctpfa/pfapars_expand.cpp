@@ -46,7 +46,7 @@ const char *value_of(const char *name, const char *end) {
 
 } // namespace
 
-int substitute_env_vars(const char *in, char *out, int capacity) {
+pfa_status substitute_env_vars(const char *in, char *out, int capacity) {
     growing_text expanded = {out, 0, capacity};
     bool replaced = false;
     // Copies text as written, or with the separators that follow from a replacement.
@@ -89,7 +89,7 @@ int substitute_env_vars(const char *in, char *out, int capacity) {
     }
 }
 
-int substitute_unix_home_dir(const char *in, char *out, int capacity) {
+pfa_status substitute_unix_home_dir(const char *in, char *out, int capacity) {
     growing_text expanded = {out, 0, capacity};
     if (in[0] == '~') {
         if (in[1] != '\0' && in[1] != '/' && in[1] != '\\') {

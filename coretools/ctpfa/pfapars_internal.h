@@ -7,8 +7,8 @@
 // Replaces every '$' and the variable name after it, up to the next '/', '\', '.' or ']', by the
 // variable's value, which is not expanded again. An unknown or empty name stays as written. From
 // the first replacement on, every '\' of the text itself is written as '/'.
-int substitute_env_vars(const char *in, char *out, int capacity);
+pfa_status substitute_env_vars(const char *in, char *out, int capacity);
 
 // Replaces a leading "~", "~/" or "~\" by the home directory. '~' and a user name is refused, and
 // so is a home directory that is not known.
-int substitute_unix_home_dir(const char *in, char *out, int capacity);
+pfa_status substitute_unix_home_dir(const char *in, char *out, int capacity);

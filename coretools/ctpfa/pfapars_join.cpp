@@ -65,8 +65,8 @@ bool resolve_parent_steps(char *text, int start, int *length) {
 }
 
 // A directory of the standard filesystem without a path: its host and device, and text as the path.
-int append_to_pathless(const vek_file *directory, vek_file *out, const char *text) {
-    int result = pfa_copy_component(directory, out, PFA_HOST);
+pfa_status append_to_pathless(const vek_file *directory, vek_file *out, const char *text) {
+    pfa_status result = pfa_copy_component(directory, out, PFA_HOST);
     if (result == PFA_E_NO_ERROR) {
         result = pfa_copy_component(directory, out, PFA_DEVICE);
     }
@@ -86,7 +86,7 @@ int pfa_path_is_absolute(vek_file *record) {
     int host = -1;
     int device = -1;
     int path = -1;
-    pfa_get_component_mapping(record, &host, &device, &path);
+    (void)pfa_get_component_mapping(record, &host, &device, &path);
     if (pfa_has_component(record, host) != 0) {
         return 1;
     }
@@ -97,11 +97,11 @@ int pfa_path_is_absolute(vek_file *record) {
         return 1;
     }
     char first = '\0';
-    pfa_component_first_char(record, path, &first);
+    (void)pfa_component_first_char(record, path, &first);
     return first == '/' ? 1 : 0;
 }
 
-int pfa_concat_locations(vek_file *base, vek_file *relative, vek_file *out) {
+pfa_status pfa_concat_locations(vek_file *base, vek_file *relative, vek_file *out) {
     if (pfa_is_valid(base) == 0 || pfa_is_valid(relative) == 0 || pfa_is_valid(out) == 0) {
         return PFA_E_NOT_VALID;
     }
@@ -111,19 +111,19 @@ int pfa_concat_locations(vek_file *base, vek_file *relative, vek_file *out) {
     }
     vek_file before = *out;
     if (out != relative) {
-        pfa_copy_vek_file(relative, out);
+        (void)pfa_copy_vek_file(relative, out);
     }
     if (empty_base || pfa_path_is_absolute(out) != 0) {
         return PFA_E_NO_ERROR;
     }
-    const int result = concat_pfa_paths(base == out ? &before : base, out);
+    const pfa_status result = concat_pfa_paths(base == out ? &before : base, out);
     if (result != PFA_E_NO_ERROR) {
         *out = before;
     }
     return result;
 }
 
-int concat_pfa_paths(vek_file *base, vek_file *record) {
+pfa_status concat_pfa_paths(vek_file *base, vek_file *record) {
     if (pfa_is_valid(base) == 0 || pfa_is_valid(record) == 0) {
         return PFA_E_NOT_VALID;
     }
@@ -134,11 +134,11 @@ int concat_pfa_paths(vek_file *base, vek_file *record) {
         return PFA_E_ROOT_DIR;
     }
     char relative[PFA_PATH_SIZE];
-    const int result = pfa_get_neutral_location(record, relative, nullptr);
+    const pfa_status result = pfa_get_neutral_location(record, relative, nullptr);
     return result == PFA_E_NO_ERROR ? pfa_location_append(base, record, relative) : result;
 }
 
-int pfa_location_append(vek_file *directory, vek_file *out, const char *text) {
+pfa_status pfa_location_append(vek_file *directory, vek_file *out, const char *text) {
     if (pfa_is_valid(directory) == 0 || pfa_is_valid(out) == 0) {
         return PFA_E_NOT_VALID;
     }
@@ -148,14 +148,14 @@ int pfa_location_append(vek_file *directory, vek_file *out, const char *text) {
     if (directory->location_type == PfaStdFilesystem &&
         pfa_has_component(directory, PFA_PATH) == 0) {
         const vek_file before = *out;
-        const int result = append_to_pathless(directory, out, text);
+        const pfa_status result = append_to_pathless(directory, out, text);
         if (result != PFA_E_NO_ERROR) {
             *out = before;
         }
         return result;
     }
     char joined[JOINED_SIZE];
-    const int result = pfa_get_neutral_location(directory, joined, nullptr);
+    const pfa_status result = pfa_get_neutral_location(directory, joined, nullptr);
     if (result != PFA_E_NO_ERROR) {
         return result;
     }

@@ -15,12 +15,12 @@ constexpr int INCLUDE_ALL = PFA_INCLUDE_LOCATION | PFA_NAME_AND_VERSION;
 // The parts of a name, as pfa_include has them, go through these one by one. A part that doesn't
 // fit answers PFA_E_ERROR.
 
-int append_text(const char *text, char *out, std::int16_t *length) {
+pfa_status append_text(const char *text, char *out, std::int16_t *length) {
     return pfa_strcat(text, out, length) != 0 ? PFA_E_NO_ERROR : PFA_E_ERROR;
 }
 
 // Host, device and path: what the location type writes for a record that has only those asked for.
-int append_location(vek_file *record, int include, char *out, std::int16_t *length) {
+pfa_status append_location(vek_file *record, int include, char *out, std::int16_t *length) {
     if ((include & PFA_INCLUDE_LOCATION) == 0) {
         return PFA_E_NO_ERROR;
     }
@@ -30,7 +30,7 @@ int append_location(vek_file *record, int include, char *out, std::int16_t *leng
         int host = -1;
         int device = -1;
         int path = -1;
-        pfa_get_component_mapping(record, &host, &device, &path);
+        (void)pfa_get_component_mapping(record, &host, &device, &path);
         const struct {
             int index;
             int flag;
@@ -42,26 +42,27 @@ int append_location(vek_file *record, int include, char *out, std::int16_t *leng
                     copy = *record;
                     source = &copy;
                 }
-                pfa_put_component_len(&copy, role.index, "", 0);
+                (void)pfa_put_component_len(&copy, role.index, "", 0);
             }
         }
     }
     // A record of a type that writes no location has none to show.
-    const int result = pfaloc_call_FPPS(source, PfaGetLocationString, out, length, PFA_PATH_SIZE);
-    return result == -1 ? PFA_E_NO_ERROR : result;
+    const pfa_status result =
+        pfa_status(pfaloc_call_FPPS(source, PfaGetLocationString, out, length, PFA_PATH_SIZE));
+    return result == PFA_E_NO_METHOD ? PFA_E_NO_ERROR : result;
 }
 
-int append_extension(const vek_file *record, char *out, std::int16_t *length, int lower) {
+pfa_status append_extension(const vek_file *record, char *out, std::int16_t *length, int lower) {
     if (pfa_has_component(record, PFA_EXTENSION) == 0) {
         return PFA_E_NO_ERROR;
     }
-    const int result = append_text(".", out, length);
+    const pfa_status result = append_text(".", out, length);
     return result == PFA_E_NO_ERROR ? pfa_append_component_lower(record, PFA_EXTENSION, out, length,
                                                                  PFA_PATH_SIZE, lower)
                                     : result;
 }
 
-int append_version(const vek_file *record, char *out, std::int16_t *length) {
+pfa_status append_version(const vek_file *record, char *out, std::int16_t *length) {
     if (record->version == 0) {
         return PFA_E_NO_ERROR;
     }
@@ -70,9 +71,9 @@ int append_version(const vek_file *record, char *out, std::int16_t *length) {
     return append_text(version, out, length);
 }
 
-int append_parts(vek_file *record, int include, char *out, int lower) {
+pfa_status append_parts(vek_file *record, int include, char *out, int lower) {
     std::int16_t length = 0;
-    int result = append_location(record, include, out, &length);
+    pfa_status result = append_location(record, include, out, &length);
     // Without its name a record stands for its directory.
     const bool directory = record->type == OBJ_TYPE_DIRECTORY || (include & PFA_INCLUDE_NAME) == 0;
     if (result == PFA_E_NO_ERROR && directory && length == 0) {
@@ -91,9 +92,9 @@ int append_parts(vek_file *record, int include, char *out, int lower) {
 }
 
 // A name that could not be written whole is not written at all.
-int write_parts(vek_file *record, int include, char *out, int lower) {
+pfa_status write_parts(vek_file *record, int include, char *out, int lower) {
     out[0] = '\0';
-    const int result = append_parts(record, include, out, lower);
+    const pfa_status result = append_parts(record, include, out, lower);
     if (result != PFA_E_NO_ERROR) {
         out[0] = '\0';
     }
@@ -112,22 +113,22 @@ int pfa_no_mixed_case(const vek_file *record) {
     return type_to_mixed_case_OK(record->type) == 0 ? 1 : 0;
 }
 
-int pfa_get_full_name(vek_file *record, char *out) {
+pfa_status pfa_get_full_name(vek_file *record, char *out) {
     return pfa_get_full_name_mixed_case(record, out, pfa_no_mixed_case(record));
 }
 
-int pfa_get_full_name_mixed_case(vek_file *record, char *out, int lower) {
+pfa_status pfa_get_full_name_mixed_case(vek_file *record, char *out, int lower) {
     if (out == nullptr || pfa_is_valid(record) == 0) {
         return PFA_E_NOT_VALID;
     }
     return write_parts(record, INCLUDE_ALL, out, lower);
 }
 
-int pfa_get_file_name(vek_file *record, int include, char *out) {
+pfa_status pfa_get_file_name(vek_file *record, int include, char *out) {
     return pfa_get_file_name_mixed_case(record, include, out, pfa_no_mixed_case(record));
 }
 
-int pfa_get_file_name_mixed_case(vek_file *record, int include, char *out, int lower) {
+pfa_status pfa_get_file_name_mixed_case(vek_file *record, int include, char *out, int lower) {
     if (out == nullptr || pfa_is_valid(record) == 0) {
         return PFA_E_NOT_VALID;
     }

@@ -47,7 +47,7 @@ int normalise(const char *path, char (&out)[PFA_PATH_SIZE + 1]) {
     return length;
 }
 
-int put_int16(vek_file *record, std::int16_t vek_file::*field, int value) {
+pfa_status put_int16(vek_file *record, std::int16_t vek_file::*field, int value) {
     if (pfa_is_valid(record) == 0) {
         return PFA_E_NOT_VALID;
     }
@@ -60,7 +60,7 @@ int put_int16(vek_file *record, std::int16_t vek_file::*field, int value) {
 
 } // namespace
 
-int pfa_put_path(vek_file *record, const char *path) {
+pfa_status pfa_put_path(vek_file *record, const char *path) {
     if (pfa_is_valid(record) == 0) {
         return PFA_E_NOT_VALID;
     }
@@ -74,16 +74,16 @@ int pfa_put_path(vek_file *record, const char *path) {
         record->location_type = PfaStdFilesystem;
     }
     const int index = pfaloc_call_F(record, PfaPathIdx);
-    const int result = index < PFA_HOST || index > PFA_PATH
-                           ? PFA_E_NOT_VALID
-                           : pfa_put_component_len(record, index, normal, length);
+    const pfa_status result = index < PFA_HOST || index > PFA_PATH
+                                  ? PFA_E_NOT_VALID
+                                  : pfa_put_component_len(record, index, normal, length);
     if (result != PFA_E_NO_ERROR) {
         record->location_type = location_type;
     }
     return result;
 }
 
-int pfa_put_name(vek_file *record, const char *name) {
+pfa_status pfa_put_name(vek_file *record, const char *name) {
     if (pfa_is_valid(record) == 0) {
         return PFA_E_NOT_VALID;
     }
@@ -99,18 +99,18 @@ int pfa_put_name(vek_file *record, const char *name) {
         }
         irregular = invalid_string(wide) != 0;
     }
-    const int result = pfa_put_component_len(record, PFA_NAME, name, length);
+    const pfa_status result = pfa_put_component_len(record, PFA_NAME, name, length);
     if (result == PFA_E_NO_ERROR && irregular) {
         record->type = OBJ_TYPE_NO_MEMBER;
     }
     return result;
 }
 
-int pfa_put_version(vek_file *record, int version) {
+pfa_status pfa_put_version(vek_file *record, int version) {
     return put_int16(record, &vek_file::version, version);
 }
 
-int pfa_put_encode(vek_file *record, int encode) {
+pfa_status pfa_put_encode(vek_file *record, int encode) {
     if (pfa_is_valid(record) == 0) {
         return PFA_E_NOT_VALID;
     }
@@ -121,19 +121,19 @@ int pfa_put_encode(vek_file *record, int encode) {
     return PFA_E_NO_ERROR;
 }
 
-int pfa_put_location_datum(vek_file *record, int datum) {
+pfa_status pfa_put_location_datum(vek_file *record, int datum) {
     return put_int16(record, &vek_file::location_datum, datum);
 }
 
-int pfa_put_location(vek_file *record, const char *text, int only_type) {
+pfa_status pfa_put_location(vek_file *record, const char *text, int only_type) {
     if (pfa_is_valid(record) == 0) {
         return PFA_E_NOT_VALID;
     }
     const vek_file before = *record;
     for (int index = PFA_HOST; index <= PFA_PATH; ++index) {
-        pfa_put_component_len(record, index, "", 0);
+        (void)pfa_put_component_len(record, index, "", 0);
     }
-    const int result = pfa_parse_location(record, text, nullptr, only_type);
+    const pfa_status result = pfa_parse_location(record, text, nullptr, only_type);
     if (result != PFA_E_NO_ERROR) {
         *record = before;
     }

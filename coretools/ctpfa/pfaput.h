@@ -8,20 +8,20 @@
 // it becomes '^', and a path that is not empty ends in '/'. A record of location type 0 becomes one
 // of type 1. 0; 9 for null and for a path that does not fit; 11 also when the location type has no
 // path.
-int pfa_put_path(vek_file *record, const char *path);
+pfa_status pfa_put_path(vek_file *record, const char *path);
 
 // Stores the name; one outside the name alphabet, or of 32 characters or more, makes the type -6.
 // 0; 9 for null and for a name that does not fit; 16 without memory.
-int pfa_put_name(vek_file *record, const char *name);
+pfa_status pfa_put_name(vek_file *record, const char *name);
 
 // 0; 9 for a number outside 16 bits, and for the encode word of a directory.
-int pfa_put_version(vek_file *record, int version);
-int pfa_put_encode(vek_file *record, int encode);
-int pfa_put_location_datum(vek_file *record, int datum);
+pfa_status pfa_put_version(vek_file *record, int version);
+pfa_status pfa_put_encode(vek_file *record, int encode);
+pfa_status pfa_put_location_datum(vek_file *record, int datum);
 
 // Replaces components 0 to 2 by what the location type that claims the whole text makes of it;
 // only_type -1 asks all types. 0, or the answer of pfa_parse_location.
-int pfa_put_location(vek_file *record, const char *text, int only_type);
+pfa_status pfa_put_location(vek_file *record, const char *text, int only_type);
 
 // Sets the object type, and with it the form of the record; the extension that comes with a type is
 // lower-cased, in the second form only when lower is not 0.
@@ -33,9 +33,9 @@ int pfa_put_location(vek_file *record, const char *text, int only_type);
 //               type's. -4 leaves a directory without one
 // 0; 9 when the type has no extension or a text does not fit; or what forming the directory's path
 // answered.
-int pfa_put_obj_type(vek_file *record, int type);
-int pfa_put_obj_type_lower(vek_file *record, int type, int lower);
+pfa_status pfa_put_obj_type(vek_file *record, int type);
+pfa_status pfa_put_obj_type_lower(vek_file *record, int type, int lower);
 
 // Derives the type from the extension: -6 without a known one, for a name too long for the type,
 // and for an invalid name unless the type allows it. 0.
-int pfa_put_extension_to_type(vek_file *record, int name_length, int name_invalid);
+pfa_status pfa_put_extension_to_type(vek_file *record, int name_length, int name_invalid);

@@ -11,8 +11,8 @@
 
 namespace {
 
-int put_extension_of_type(vek_file *record, int type, int lower) {
-    const int result = pfa_put_component(record, PFA_EXTENSION, type_to_extension(type));
+pfa_status put_extension_of_type(vek_file *record, int type, int lower) {
+    const pfa_status result = pfa_put_component(record, PFA_EXTENSION, type_to_extension(type));
     if (result == PFA_E_NO_ERROR && lower != 0) {
         const pfa_bounds bounds = record->bounds[PFA_EXTENSION];
         pfa_substring_to_lower(record->text, bounds.start, bounds.end);
@@ -22,14 +22,14 @@ int put_extension_of_type(vek_file *record, int type, int lower) {
 
 // Name, extension and version become the last element of the directory path. A record left
 // half-way is of no use to the caller.
-int turn_into_directory(vek_file *record) {
+pfa_status turn_into_directory(vek_file *record) {
     char element[PFA_PATH_SIZE];
-    int result = pfa_get_file_name(record, PFA_NAME_AND_VERSION, element);
+    pfa_status result = pfa_get_file_name(record, PFA_NAME_AND_VERSION, element);
     if (result != PFA_E_NO_ERROR) {
         return result;
     }
-    pfa_put_component_len(record, PFA_NAME, "", 0);
-    pfa_put_component_len(record, PFA_EXTENSION, "", 0);
+    (void)pfa_put_component_len(record, PFA_NAME, "", 0);
+    (void)pfa_put_component_len(record, PFA_EXTENSION, "", 0);
     record->type = OBJ_TYPE_DIRECTORY;
     record->version = 0;
     if (element[0] != '\0') {
@@ -41,7 +41,7 @@ int turn_into_directory(vek_file *record) {
 
 // The last element of the directory path becomes the name, unless it is too long for a name of the
 // type that the record is about to get.
-int turn_back_into_file(vek_file *record, int type) {
+pfa_status turn_back_into_file(vek_file *record, int type) {
     const int index = pfaloc_call_F(record, PfaPathIdx);
     if (index < PFA_HOST || index > PFA_PATH) {
         return PFA_E_NO_ERROR;
@@ -58,14 +58,14 @@ int turn_back_into_file(vek_file *record, int type) {
     // Both lie in the record's text, which the stores below move.
     const vek_file before = *record;
     const pfa_bounds path = before.bounds[index];
-    const int result =
+    const pfa_status result =
         pfa_put_component_len(record, index, before.text + path.start, start - path.start);
     return result == PFA_E_NO_ERROR
                ? pfa_put_component_len(record, PFA_NAME, before.text + start, length)
                : result;
 }
 
-int change_type(vek_file *record, int type, int lower) {
+pfa_status change_type(vek_file *record, int type, int lower) {
     if (type == OBJ_TYPE_DIRECTORY) {
         return turn_into_directory(record);
     }
@@ -74,12 +74,12 @@ int change_type(vek_file *record, int type, int lower) {
         return PFA_E_INVALID_INPUT;
     }
     if (record->type == OBJ_TYPE_DIRECTORY) {
-        const int result = turn_back_into_file(record, type);
+        const pfa_status result = turn_back_into_file(record, type);
         if (result != PFA_E_NO_ERROR) {
             return result;
         }
     }
-    const int result = put_extension_of_type(record, type, lower);
+    const pfa_status result = put_extension_of_type(record, type, lower);
     if (result == PFA_E_NO_ERROR) {
         record->type = static_cast<std::int16_t>(type);
     }
@@ -88,11 +88,11 @@ int change_type(vek_file *record, int type, int lower) {
 
 } // namespace
 
-int pfa_put_obj_type(vek_file *record, int type) {
+pfa_status pfa_put_obj_type(vek_file *record, int type) {
     return pfa_put_obj_type_lower(record, type, 1);
 }
 
-int pfa_put_obj_type_lower(vek_file *record, int type, int lower) {
+pfa_status pfa_put_obj_type_lower(vek_file *record, int type, int lower) {
     if (pfa_is_valid(record) == 0) {
         return PFA_E_NOT_VALID;
     }
@@ -105,14 +105,14 @@ int pfa_put_obj_type_lower(vek_file *record, int type, int lower) {
         return PFA_E_NO_ERROR;
     }
     const vek_file before = *record;
-    const int result = change_type(record, type, lower);
+    const pfa_status result = change_type(record, type, lower);
     if (result != PFA_E_NO_ERROR) {
         *record = before;
     }
     return result;
 }
 
-int pfa_put_extension_to_type(vek_file *record, int name_length, int name_invalid) {
+pfa_status pfa_put_extension_to_type(vek_file *record, int name_length, int name_invalid) {
     if (pfa_is_valid(record) == 0) {
         return PFA_E_NOT_VALID;
     }
@@ -121,7 +121,7 @@ int pfa_put_extension_to_type(vek_file *record, int name_length, int name_invali
         return PFA_E_NO_ERROR;
     }
     char extension[PFA_PATH_SIZE];
-    pfa_get_component(record, PFA_EXTENSION, extension, PFA_PATH_SIZE);
+    (void)pfa_get_component(record, PFA_EXTENSION, extension, PFA_PATH_SIZE);
     const int type = extension_to_type(extension);
     // A plain file with the extension of directories is no member.
     if (type == OBJ_TYPE_DIRECTORY ||
@@ -132,7 +132,7 @@ int pfa_put_extension_to_type(vek_file *record, int name_length, int name_invali
     }
     const int known = type == OBJ_TYPE_UNKNOWN_EXTENSION ? OBJ_TYPE_NO_MEMBER : type;
     if (record->type == OBJ_TYPE_DIRECTORY) {
-        const int result = turn_back_into_file(record, known);
+        const pfa_status result = turn_back_into_file(record, known);
         if (result != PFA_E_NO_ERROR) {
             return result;
         }

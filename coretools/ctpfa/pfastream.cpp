@@ -23,12 +23,12 @@ int is_file_record(const vek_file *record) {
     return pfa_is_valid(record) && !pfa_is_dir(record);
 }
 
-int write_bytes(vek_file *record, const char *bytes, int count) {
+pfa_status write_bytes(vek_file *record, const char *bytes, int count) {
     const int mounted = (record->flags & PFA_F_MOUNTED) != 0;
-    return pfaloc_call_FLPII(record, PfaWriteFile, bytes, count, mounted);
+    return pfa_status(pfaloc_call_FLPII(record, PfaWriteFile, bytes, count, mounted));
 }
 
-int write_converted(vek_file *record, const char *bytes, int count) {
+pfa_status write_converted(vek_file *record, const char *bytes, int count) {
     char chunk[PFA_WRITE_CHUNK + 1];
     while (count > 0) {
         int taken = 0;
@@ -36,7 +36,7 @@ int write_converted(vek_file *record, const char *bytes, int count) {
         if (length == 0) {
             return PFA_E_INVALID_INPUT;
         }
-        const int status = write_bytes(record, chunk, length);
+        const pfa_status status = write_bytes(record, chunk, length);
         if (status != PFA_E_NO_ERROR) {
             return status;
         }
@@ -52,7 +52,7 @@ const char *binary_mode(const char *mode) {
     return mode;
 }
 
-int pfa_fopen(vek_file *record, int selector, const char *mode) {
+pfa_status pfa_fopen(vek_file *record, int selector, const char *mode) {
     if (!is_file_record(record)) {
         return PFA_E_NOT_VALID;
     }
@@ -69,16 +69,16 @@ int pfa_fopen(vek_file *record, int selector, const char *mode) {
         return PFA_E_CANT_OPEN;
     }
     int version = 0;
-    int status = pfa_get_file_vers(record, selector, &version);
+    pfa_status status = pfa_get_file_vers(record, selector, &version);
     if (status != PFA_E_NO_ERROR) {
         return status;
     }
     if (version < SHRT_MIN || version > SHRT_MAX) {
         return PFA_E_CANT_OPEN;
     }
-    pfa_put_version(record, version);
+    (void)pfa_put_version(record, version);
     char name[PFA_PATH_SIZE] = "";
-    status = pfaloc_call_FLPPI(record, PfaFopen, name, mode, version);
+    status = pfa_status(pfaloc_call_FLPPI(record, PfaFopen, name, mode, version));
     if (status != PFA_E_NO_ERROR) {
         return status;
     }
@@ -90,7 +90,7 @@ int pfa_fopen(vek_file *record, int selector, const char *mode) {
     return PFA_E_NO_ERROR;
 }
 
-int pfa_close(vek_file *record) {
+pfa_status pfa_close(vek_file *record) {
     if (!pfa_is_valid(record)) {
         return PFA_E_NOT_VALID;
     }
@@ -101,13 +101,13 @@ int pfa_close(vek_file *record) {
     if (pfa_is_dir(record) || (record->flags & PFA_F_BORROWED) != 0) {
         return pfa_close_dir(record);
     }
-    const int status = pfaloc_call_FL(record, PfaCloseFile);
+    const pfa_status status = pfa_status(pfaloc_call_FL(record, PfaCloseFile));
     record->flags &= ~PFA_F_OPEN;
     record->location_handle = nullptr;
     return status;
 }
 
-int pfa_write_file(vek_file *record, int count, const char *bytes) {
+pfa_status pfa_write_file(vek_file *record, int count, const char *bytes) {
     if (!is_file_record(record)) {
         return PFA_E_NOT_VALID;
     }
@@ -124,7 +124,7 @@ int pfa_write_file(vek_file *record, int count, const char *bytes) {
                                              : write_converted(record, bytes, count);
 }
 
-int pfa_fprintf(vek_file *record, const char *format, ...) {
+pfa_status pfa_fprintf(vek_file *record, const char *format, ...) {
     if (!is_file_record(record)) {
         return PFA_E_NOT_VALID;
     }

@@ -20,12 +20,12 @@ const char *binary_mode(const char *mode);
 //                        in a mode without 'w', or its version does not fit in 16 bits
 //   PFA_E_INVALID_INPUT  no mode, or no such selector
 //   otherwise            what the version search or the location's "PfaFopen" answers
-int pfa_fopen(vek_file *record, int selector, const char *mode);
+pfa_status pfa_fopen(vek_file *record, int selector, const char *mode);
 
 // Closes the stream or directory that is open on the record. PFA_E_INACTIVE when none is, and
 // PFA_E_NO_ACCESS for a directory whose listing is out on loan, which stays open. In every other
 // case the record counts as closed, whatever the location's method answered.
-int pfa_close(vek_file *record);
+pfa_status pfa_close(vek_file *record);
 
 // Writes count bytes, converted as the record's encode word says: 0 as they are; from EUC text
 // 1 as wide codes, 2 as JIS codes, 3 as Shift-JIS codes. A count of 0 answers PFA_E_NO_ERROR
@@ -34,8 +34,8 @@ int pfa_close(vek_file *record);
 //   PFA_E_INVALID_INPUT  a negative count, no bytes, an unknown encode word, or text that breaks
 //                        off inside a character (what comes before it has been written)
 //   otherwise            what the location's "PfaWriteFile" answers
-int pfa_write_file(vek_file *record, int count, const char *bytes);
+pfa_status pfa_write_file(vek_file *record, int count, const char *bytes);
 
 // Formats (the conversions of vek_vsprintf) and writes the text, however long, as pfa_write_file
 // does; PFA_E_INACTIVE for a closed record, PFA_E_ERROR when the format yields no text.
-int pfa_fprintf(vek_file *record, const char *format, ...);
+pfa_status pfa_fprintf(vek_file *record, const char *format, ...);

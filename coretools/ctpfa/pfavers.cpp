@@ -54,9 +54,10 @@ int vers_filter(vek_file *, const char *entry, void *argument) {
     return 1;
 }
 
-int pfa_search_file_versions(vek_file *directory, found_versions *found) {
+pfa_status pfa_search_file_versions(vek_file *directory, found_versions *found) {
     const pfa_dir_filter filter = {vers_filter, nullptr};
-    const int result = pfaloc_call_FLPPPI(directory, PfaDirReadNext, nullptr, &filter, found, 0);
+    const pfa_status result =
+        pfa_status(pfaloc_call_FLPPPI(directory, PfaDirReadNext, nullptr, &filter, found, 0));
     if (result == PFA_E_QUIT) {
         return PFA_E_NO_ERROR;
     }
@@ -69,18 +70,18 @@ bool ignores_case(vek_file *directory, int type) {
            pfaloc_call_F(directory, PfaCaseSensitiveLoc) == 0;
 }
 
-int pfa_get_file_vers_low(vek_file *directory, const char *name, int selector, int *version,
-                          int type) {
+pfa_status pfa_get_file_vers_low(vek_file *directory, const char *name, int selector, int *version,
+                                 int type) {
     if (pfa_open_dir_subset(directory, name) != PFA_E_NO_ERROR) {
         return PFA_E_NO_ACCESS;
     }
     found_versions found = {name, std::strlen(name), -1, -1};
-    int result = pfa_search_file_versions(directory, &found);
+    pfa_status result = pfa_search_file_versions(directory, &found);
     int highest = found.exact;
     if (found.other_case > highest && ignores_case(directory, type)) {
         highest = found.other_case;
     }
-    pfa_close(directory);
+    (void)pfa_close(directory);
     if (result == PFA_E_NO_ERROR && selector == LATEST_VERSION && highest == -1) {
         result = PFA_E_NOT_FOUND;
     }
@@ -98,7 +99,7 @@ int pfa_get_file_vers_low(vek_file *directory, const char *name, int selector, i
 
 } // namespace
 
-int pfa_get_file_vers(vek_file *record, int selector, int *version) {
+pfa_status pfa_get_file_vers(vek_file *record, int selector, int *version) {
     if (pfa_is_valid(record) == 0) {
         return PFA_E_NOT_VALID;
     }
@@ -110,7 +111,7 @@ int pfa_get_file_vers(vek_file *record, int selector, int *version) {
         return PFA_E_NO_ERROR;
     }
     char name[PFA_PATH_SIZE];
-    const int named = pfa_get_file_name(record, PFA_NAME_AND_EXTENSION, name);
+    const pfa_status named = pfa_get_file_name(record, PFA_NAME_AND_EXTENSION, name);
     if (named != PFA_E_NO_ERROR) {
         return named;
     }
@@ -118,7 +119,8 @@ int pfa_get_file_vers(vek_file *record, int selector, int *version) {
     if (directory == nullptr) {
         return PFA_E_OUT_OF_MEMORY;
     }
-    const int result = pfa_get_file_vers_low(directory, name, selector, version, record->type);
-    pfa_free_vek_file(&directory);
+    const pfa_status result =
+        pfa_get_file_vers_low(directory, name, selector, version, record->type);
+    (void)pfa_free_vek_file(&directory);
     return result;
 }

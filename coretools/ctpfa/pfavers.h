@@ -15,4 +15,4 @@
 // or a null version; 11 for an invalid record; 16 without memory for the directory; or the code
 // with which the name could not be written or the directory not be read. *version is stored only
 // on success.
-int pfa_get_file_vers(vek_file *record, int selector, int *version);
+pfa_status pfa_get_file_vers(vek_file *record, int selector, int *version);

@@ -5,8 +5,11 @@
 #include <cstdint>
 #include <type_traits>
 
-// Status codes: what every operation of the file access layer that has a status answers.
+// The result of an operation of the file access layer; it must not be ignored. An operation that
+// calls a method of a location type passes other results of the method on as they are.
+enum [[nodiscard]] pfa_status : int;
 enum pfa_status : int {
+    PFA_E_NO_METHOD = -1, // the location type does not offer the method
     PFA_E_NO_ERROR = 0,
     PFA_E_ERROR = 1,
     PFA_E_NOT_FOUND = 2,
@@ -36,8 +39,8 @@ constexpr int PFA_HOST_SIZE = 32;
 // A name below this length is short enough for every object type.
 constexpr int PFA_SHORT_NAME_SIZE = 32;
 
-// A record is valid while it carries this number; an operation with a status answers 11 to a null
-// or invalid record.
+// A record is valid while it carries this number; an operation with a status fails with
+// PFA_E_NOT_VALID for a null or invalid record.
 constexpr std::uint16_t PFA_MAGIC = 0x886a;
 
 enum pfa_component : int {

@@ -81,7 +81,7 @@ int lend_stream(vek_file *record, void **data, std::FILE *stream) {
 int pfa_stdio_fopen(vek_file *record, void **data, plm_ptr, plm_ptr mode_in, int) {
     const char *mode = mode_in.as<const char>();
     std::FILE *stream;
-    const int found = pfa_stdio_get_stream(record, &stream);
+    const pfa_status found = pfa_stdio_get_stream(record, &stream);
     if (found != PFA_E_NO_ERROR) {
         return found;
     }
@@ -94,7 +94,7 @@ int pfa_stdio_fopen(vek_file *record, void **data, plm_ptr, plm_ptr mode_in, int
 
 int pfa_stdio_open(vek_file *record, void **data, plm_ptr, int flags, int, int) {
     std::FILE *stream;
-    const int found = pfa_stdio_get_stream(record, &stream);
+    const pfa_status found = pfa_stdio_get_stream(record, &stream);
     if (found != PFA_E_NO_ERROR) {
         return found;
     }
@@ -120,7 +120,7 @@ int pfa_stdio_never_close(vek_file *record, void **data) {
 
 int pfa_stdio_access(vek_file *record, int mode, int) {
     std::FILE *stream;
-    const int found = pfa_stdio_get_stream(record, &stream);
+    const pfa_status found = pfa_stdio_get_stream(record, &stream);
     if (found != PFA_E_NO_ERROR) {
         return found;
     }
@@ -163,13 +163,13 @@ int pfa_stdio_open_dir(vek_file *record, void **data, plm_ptr, plm_ptr pattern) 
 }
 
 int put_entry(vek_file *directory, const char *name, vek_file *entry) {
-    const int copied = pfa_copy_vek_file(directory, entry);
+    const pfa_status copied = pfa_copy_vek_file(directory, entry);
     if (copied != PFA_E_NO_ERROR) {
         return copied;
     }
     // The copy is of a directory; the entry is none, and takes neither its type nor its extension.
     entry->type = OBJ_TYPE_NOT_YET;
-    const int cleared = pfa_put_component(entry, PFA_EXTENSION, "");
+    const pfa_status cleared = pfa_put_component(entry, PFA_EXTENSION, "");
     return cleared != PFA_E_NO_ERROR ? cleared : pfa_put_name(entry, name);
 }
 
@@ -222,7 +222,7 @@ constexpr pfa_method INHERITED[] = {PfaFgetc, PfaReadFile,       PfaFgets,    Pf
 
 } // namespace
 
-int pfa_stdio_get_stream(const vek_file *record, std::FILE **stream) {
+pfa_status pfa_stdio_get_stream(const vek_file *record, std::FILE **stream) {
     if (!pfa_is_valid(record)) {
         return PFA_E_NOT_VALID;
     }

@@ -15,4 +15,4 @@ void pfa_stdio_register();
 
 // Stores the standard stream that the record names: 0, or 11 when the record is not valid or names
 // none (*stream is then left alone).
-int pfa_stdio_get_stream(const vek_file *record, std::FILE **stream);
+pfa_status pfa_stdio_get_stream(const vek_file *record, std::FILE **stream);

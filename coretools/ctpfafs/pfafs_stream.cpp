@@ -83,7 +83,7 @@ int pfafs_open(vek_file *record, void **data, plm_ptr name_buffer, int flags, in
         cut_first_version(record, version, name)) {
         block->fid = dci_open(name, flags, permissions);
         if (block->fid >= 0) {
-            pfa_put_version(record, 0);
+            (void)pfa_put_version(record, 0);
         }
     }
     if (block->fid < 0) {
@@ -263,7 +263,7 @@ int pfafs_fopen_low(vek_file *record, void **data, char *name, const char *mode,
         cut_first_version(record, version, name)) {
         block->stream = dci_fopen(name, mode);
         if (block->stream != nullptr) {
-            pfa_put_version(record, 0);
+            (void)pfa_put_version(record, 0);
         }
     }
     if (block->stream == nullptr) {

@@ -87,7 +87,7 @@ int location_string(vek_file *record, plm_ptr out, plm_ptr length_in, int capaci
 
 int open_file(vek_file *record, void **, plm_ptr, plm_ptr, int) {
     char name[PFA_PATH_SIZE];
-    pfa_get_file_name(record, PFA_NAME_AND_VERSION, name);
+    (void)pfa_get_file_name(record, PFA_NAME_AND_VERSION, name);
     store.directories[location_of(record)].insert(name);
     return 0;
 }
@@ -150,8 +150,9 @@ bool register_memory_location() {
             return listing_of(data)->entries != store.directories[key.as<const char>()];
         });
     pfa_loc_method_register<PfaMakeParent>(
-        TYPE,
-        +[](vek_file *record, vek_file *parent) { return pfa_copy_vek_file(record, parent); });
+        TYPE, +[](vek_file *record, vek_file *parent) -> int {
+            return pfa_copy_vek_file(record, parent);
+        });
     return pfa_loc_register_setup(0) == 1;
 }
 
@@ -372,7 +373,7 @@ TEST_F(memory_location, GetsBackWhatItLentAndNoMore) {
     EXPECT_EQ(pfa_close(pfa_dir_cache_owner(directory->location_handle)), PFA_E_NO_ACCESS);
     // A record whose path changed while it was open gives back what it has borrowed.
     ASSERT_EQ(pfa_open_dir(root) + pfa_close(root), 0);
-    pfa_put_path(directory, "/");
+    (void)pfa_put_path(directory, "/");
     EXPECT_EQ(pfa_close(directory), 0);
     EXPECT_FALSE(is_lent("mem:/d/") || is_lent("mem:/"));
     ASSERT_EQ(pfa_open_dir(root), 0);
@@ -431,7 +432,7 @@ TEST_F(memory_location, IsTracedWhenTheSwitchIsOn) {
         lists_from_cache();
         lists_from_cache();
         scoped_record other("mem:/e/");
-        pfa_open_dir_subset(other, "b");
+        (void)pfa_open_dir_subset(other, "b");
         pfa_file_name_update_dir_cache("mem:/d/x");
         std::exit(0);
     };

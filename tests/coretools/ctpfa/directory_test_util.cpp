@@ -27,13 +27,13 @@ scratch_tree::~scratch_tree() {
 
 scoped_record::scoped_record(const std::string &name) {
     if (pfa_alloc_vek_file(&file) == PFA_E_NO_ERROR && !name.empty()) {
-        pfa_parse_to_vek_file(file, name.c_str());
+        (void)pfa_parse_to_vek_file(file, name.c_str());
     }
 }
 
 scoped_record::~scoped_record() {
-    pfa_close(file);
-    pfa_free_vek_file(&file);
+    (void)pfa_close(file);
+    (void)pfa_free_vek_file(&file);
 }
 
 void write_text(const std::string &path, const std::string &text) {
@@ -45,7 +45,7 @@ std::vector<std::string> read_names(vek_file *directory) {
     scoped_record entry;
     while (pfa_read_dir(directory, entry) == PFA_E_NO_ERROR) {
         char name[PFA_PATH_SIZE];
-        pfa_get_file_name_mixed_case(entry, PFA_NAME_AND_VERSION, name, 0);
+        (void)pfa_get_file_name_mixed_case(entry, PFA_NAME_AND_VERSION, name, 0);
         names.push_back(name);
     }
     std::sort(names.begin(), names.end());
@@ -54,13 +54,13 @@ std::vector<std::string> read_names(vek_file *directory) {
 
 std::string location_of(vek_file *record) {
     char text[PFA_PATH_SIZE] = "";
-    pfa_get_location(record, text, nullptr);
+    (void)pfa_get_location(record, text, nullptr);
     return text;
 }
 
 std::string part(const vek_file *record, int index) {
     char text[PFA_PATH_SIZE] = "";
-    pfa_get_component(record, index, text, PFA_PATH_SIZE);
+    (void)pfa_get_component(record, index, text, PFA_PATH_SIZE);
     return text;
 }
 
@@ -75,7 +75,7 @@ void put_state(vek_file *record, const std::string &state) {
     std::string field;
     for (const int index : {PFA_PATH, PFA_NAME, PFA_EXTENSION}) {
         std::getline(in, field, '|');
-        pfa_put_component(record, index, field.c_str());
+        (void)pfa_put_component(record, index, field.c_str());
     }
     in >> record->version;
     in.ignore(1);

@@ -163,7 +163,7 @@ TEST(pfapars, StandardFormKnowsDirectories) {
     const std::pair<const char *, int> looks[] = {
         {"none.prt", ENOENT}, {"loop", ELOOP}, {"bolt.prt.3/x", ENOTDIR}};
     for (const auto &[text, error] : looks) {
-        parse_to_pfa(record, 1, (tree.path + text).c_str());
+        (void)parse_to_pfa(record, 1, (tree.path + text).c_str());
         record->type = OBJ_TYPE_NOT_YET;
         EXPECT_EQ(pfa_to_standard_form(record), 0);
         EXPECT_EQ(errno, error) << text;
@@ -190,7 +190,7 @@ TEST(pfapars, PartsOfAName) {
     scoped_record record;
     char name[PFA_PATH_SIZE];
     for (const auto &[text, type, include, expected] : rows) {
-        parse_to_pfa(record, 1, text);
+        (void)parse_to_pfa(record, 1, text);
         record->type = static_cast<std::int16_t>(type);
         const vek_file before = *record.file;
         EXPECT_EQ(pfa_get_file_name(record, include, name), 0) << text;
@@ -219,7 +219,7 @@ TEST(pfapars, RelativeNamesAreJoinedToABase) {
     };
     for (const auto &[at, text, joined] : rows) {
         scoped_record base, record("/old/one.prt");
-        parse_to_pfa(base, 1, at);
+        (void)parse_to_pfa(base, 1, at);
         EXPECT_EQ(pfa_parse_to_vek_file_private(record, base, text, 0),
                   joined != nullptr ? 0 : PFA_E_ROOT_DIR);
         EXPECT_EQ(full_name(record), joined != nullptr ? joined : "/old/one.prt") << text;
@@ -257,12 +257,12 @@ TEST(pfadirpath, MakesParentAndDirectory) {
     };
     for (const auto &[name, parent, directory] : rows) {
         scoped_record record, made;
-        parse_to_pfa(record, 1, name.c_str());
+        (void)parse_to_pfa(record, 1, name.c_str());
         const vek_file before = *record.file;
         vek_file *extracted = extract_pfa_dir(record);
         ASSERT_NE(extracted, nullptr) << name;
         EXPECT_EQ(location_of(extracted), directory);
-        pfa_free_vek_file(&extracted);
+        (void)pfa_free_vek_file(&extracted);
         for (vek_file *out : {made.file, record.file}) {
             EXPECT_EQ(pfa_make_parent(record, out), parent.empty() ? PFA_E_ROOT_DIR : 0) << name;
             if (!parent.empty()) {
@@ -380,7 +380,7 @@ TEST(pfadircache_update, FindsTheListingThatANoticeConcerns) {
     };
     for (const auto &[key, notice, name] : rows) {
         scoped_record opened;
-        parse_to_pfa(opened, 1, key.c_str());
+        (void)parse_to_pfa(opened, 1, key.c_str());
         ASSERT_EQ(pfa_open_dir(opened) + pfa_close(opened), 0) << key;
         ASSERT_TRUE(is_cached(key));
         errno = ENOENT;

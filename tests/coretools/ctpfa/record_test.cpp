@@ -240,7 +240,7 @@ TEST(pfainfo, ARecordIsLocalUnlessItNamesAnotherHost) {
                                                       {far, 8, 1}, {std::string(32, 'h'), 1, 1}};
     for (const auto &[host, type, local] : rows) {
         scoped_record record;
-        pfa_put_component(record, PFA_HOST, host.c_str());
+        (void)pfa_put_component(record, PFA_HOST, host.c_str());
         record->location_type = type;
         EXPECT_EQ(pfa_is_local(record), local) << host << " " << type;
     }

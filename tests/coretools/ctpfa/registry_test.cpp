@@ -237,8 +237,8 @@ void expect_mem_debug() {
     EXPECT_EQ(printed(),
               "pfa_alloc_vek_file:  Created new pfa at: " + hex(one) + "\n (INFO MESSAGE)\n");
     ASSERT_EQ(pfa_alloc_vek_file(&two), 0);
-    pfa_put_component(one, PFA_NAME, "one");
-    pfa_put_component(two, PFA_NAME, "two");
+    (void)pfa_put_component(one, PFA_NAME, "one");
+    (void)pfa_put_component(two, PFA_NAME, "two");
     printed();
     char expected[200];
     std::snprintf(expected, sizeof expected, "2 allocated pfas0, at %p, one\n1, at %p, two\n",
@@ -249,23 +249,23 @@ void expect_mem_debug() {
     EXPECT_EQ(reported(), "double allocation at " + hex(one));
     pfa_mem_debug(one, 0);
     EXPECT_EQ(printed(), "");
-    pfa_put_component(one, PFA_NAME, "changed");
+    (void)pfa_put_component(one, PFA_NAME, "changed");
     pfa_mem_debug(one, 0);
     EXPECT_EQ(reported(), "freeing one, now changed, at " + hex(one) + " twice");
     pfa_mem_debug(nullptr, 0);
     EXPECT_EQ(printed(), "total of 1 pfas, 2 entries");
     pfa_mem_debug(one, 1); // the address comes back
     EXPECT_EQ(printed(), "");
-    pfa_free_vek_file(&one);
-    pfa_free_vek_file(&two);
+    (void)pfa_free_vek_file(&one);
+    (void)pfa_free_vek_file(&two);
     printed();
     pfa_mem_debug(nullptr, 0);
     EXPECT_EQ(printed(), "total of 0 pfas, 2 entries");
     const std::string early_at = hex(early);
-    pfa_free_vek_file(&early);
+    (void)pfa_free_vek_file(&early);
     EXPECT_NE(printed().find("pfa_mem_debug:  freeing unknown pfa at " + early_at),
               std::string::npos);
-    pfa_free_vek_file(&early);
+    (void)pfa_free_vek_file(&early);
     EXPECT_EQ(printed(), "pfa_free_vek_file:  Not freeing NULL pfa\n (INFO MESSAGE)\n");
     pfa_set_mem_debug(0);
     EXPECT_EQ(pfa_mem_debug(nullptr, 0), 0); // off: prints nothing
