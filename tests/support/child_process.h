@@ -1,14 +1,8 @@
-// Runs a piece of a test in a child process, so that it may end the process or change settings that
-// nothing resets, and keeps what it printed. An expectation that fails there gives the status 1.
+// Runs part of a test in a child process, which may exit or change settings of the process.
 #pragma once
 
-#include <cstdio>
 #include <functional>
 #include <string>
-
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 struct child_result {
     int status; // the exit status, or minus the number of the signal that ended the child
@@ -16,30 +10,15 @@ struct child_result {
     std::string err;
 };
 
-inline std::string text_of_file(std::FILE *file) {
-    std::string text;
-    std::rewind(file);
-    for (int c = std::fgetc(file); c != EOF; c = std::fgetc(file)) {
-        text.push_back(static_cast<char>(c));
-    }
-    std::fclose(file);
-    return text;
-}
+// Runs `body` in a child and collects its output. The status is 1 if an expectation failed there.
+child_result run_in_child(const std::function<void()> &body);
 
-inline child_result run_in_child(const std::function<void()> &body) {
-    std::FILE *out = std::tmpfile();
-    std::FILE *err = std::tmpfile();
-    std::fflush(nullptr);
-    const pid_t child = fork();
-    if (child == 0) {
-        dup2(fileno(out), STDOUT_FILENO);
-        dup2(fileno(err), STDERR_FILENO);
-        body();
-        std::fflush(nullptr);
-        _exit(::testing::Test::HasFailure() ? 1 : 0);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), text_of_file(out),
-            text_of_file(err)};
-}
+// Runs `body` in a new process that shares no state with this one, as a death test; for what a
+// process does once in its life.
+void expect_in_own_process(void (*body)());
+
+// For a child: becomes an ordinary user. Does nothing unless the process is root's.
+void drop_rights();
+
+// For a child: lets it open no file beyond the standard streams.
+void use_up_descriptors();

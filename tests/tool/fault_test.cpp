@@ -19,9 +19,6 @@ struct fault_result : tool_result {
 class Faults : public testing::TestWithParam<const char *> {
   protected:
     void SetUp() override {
-#ifdef VEK_SANITIZED
-        GTEST_SKIP() << "the sanitizers have an allocator of their own";
-#endif
         for (int k = 0; k < 108; ++k) {
             const char *const where[] = {"", "sub/", "sub/deep/", "sub/deep/er/", "other.bak/"};
             library_.file(where[k % std::size(where)] + ("part" + std::to_string(k)) +

@@ -1,31 +1,40 @@
 // Scratch libraries, and runs of the built tool on them.
 #pragma once
 
+#include "tests/support/child_process.h"
+#include "tests/support/scratch_tree.h"
+
 #include <set>
 #include <string>
 #include <vector>
-
-std::string read_file(const std::string &path);
 
 // A scratch directory that anybody may enter, with an empty library in it. Names are relative to
 // the library.
 struct scratch_library {
     explicit scratch_library(const std::string &name = "mylib");
-    ~scratch_library();
-    scratch_library(const scratch_library &) = delete;
 
     std::string path(const std::string &name) const { return root + "/" + name; }
 
-    // Each makes the directories above as well.
-    void directory(const std::string &name) const;
-    void file(const std::string &name, const std::string &text = "") const;
-    void link(const std::string &name, const std::string &target) const;
+    // Each creates the directories above as well.
+    void directory(const std::string &name) const { scratch.dir(below_top(name)); }
+    void file(const std::string &name, const std::string &text = "") const {
+        scratch.file(below_top(name), text);
+    }
+    void link(const std::string &name, const std::string &target) const {
+        scratch.link(below_top(name), target);
+    }
 
     std::string catalog_path() const;
     std::string catalog() const { return read_file(catalog_path()); } // empty without one
 
+    scratch_tree scratch;
     std::string top;
     std::string root;
+
+  private:
+    std::string below_top(const std::string &name) const {
+        return path(name).substr(top.size() + 1);
+    }
 };
 
 // What the catalog of a library is called in its header and, with ".ctg.1", on the disk.
@@ -37,9 +46,6 @@ struct tool_run {
     std::string directory = "/";               // where the tool is started
     void (*prepare)() = [] {};                 // called in the process that becomes the tool
 };
-
-// A preparation: not as root.
-void drop_rights();
 
 struct tool_result {
     int status; // exit status; minus the number of a signal, which a hang ends in too

@@ -3,6 +3,7 @@
 #include "apps/lib_ctg/ctgfile.h"
 #include "apps/lib_ctg/ctgroot.h"
 #include "apps/lib_ctg/ctgscan.h"
+#include "tests/support/scratch_tree.h"
 
 #include <climits>
 #include <cstdlib>
@@ -39,14 +40,6 @@ TEST(CompFunc, TypeThenNameThenPath) {
 
 class Library : public testing::Test {
   protected:
-    Library() {
-        char pattern[] = "/tmp/vek_lib_XXXXXX";
-        root_ = mkdtemp(pattern);
-    }
-    ~Library() override { std::filesystem::remove_all(root_); }
-
-    void file(const char *name) const { std::ofstream(root_ + "/" + name); }
-
     // The member count of the catalog after a build, -1 after a build that failed.
     int members_built() const {
         char root[PFA_PATH_SIZE];
@@ -63,21 +56,22 @@ class Library : public testing::Test {
         return members;
     }
 
-    std::string root_;
+    scratch_tree tree_;
+    std::string root_ = tree_.path.substr(0, tree_.path.size() - 1);
 };
 
 // The second build must not be answered from the listing that the first one left in the cache.
 TEST_F(Library, BuiltTwiceInOneProcess) {
-    file("bolt.prt");
+    tree_.file("bolt.prt");
     EXPECT_EQ(members_built(), 1);
-    file("nut.prt");
+    tree_.file("nut.prt");
     EXPECT_EQ(members_built(), 2);
     std::filesystem::remove(root_ + "/bolt.prt");
     EXPECT_EQ(members_built(), 1);
 }
 
 TEST_F(Library, StopsAtTheMostMembersThatTheListsHold) {
-    file("bolt.prt");
+    tree_.file("bolt.prt");
     src_list = xar_alloc_of<member_record *>(MEMBER_LIMIT - 1, LIST_STEP);
     std::strcpy(target_dir, root_.c_str());
     const int prefix = static_cast<int>(root_.size()) + 1;
@@ -102,7 +96,7 @@ TEST_F(Library, ScanOfAnotherDirectoryWarns) {
 // The catalog's name was a symbolic link that somebody had put there, and the run overwrote the
 // file that it pointed to.
 TEST_F(Library, CatalogNameThatIsALinkIsRefused) {
-    file("precious");
+    tree_.file("precious");
     const std::string precious = root_ + "/precious";
     std::ofstream(precious) << "kept";
     std::filesystem::create_symlink(precious, root_ + root_.substr(root_.rfind('/')) + ".ctg.1");

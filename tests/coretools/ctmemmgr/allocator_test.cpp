@@ -26,24 +26,17 @@
 
 #include <gtest/gtest.h>
 
-// Every free of the code under test comes through here; the next one leaves so many bytes of what
-// it was given in the text.
-static std::size_t watched_bytes = 0;
-static std::string freed;
-
-extern "C" {
-void __real_free(void *pointer);
-void __wrap_free(void *pointer);
-
-void __wrap_free(void *pointer) {
-    if (watched_bytes != 0) {
-        freed.assign(static_cast<char *>(pointer), std::exchange(watched_bytes, 0));
-    }
-    __real_free(pointer);
-}
-}
-
 namespace {
+
+// The next block that the core frees: so many of its bytes are kept.
+std::size_t watched_bytes = 0;
+std::string freed;
+
+void watch_free(void *block) {
+    if (watched_bytes != 0) {
+        freed.assign(static_cast<char *>(block), std::exchange(watched_bytes, 0));
+    }
+}
 
 bool all_are(const void *data, std::size_t count, int value) {
     const auto *const first = static_cast<const unsigned char *>(data);
@@ -88,6 +81,7 @@ TEST_F(Allocator, CountsAndOverwrites) {
         const memory_statistics now = get_memory_statistics();
         EXPECT_EQ(now.application_size, before.application_size + size);
         EXPECT_EQ(now.system_size, before.system_size + static_cast<std::int64_t>(whole));
+        before_free = watch_free;
         watched_bytes = whole;
         rlsmem(data);
         std::string overwritten(whole, '\xFF');

@@ -11,7 +11,7 @@
 #include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfaput.h"
 #include "coretools/ctpfa/pfastream.h"
-#include "tests/coretools/ctpfa/directory_test_util.h"
+#include "tests/support/path_records.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -10,7 +10,9 @@
 #include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfapars_internal.h"
 #include "coretools/ctpfa/pfastream.h"
-#include "tests/coretools/ctpfa/directory_test_util.h"
+#include "tests/support/child_process.h"
+#include "tests/support/path_records.h"
+#include "tests/support/scratch_tree.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -136,8 +138,8 @@ TEST(pfapars, StandardFormKnowsDirectories) {
     for (const char *name : {"lib", "Foo.PRT", "bar.prt", "x.dir"}) {
         std::filesystem::create_directory(tree.path + name);
     }
-    write_text(tree.path + "bolt.prt.3", "");
-    write_text(tree.path + "file.dir", "");
+    write_file(tree.path + "bolt.prt.3", "");
+    write_file(tree.path + "file.dir", "");
     std::filesystem::create_symlink("loop", tree.path + "loop");
     const std::tuple<const char *, int, const char *, int> rows[] = {
         {"lib", -1, "lib/", -5},

@@ -14,7 +14,7 @@
 #include "coretools/ctpfa/pfastream.h"
 #include "coretools/ctpfa/pfavers.h"
 #include "coretools/ctsyscall/hostname.h"
-#include "tests/coretools/ctpfa/directory_test_util.h"
+#include "tests/support/path_records.h"
 
 #include <algorithm>
 #include <array>

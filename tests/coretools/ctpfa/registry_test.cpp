@@ -7,9 +7,9 @@
 #include "coretools/ctpfa/pfaloc_call.h"
 #include "coretools/ctpfa/pfamem.h"
 #include "coretools/ctpfa/pfapars.h"
-#include "tests/coretools/ctpfa/directory_test_util.h"
 #include "tests/support/child_process.h"
 #include "tests/support/failing_malloc.h"
+#include "tests/support/path_records.h"
 
 #include <algorithm>
 #include <climits>

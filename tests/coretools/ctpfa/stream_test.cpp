@@ -4,9 +4,9 @@
 #include "coretools/ctpfa/pfaput.h"
 #include "coretools/ctpfa/pfastream.h"
 #include "coretools/ctpfa/pfavers.h"
-#include "tests/coretools/ctpfa/directory_test_util.h"
+#include "tests/support/path_records.h"
+#include "tests/support/scratch_tree.h"
 
-#include <fstream>
 #include <iterator>
 #include <tuple>
 
@@ -15,11 +15,6 @@
 namespace {
 
 using names = std::vector<std::string>;
-
-std::string text_of(const std::string &path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
 
 TEST(pfavers, TheHighestVersionAndTheNext) {
     // What it is about, the files, the one asked for, its highest version (-1: none) and the next.
@@ -39,7 +34,7 @@ TEST(pfavers, TheHighestVersionAndTheNext) {
     for (const auto &[note, files, name, latest, next] : rows) {
         const scratch_tree tree;
         for (const std::string &file : files) {
-            write_text(tree.path + file, "");
+            write_file(tree.path + file, "");
         }
         scoped_record record(tree.path + name);
         int version = 99;
@@ -88,7 +83,7 @@ TEST(pfastream, RefusesWhatItsStateForbidsAndChangesNothing) {
     }
     EXPECT_TRUE(same_bytes(before, closed));
     EXPECT_EQ(last->location_type, PfaStdFilesystem);
-    EXPECT_EQ(text_of(tree.path + "b.prt") + text_of(tree.path + "c.prt.32767"), "");
+    EXPECT_EQ(read_file(tree.path + "b.prt") + read_file(tree.path + "c.prt.32767"), "");
     EXPECT_EQ(read_names(directory), names({"b.prt", "c.prt.32767"}));
 }
 
@@ -113,7 +108,7 @@ TEST(pfastream, WritesTheCodesOfTheEncodeWord) {
         EXPECT_EQ(pfa_fprintf(record, "%s", (text + ends[0]).c_str()),
                   encode == 0 ? PFA_E_NO_ERROR : PFA_E_INVALID_INPUT);
         EXPECT_EQ(pfa_close(record), 0);
-        EXPECT_TRUE(text_of(tree.path + "a.txt") == expected + ends[encode]) << encode;
+        EXPECT_TRUE(read_file(tree.path + "a.txt") == expected + ends[encode]) << encode;
     }
 }
 

@@ -158,7 +158,7 @@ TEST(dir, a_listing_is_stale_when_the_directory_may_have_changed) {
 }
 
 TEST(dir, is_made_moved_and_removed) {
-    scratch_dir scratch, elsewhere("/dev/shm/ctpfafs.XXXXXX");
+    scratch_dir scratch, elsewhere("/dev/shm");
     record made(scratch("made/")), moved(scratch("moved/")), far(elsewhere("far/"));
     EXPECT_EQ((codes{pfaloc_call_F(made, PfaMakeDir), pfaloc_call_F(made, PfaMakeDir)}),
               (codes{0, PFA_E_ERROR}));

@@ -128,7 +128,7 @@ TEST(stream, copies_up_to_the_cookie) {
 
 // The host may refuse a rename for want of a source or of rights: no reason to lose the target.
 TEST(file, a_rename_costs_neither_file) {
-    scratch_dir scratch, elsewhere("/dev/shm/ctpfafs.XXXXXX");
+    scratch_dir scratch, elsewhere("/dev/shm");
     scratch.dir("locked");
     scratch.file("locked/from", "new");
     scratch.dir("locked", 0555);

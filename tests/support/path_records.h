@@ -1,17 +1,10 @@
-// Path records, scratch trees and processes for the tests of this folder.
+// Path records for the tests of the file access layer.
 #pragma once
 
 #include "coretools/ctpfa/vek_file.h"
 
 #include <string>
 #include <vector>
-
-// A directory of its own, removed with all it holds; the path ends in '/'.
-struct scratch_tree {
-    scratch_tree();
-    ~scratch_tree();
-    std::string path;
-};
 
 // A record for the length of a scope: parsed from a name, at the end closed and released.
 struct scoped_record {
@@ -23,8 +16,8 @@ struct scoped_record {
     vek_file *file = nullptr;
 };
 
-void write_text(const std::string &path, const std::string &text);
-// The entries of an open directory from where it stands: name, extension and version; sorted.
+// The entries of an open directory from its current position on, each as name, extension and
+// version; sorted.
 std::vector<std::string> read_names(vek_file *directory);
 std::string location_of(vek_file *record);
 std::string part(const vek_file *record, int index);
@@ -32,5 +25,3 @@ std::string part(const vek_file *record, int index);
 std::string state_of(const vek_file *record);
 void put_state(vek_file *record, const std::string &state);
 bool same_bytes(const vek_file &one, const vek_file *other);
-// For what a process does once in its life. The body says what it expects as any test does.
-void expect_in_own_process(void (*body)());

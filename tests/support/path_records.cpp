@@ -1,4 +1,4 @@
-#include "tests/coretools/ctpfa/directory_test_util.h"
+#include "tests/support/path_records.h"
 
 #include "coretools/ctpfa/pfacomponent.h"
 #include "coretools/ctpfa/pfadir.h"
@@ -8,22 +8,8 @@
 #include "coretools/ctpfa/pfastream.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <sstream>
-
-#include <gtest/gtest.h>
-
-scratch_tree::scratch_tree() {
-    char made[] = "/tmp/pfa_test.XXXXXX";
-    path = std::string(mkdtemp(made)) + "/";
-}
-
-scratch_tree::~scratch_tree() {
-    std::filesystem::remove_all(path);
-}
 
 scoped_record::scoped_record(const std::string &name) {
     if (pfa_alloc_vek_file(&file) == PFA_E_NO_ERROR && !name.empty()) {
@@ -34,10 +20,6 @@ scoped_record::scoped_record(const std::string &name) {
 scoped_record::~scoped_record() {
     (void)pfa_close(file);
     (void)pfa_free_vek_file(&file);
-}
-
-void write_text(const std::string &path, const std::string &text) {
-    std::ofstream(path, std::ios::binary) << text;
 }
 
 std::vector<std::string> read_names(vek_file *directory) {
@@ -84,14 +66,4 @@ void put_state(vek_file *record, const std::string &state) {
 
 bool same_bytes(const vek_file &one, const vek_file *other) {
     return std::memcmp(&one, other, sizeof one) == 0;
-}
-
-void expect_in_own_process(void (*body)()) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(
-        {
-            body();
-            std::exit(testing::Test::HasFailure() ? 1 : 0);
-        },
-        testing::ExitedWithCode(0), "");
 }

@@ -1,0 +1,65 @@
+#include "tests/support/scratch_tree.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include <stdlib.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+void make_parents(const fs::path &path) {
+    std::error_code exists;
+    fs::create_directories(path.parent_path(), exists);
+}
+
+} // namespace
+
+std::string read_file(const std::string &path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void write_file(const std::string &path, const std::string &text) {
+    std::ofstream(path, std::ios::binary) << text;
+}
+
+scratch_tree::scratch_tree(const std::string &where) : path(where + "/vek_test_XXXXXX") {
+    path = std::string(mkdtemp(path.data())) + "/";
+    dir("");
+}
+
+scratch_tree::~scratch_tree() {
+    // A test may have left directories that not even their owner can read.
+    std::error_code ignored;
+    dir("", 0700);
+    for (const fs::directory_entry &entry : fs::recursive_directory_iterator(path, ignored)) {
+        if (entry.is_directory(ignored) && !entry.is_symlink(ignored)) {
+            fs::permissions(entry, fs::perms::owner_all, ignored);
+        }
+    }
+    fs::remove_all(path, ignored);
+}
+
+std::string scratch_tree::dir(const std::string &name, unsigned mode) const {
+    make_parents(path + name);
+    fs::create_directory(path + name);
+    fs::permissions(path + name, fs::perms(mode));
+    return path + name;
+}
+
+std::string scratch_tree::file(const std::string &name, const std::string &text,
+                               unsigned mode) const {
+    make_parents(path + name);
+    write_file(path + name, text);
+    fs::permissions(path + name, fs::perms(mode));
+    return path + name;
+}
+
+std::string scratch_tree::link(const std::string &name, const std::string &target) const {
+    make_parents(path + name);
+    fs::create_symlink(target, path + name);
+    return path + name;
+}

@@ -1,0 +1,28 @@
+// A directory tree for one test.
+#pragma once
+
+#include <string>
+
+// Empty if there is no such file.
+std::string read_file(const std::string &path);
+void write_file(const std::string &path, const std::string &text);
+
+// A new directory below `where`, removed with everything in it. Names are relative to it.
+struct scratch_tree {
+    explicit scratch_tree(const std::string &where = "/tmp");
+    ~scratch_tree();
+    scratch_tree(const scratch_tree &) = delete;
+    scratch_tree &operator=(const scratch_tree &) = delete;
+
+    std::string operator()(const std::string &name = "") const { return path + name; }
+
+    // Each creates the directories above as well, and returns the whole path.
+    std::string dir(const std::string &name, unsigned mode = 0755) const;
+    std::string file(const std::string &name, const std::string &text = "",
+                     unsigned mode = 0644) const;
+    std::string link(const std::string &name, const std::string &target) const;
+
+    std::string content(const std::string &name) const { return read_file(path + name); }
+
+    std::string path; // ends in '/'
+};
