@@ -9,11 +9,11 @@
 #include "basictk/baselib/inc/thrTrap.h"
 #include "coretools/ctfileutil/input_mode.h"
 #include "coretools/ctmisc/crash.h"
-#include "coretools/ctmisc/in_progress.h"
 #include "coretools/ctmisc/lazy_mutex.h"
 #include "coretools/ctmisc/mgr_msg.h"
 #include "coretools/ctmisc/run_mode.h"
 #include "coretools/ctplatform/wide_text.h"
+#include "coretools/ctwcfun/held_text_internal.h"
 #include "coretools/ctwcfun/vek_vsprintf.h"
 
 #include <algorithm>
@@ -29,14 +29,13 @@ constexpr int UNDECIDED = -1;
 constexpr int INPUT_MODE_WITHOUT_DIALOG = 1;
 constexpr int TRAIL_CODE = 69;
 constexpr int TRAIL_SIZE = 260;
-constexpr int CALLBACK_MESSAGE_SIZE = 1000;
 constexpr char CRASHING_OUT[] = "dbg_err_crash() -- crashing out in ORDER_DEBUG ONLY.";
 
 std::atomic<int> order_debug{0};
 std::atomic<int> should_alert_on_error{UNDECIDED};
 std::atomic<int> should_show_dialog{UNDECIDED};
 std::atomic<dbg_crash_callback> dbg_err_crash_callback{nullptr};
-constinit in_progress_mark dbg_crash_called;
+constinit trp_mark dbg_crash_called;
 
 constinit lazy_mutex dbg_crash_lock{thrMutex_Create_Recursive};
 constinit lazy_mutex dbg_err_syserr_lock{thrMutex_Create_Recursive};
@@ -128,19 +127,17 @@ static void make_trail_line(char (&line)[TRAIL_SIZE], const char *name, const ch
     line[whole - 1] = '\0';
 }
 
-// name and text as they were formatted; shown says whether the report may print and keep them.
-static void report_serious_error(const char *name, bool shown, const char *text, bool has_text) {
+// message is null if there is none. shown: the report may print and keep name and message.
+static void report_serious_error(const char *name, bool shown, const char *message) {
     char trail_line[TRAIL_SIZE] = "";
-    char message[CALLBACK_MESSAGE_SIZE]; // the text, out of reach of what the callback formats
     if (shown) {
-        make_trail_line(trail_line, name, text);
-        std::snprintf(message, sizeof message, "%s", text);
-        std::printf("%s:  %s\n", name, text);
+        make_trail_line(trail_line, name, text_or_empty(message));
+        std::printf("%s:  %s\n", name, text_or_empty(message));
     }
     bool ends = should_alert_on_error != 0;
     const dbg_crash_callback callback = dbg_err_crash_callback;
     if (ends && should_show_dialog == 1 && callback != nullptr) {
-        ends = callback(name, has_text ? message : nullptr) != 0;
+        ends = callback(name, message) != 0;
     }
     if (!ends) {
         std::printf("dbg_err_crash() -- continuing from serious error (%s).\n", "ORDER_DEBUG");
@@ -157,19 +154,24 @@ static void report_serious_error(const char *name, bool shown, const char *text,
 }
 
 int dbg_err_crash(const char *name, const char *format, ...) {
-    in_progress_call call;
-    if (order_debug == 0 || !in_progress_enter(&call, &dbg_crash_called)) {
+    trp_marked_call call;
+    if (order_debug == 0 || !trp_enter_call(&call, &dbg_crash_called)) {
         return 0;
     }
     const bool shown = user_run_mode() == 0 && name != nullptr;
-    std::va_list arguments;
-    va_start(arguments, format);
-    const char *text = shown ? formatted(format, arguments) : "";
-    va_end(arguments);
+    vek_held_text message; // the callback may format
+    if (shown && format != nullptr) {
+        std::va_list arguments;
+        va_start(arguments, format);
+        vek_hold_text(&message, format, arguments);
+        va_end(arguments);
+    }
     lock_dbg_crash();
     decide_what_a_serious_error_does();
-    report_serious_error(name, shown, text, shown && format != nullptr);
-    in_progress_leave(&call);
+    report_serious_error(name, shown,
+                         shown && format != nullptr ? text_or_empty(message.text) : nullptr);
+    vek_release_text(&message);
+    trp_leave_call(&call);
     unlock_dbg_crash();
     return 1;
 }
@@ -217,19 +219,16 @@ int err_crash(const char *name, const char *text) {
 
 // The hook may itself run out of memory, which then is not told a second time.
 static void tell_hook(const char *text) {
-    static thread_local in_progress_mark telling;
-    in_progress_call call;
-    if (in_progress_enter(&call, &telling)) {
+    static thread_local trp_mark telling;
+    trp_marked_call call;
+    if (trp_enter_call(&call, &telling)) {
         mgr_msg_put(text, text);
-        in_progress_leave(&call);
+        trp_leave_call(&call);
     }
 }
 
 void error_break(const char *text) {
     tell_hook(text);
     dbg_err_crash("error_break", text);
-    // The jump, if there is one, leaves reports and formatting calls of this thread for good.
-    in_progress_call *const abandoned = in_progress_abandon_all();
     trp_execute(TRP_CLASS_MEMORY);
-    in_progress_resume(abandoned);
 }

@@ -36,7 +36,7 @@ void set_dbg_err_crash(int ends_process);
 
 // Asked before a serious error ends the process, unless the input mode, the run mode and the
 // environment variable DBG_ERR_SHOW_DIALOG leave it out: nonzero ends it, zero continues. message
-// may be null, is cut to 999 characters and lives until the callback returns. The setter answers
+// may be null and lives until the callback returns. The setter answers
 // the callback that was installed before.
 using dbg_crash_callback = int (*)(const char *name, const char *message);
 dbg_crash_callback set_dbg_err_crash_callback(dbg_crash_callback callback);

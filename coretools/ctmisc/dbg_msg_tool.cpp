@@ -2,7 +2,7 @@
 #include "coretools/ctmisc/dbg_msg_tool.h"
 
 #include "basictk/baselib/inc/thrMutex.h"
-#include "coretools/ctmisc/in_progress.h"
+#include "basictk/baselib/inc/thrTrap.h"
 #include "coretools/ctmisc/lazy_mutex.h"
 
 #include <atomic>
@@ -26,7 +26,7 @@ constexpr int FILE_NAME_SIZE = 260;
 std::atomic<int> dbg_allow_print{0};
 std::atomic<int> dbg_allow_crash{0};
 std::atomic<dbg_crash_func> crash_func{nullptr};
-constinit in_progress_mark dbg_msg_tool_called;
+constinit trp_mark dbg_msg_tool_called;
 constinit lazy_mutex dbg_msg_tool_lock{thrMutex_Create_Recursive};
 
 // Under the lock.
@@ -131,8 +131,8 @@ static bool wants_signal(message_kind kind, const char *name) {
 
 static void dbg_msg_tool(message_kind kind, const char *name, char level, const char *format,
                          std::va_list arguments) {
-    in_progress_call call;
-    if (!in_progress_enter(&call, &dbg_msg_tool_called)) {
+    trp_marked_call call;
+    if (!trp_enter_call(&call, &dbg_msg_tool_called)) {
         return;
     }
     // Formatted before the lock is taken and a file is open: formatting can run out of memory, and
@@ -150,7 +150,7 @@ static void dbg_msg_tool(message_kind kind, const char *name, char level, const 
         write_box(heading, message);
     }
     unlock_dbg_msg_tool();
-    in_progress_leave(&call);
+    trp_leave_call(&call);
     if (signals) {
         kill(getpid(), SIGUSR1);
     }

@@ -79,7 +79,14 @@ char *wstostr(char *destination, const vek_wchar *source) {
 vek_wchar *strtows(vek_wchar *destination, const char *source) {
     vek_wchar *end = destination;
     for (; source != nullptr && *source != '\0'; ++end) {
-        source += euc_decode(end, source);
+        const auto lead = static_cast<unsigned char>(*source);
+        const int length = euc_char_length(lead);
+        if (length == 1 || euc_decode(end, source) != length) {
+            *end = lead; // ASCII, or the first byte of a character that the text cuts short
+            ++source;
+        } else {
+            source += length;
+        }
     }
     *end = 0;
     return destination;

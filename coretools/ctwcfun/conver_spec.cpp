@@ -34,8 +34,8 @@ constexpr conversion_row conv_spec_def[] = {
 constexpr int conv_spec_count = static_cast<int>(std::size(conv_spec_def));
 static_assert(conv_spec_count == 19);
 
-constexpr char FLAGS[] = "-+ #0";
-constexpr char BEFORE_CONVERSION[] = "-+ #0123456789.*";
+constexpr char FLAGS[] = "-+ #0'";
+constexpr char BEFORE_CONVERSION[] = "-+ #0'123456789.*";
 // Conversions that mean the same in upper case, but for the look of what they print.
 constexpr char UPPER_CASE_CONVERSIONS[] = "XEGF";
 

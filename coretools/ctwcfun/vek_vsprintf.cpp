@@ -4,14 +4,15 @@
 
 #include "basictk/baselib/inc/thrLocalObject.h"
 #include "basictk/baselib/inc/thrMutex.h"
+#include "basictk/baselib/inc/thrTrap.h"
 #include "coretools/apfutil/path_to_os.h"
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctmemmgr/xar.h"
 #include "coretools/ctmisc/dbg_msg_tool.h"
-#include "coretools/ctmisc/in_progress.h"
 #include "coretools/ctplatform/wide_text.h"
 #include "coretools/ctstrutil/ascii.h"
 #include "coretools/ctwcfun/conver_spec.h"
+#include "coretools/ctwcfun/held_text_internal.h"
 #include "coretools/genutil1/text_copy.h"
 
 #include <atomic>
@@ -38,7 +39,7 @@ struct work_record {
     char *item = nullptr;      // extensible array: one formatted directive
     int mb_capacity = 0;
     int item_capacity = 0;
-    in_progress_mark busy;
+    trp_mark busy;
     work_record *nested = nullptr;
 };
 
@@ -73,7 +74,7 @@ static work_record **thread_slot() {
 }
 
 // The first record of the thread that no call is using, marked busy; null without memory.
-static work_record *enter_work_record(in_progress_call *call) {
+static work_record *enter_work_record(trp_marked_call *call) {
     work_record **link = thread_slot();
     while (link != nullptr) {
         if (*link == nullptr) {
@@ -83,7 +84,7 @@ static work_record *enter_work_record(in_progress_call *call) {
             }
             *link = ::new (block) work_record;
         }
-        if (in_progress_enter(call, &(*link)->busy)) {
+        if (trp_enter_call(call, &(*link)->busy)) {
             return *link;
         }
         link = &(*link)->nested;
@@ -279,7 +280,8 @@ static bool format_all(work_record *record, const char *format, argument_list *a
     return append(record, "", 1);
 }
 
-char *vek_vsprintf(char *destination, const char *format, std::va_list arguments) {
+const char *vek_hold_text(vek_held_text *held, const char *format, std::va_list arguments) {
+    held->text = nullptr;
     if (format == nullptr) {
         return nullptr;
     }
@@ -287,24 +289,37 @@ char *vek_vsprintf(char *destination, const char *format, std::va_list arguments
         std::printf("vek_sprintf   format too long \n");
         return nullptr;
     }
-    in_progress_call call;
-    work_record *record = enter_work_record(&call);
+    work_record *record = enter_work_record(&held->call);
     if (record == nullptr) {
         return nullptr;
     }
     argument_list passed;
     va_copy(passed.list, arguments);
-    char *result = nullptr;
     if (prepare(record) && format_all(record, format, &passed)) {
-        result = record->output;
-        if (destination != nullptr) {
-            result = static_cast<char *>(std::memcpy(
-                destination, record->output, static_cast<std::size_t>(xar_count(&record->output))));
-        }
+        held->text = record->output;
+    } else {
+        trp_leave_call(&held->call);
     }
     va_end(passed.list);
-    in_progress_leave(&call);
-    return result;
+    return held->text;
+}
+
+void vek_release_text(vek_held_text *held) {
+    if (held->text != nullptr) {
+        trp_leave_call(&held->call);
+    }
+}
+
+char *vek_vsprintf(char *destination, const char *format, std::va_list arguments) {
+    vek_held_text held;
+    if (vek_hold_text(&held, format, arguments) == nullptr) {
+        return nullptr;
+    }
+    if (destination != nullptr) {
+        std::memcpy(destination, held.text, static_cast<std::size_t>(xar_count(&held.text)));
+    }
+    vek_release_text(&held);
+    return destination != nullptr ? destination : held.text;
 }
 
 int vek_printf(const char *format, ...) {

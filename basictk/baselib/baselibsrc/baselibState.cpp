@@ -3,8 +3,6 @@
 
 #include <cstdlib>
 
-constinit baselibState theCTState;
-
 void baselibState::SetNewState() {
     noInteract = std::getenv("NOINTERACT") != nullptr;
     noExit = std::getenv("NOEXIT") != nullptr;

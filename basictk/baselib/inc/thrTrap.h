@@ -3,6 +3,7 @@
 
 #include "basictk/baselib/inc/btkXArray.h"
 
+#include <atomic>
 #include <csetjmp>
 #include <cstdint>
 
@@ -15,10 +16,23 @@ using trp_cleanup = void (*)(const trp_word words[TRP_CLEANUP_WORDS]);
 
 struct trp_cleanup_call;
 
+// Set while a call that must not be entered twice (a report, formatting into one buffer) is under
+// way. A trap that jumps out of the call clears its mark.
+struct trp_mark {
+    std::atomic<int> set{0};
+};
+
+// A marked call of this thread. Lives in the stack frame of the call.
+struct trp_marked_call {
+    trp_mark *mark = nullptr;
+    trp_marked_call *outer = nullptr; // the marked call that this one is inside
+};
+
 struct trp_frame {
-    int class_mask;         // the classes that this frame takes
-    std::jmp_buf *context;  // the caller's; resumed with the value 1
-    trp_cleanup_call *head; // queued calls, first in first out
+    int class_mask;             // the classes that this frame takes
+    std::jmp_buf *context;      // the caller's; resumed with the value 1
+    trp_marked_call *innermost; // when the frame was pushed; a trap ends the calls inside it
+    trp_cleanup_call *head;     // queued calls, first in first out
     trp_cleanup_call *tail;
 };
 
@@ -50,8 +64,15 @@ void trp_pop_frame();
 // without a frame or memory or with a count outside 0 to TRP_CLEANUP_WORDS.
 int trp_queue_cleanup(trp_cleanup function, const trp_word *words, int count);
 
+// Sets the mark and enters the call. False, and nothing is done, if the mark is set already, by
+// whichever thread.
+[[nodiscard]] bool trp_enter_call(trp_marked_call *call, trp_mark *mark);
+// Leaves the thread's innermost marked call and clears its mark.
+void trp_leave_call(trp_marked_call *call);
+
 // Hands a trap of the given class to the calling thread's innermost frame that takes it: first
 // the thread's mutexes are unlocked (one level each), then the clean-up calls of every frame on
-// the way are run, those of the frame itself included, and the inner frames are dropped. Returns
+// the way are run, those of the frame itself included, and the inner frames are dropped, with the
+// marks of the calls that the jump leaves. Returns
 // only when no frame takes it: the frames are then as they were, but without their calls.
 void trp_execute(int class_mask);

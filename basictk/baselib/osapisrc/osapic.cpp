@@ -4,6 +4,9 @@
 #include "basictk/baselib/inc/btkStartUp.h"
 #include "basictk/baselib/inc/thrThread.h"
 
+// Defined beside its initialisation: a program that uses nothing else of the toolkit still links
+// the start-up that fills it in.
+constinit baselibState theCTState;
 thrMutex *_AbortMutex = nullptr;
 thrMutex *fork_protection = nullptr;
 btkMemMgr *pStringMemMgr = nullptr;

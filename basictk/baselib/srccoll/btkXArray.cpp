@@ -109,7 +109,7 @@ bool btkXArrayImpl::_Reallocate(int n) {
         return false;
     }
     const int fit = capacity_for(count + n, capacity);
-    return fit == capacity || SetCapacity(fit);
+    return fit != 0 && (fit == capacity || SetCapacity(fit));
 }
 
 int btkClassXArrayImpl::Cmp_Ptrs(const void *left, const void *right) {

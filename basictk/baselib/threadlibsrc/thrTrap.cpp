@@ -20,6 +20,8 @@ namespace {
 std::atomic<thrLocalObject *> trp_stack_key{nullptr};
 trp_stack *static_trap = nullptr; // used by one thread only: threading is off
 
+thread_local trp_marked_call *innermost_call = nullptr;
+
 // Takes the first queued call off a frame; false when there is none.
 bool take_call(trp_frame &frame, trp_cleanup_call *taken) {
     trp_cleanup_call *call = frame.head;
@@ -97,7 +99,7 @@ int trp_push_frame(int class_mask, std::jmp_buf *context) {
     if (stack == nullptr || context == nullptr) {
         return 0;
     }
-    return stack->frames.Append({class_mask, context, nullptr, nullptr}) ? 1 : 0;
+    return stack->frames.Append({class_mask, context, innermost_call, nullptr, nullptr}) ? 1 : 0;
 }
 
 void trp_pop_frame() {
@@ -124,6 +126,20 @@ int trp_queue_cleanup(trp_cleanup function, const trp_word *words, int count) {
     (frame.tail != nullptr ? frame.tail->next : frame.head) = call;
     frame.tail = call;
     return 1;
+}
+
+bool trp_enter_call(trp_marked_call *call, trp_mark *mark) {
+    if (mark->set.exchange(1, std::memory_order_acquire) != 0) {
+        return false;
+    }
+    *call = {mark, innermost_call};
+    innermost_call = call;
+    return true;
+}
+
+void trp_leave_call(trp_marked_call *call) {
+    innermost_call = call->outer;
+    call->mark->set.store(0, std::memory_order_release);
 }
 
 // Nothing in here has a destructor to run: the jump crosses this function.
@@ -155,6 +171,9 @@ void trp_execute(int class_mask) {
         }
         if (i < stack->frames.Count() && (stack->frames[i].class_mask & class_mask) != 0) {
             std::jmp_buf *context = stack->frames[i].context;
+            while (innermost_call != stack->frames[i].innermost) {
+                trp_leave_call(innermost_call);
+            }
             drop_frames(stack, i + 1);
             stack->executing = 0;
             std::longjmp(*context, 1);

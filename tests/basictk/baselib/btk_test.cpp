@@ -2,6 +2,7 @@
 #include "basictk/baselib/inc/btkMemMgr.h"
 #include "basictk/baselib/inc/btkStartUp.h"
 #include "basictk/baselib/inc/btkXArray.h"
+#include "tests/support/failing_malloc.h"
 #include "tests/support/threads.h"
 
 #include <algorithm>
@@ -152,6 +153,19 @@ TEST(XArray, RefusesWrongRangesAndImpossibleSizes) {
     EXPECT_FALSE(array._Insert(4, 1, values) || array._Insert(0, -1, values));
     EXPECT_FALSE(array._Insert(0, INT32_MAX, nullptr));
     EXPECT_EQ(array.Count(), 3);
+}
+
+// An array that got no storage and was asked for more elements than an int counts once agreed to
+// hold them, and wrote through null.
+TEST(XArray, WithoutStorageRefusesAnImpossibleSize) {
+    fail_allocation(0, false);
+    btkXArray<char> array;
+    fail_allocation(NO_FAILURE, false);
+    ASSERT_EQ(array.Capacity(), 0);
+    EXPECT_FALSE(array._Reallocate((1 << 30) + 1));
+    EXPECT_FALSE(array._Insert(0, (1 << 30) + 1, nullptr));
+    EXPECT_TRUE(array.Append('a'));
+    EXPECT_EQ(array.Capacity(), 64);
 }
 
 TEST(XArray, KeepsOrderByKey) {

@@ -16,6 +16,7 @@
 #include <csignal>
 #include <cstdarg>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -170,6 +171,31 @@ TEST(Report, TrapOutOfAReportLeavesReportsUsable) {
     EXPECT_EQ(child.out, told + "trapped\n" + told + "trapped\n" + told +
                              "not trapped, nested 0\n" + CONTINUES + "=1\n");
     EXPECT_EQ(child.status, 0) << child.err;
+}
+
+int trap_in_callback(const char *, const char *message) {
+    std::jmp_buf context;
+    trp_push_frame(TRP_CLASS_MEMORY, &context);
+    if (setjmp(context) == 0) {
+        error_break("Memory error.");
+    }
+    trp_pop_frame();
+    std::printf("nested %d\n", dbg_err_crash("callback", "%1200s", ""));
+    std::printf("%zu\n", std::strlen(message));
+    return 0;
+}
+
+// A trap taken inside a report, by a frame that the callback pushed, once cleared the mark of the
+// report: a second report printed inside the first. The callback's message was cut to 999
+// characters, or replaced by the next formatted text.
+TEST(Report, TrapInsideAReportLeavesTheReportItsMarkAndMessage) {
+    const child_result child = run_in_child([] {
+        switch_on(9998);
+        set_dbg_err_crash_callback(trap_in_callback);
+        dbg_err_crash("place", "%1100s", "");
+    });
+    EXPECT_EQ(child.out, "place:  " + std::string(1100, ' ') +
+                             "\nMemory error.: Memory error.\nnested 0\n1100\n" + CONTINUES);
 }
 
 TEST(Report, ThreadsReportAtOnce) {

@@ -28,9 +28,11 @@ TEST(WideText, EveryKindOfCharacterAndEveryTruncation) {
         std::string text;
         std::vector<vek_wchar> wide;
     } const rows[] = {
-        {"a\x7f", {'a', 0x7f}},           {"\xb0\xa1z", {0xb0a1, 'z'}}, {"\x8e\xb1z", {0xb1, 'z'}},
-        {"\x8f\xb0\xa1z", {0xb021, 'z'}}, {"x\xb0", {'x', 0xb0}},       {"x\x8e", {'x', 0x8e}},
-        {"x\x8f", {'x', 0x8f}},           {"x\x8f\xb0", {'x', 0xb0}},   {"\xb0z", {0xb0fa}},
+        {"a\x7f", {'a', 0x7f}},     {"\xb0\xa1z", {0xb0a1, 'z'}},
+        {"\x8e\xb1z", {0xb1, 'z'}}, {"\x8f\xb0\xa1z", {0xb021, 'z'}},
+        {"x\xb0", {'x', 0xb0}},     {"x\x8e", {'x', 0x8e}},
+        {"x\x8f", {'x', 0x8f}},     {"x\x8f\xb0", {'x', 0x8f, 0xb0}},
+        {"\xb0z", {0xb0fa}},
     };
     for (const auto &row : rows) {
         EXPECT_EQ(widened(row.text), row.wide) << row.text;

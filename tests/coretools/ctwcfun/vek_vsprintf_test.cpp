@@ -79,7 +79,7 @@ TEST(Format, UpperCaseConversions) {
 }
 
 TEST(Format, RefusedDirectives) {
-    std::istringstream formats("%hd % a% %5 %- %. %lc %ls %ll %le %lld %p %n %a %w %1$d %'d %5% "
+    std::istringstream formats("%hd % a% %5 %- %. %lc %ls %ll %le %lld %p %n %a %w %1$d %5% "
                                "%5-d %.-3d %1.2.3d %*-d %\x8f\x80\x80z %5\xe4 %jd %zu %m "
                                "%99999999999d %2047984d %.2047985d");
     for (std::string format; formats >> format;) {
@@ -141,7 +141,7 @@ void compare_random_directives(int seed) {
     const auto directive = [&](const char *modifier, const std::string &letters) {
         std::string text = "before %";
         while (random() % 3 == 0) {
-            text += "-+ #0"[random() % 5];
+            text += "-+ #0'"[random() % 6];
         }
         text += sizes[random() % sizes.size()] + modifier;
         return text + letters[random() % letters.size()] + " after";
@@ -187,6 +187,28 @@ TEST(Format, PrecisionKeepsCharactersWhole) {
         take_care_of_precision(directive, cut.data());
         EXPECT_EQ(cut.data(), kept) << directive;
     }
+}
+
+int trap_and_format(const char *) {
+    std::jmp_buf context;
+    trp_push_frame(TRP_CLASS_MEMORY, &context);
+    if (setjmp(context) == 0) {
+        error_break("Memory error.");
+    }
+    trp_pop_frame();
+    vek_printf("nested %d\n", 1);
+    return 0;
+}
+
+// A trap taken inside the report of a formatting call, by a frame pushed there, once cleared the
+// mark of the call: the nested text then replaced the one being built.
+TEST(Format, TrapInsideACallLeavesTheCallItsText) {
+    const child_result child = run_in_child([] {
+        dbg_set_allow_crash(1);
+        dbg_set_crash_func(trap_and_format);
+        vek_printf("before %pf|after\n", std::string(256, 'x').c_str());
+    });
+    EXPECT_EQ(child.out, "nested 1\nbefore |after\n");
 }
 
 // The report used to format into the text that was being built.

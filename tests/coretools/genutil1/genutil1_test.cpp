@@ -54,6 +54,10 @@ TEST(NameAlphabet, FirstCharacterThatBreaksIt) {
         EXPECT_EQ(invalid_name_idx(wstr_ret(name)), index) << name;
         EXPECT_EQ(invalid_string(wstr_ret(name)), invalid) << name;
     }
+    // Half a character at the end of a name once counted as its second byte, here a valid letter.
+    EXPECT_EQ(invalid_string(wstr_ret("a\x8f"
+                                      "b")),
+              1);
     for (const vek_wchar beyond : {-1, 0x141, 0x10061}) {
         EXPECT_EQ(is_valid_wc(beyond), 0);
     }
