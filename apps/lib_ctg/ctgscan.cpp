@@ -159,13 +159,12 @@ ctg_result take_directory(vek_file *entry, char *path, const scan_level *level) 
 // What reading an entry told beside its name.
 struct entry_answers {
     int status;
-    int is_dir;
-    int error; // errno of the look at the entry, where one was needed
+    int kind; // see pfa_entry_kind
 };
 
-// Whether an errno says more than that no directory is there.
-bool could_not_look(int error) {
-    return error != 0 && error != ENOENT && error != ENOTDIR && error != ELOOP;
+// False also where the failed look says that no directory is there.
+bool could_not_look(int kind) {
+    return kind < 0 && kind != -ENOENT && kind != -ENOTDIR && kind != -ELOOP;
 }
 
 ctg_result take_entry(vek_file *entry, const entry_answers &read, const scan_level *level) {
@@ -188,7 +187,7 @@ ctg_result take_entry(vek_file *entry, const entry_answers &read, const scan_lev
         std::memcpy(path, level->path, level->length);
         std::memcpy(path + level->length, name, name_length + 1);
     }
-    const int status = pfa_to_standard_form_private(entry, read.is_dir);
+    const int status = pfa_to_standard_form_private(entry, read.kind == PFA_DIRECTORY ? 1 : 0);
     if (is_out_of_memory(status)) {
         return CTG_OUT_OF_MEMORY;
     }
@@ -196,11 +195,12 @@ ctg_result take_entry(vek_file *entry, const entry_answers &read, const scan_lev
     if (type == OBJ_TYPE_DIRECTORY) {
         return take_directory(entry, path, level);
     }
-    if (read.is_dir != 0) { // its record has no room for the final '/' and the extension DIR
+    if (read.kind ==
+        PFA_DIRECTORY) { // its record has no room for the final '/' and the extension DIR
         std::printf("Warning: Path too long: %s\n", path);
         return CTG_DONE;
     }
-    if (could_not_look(read.error)) {
+    if (could_not_look(read.kind)) {
         std::printf("Warning: No access to %s\n", path);
     }
     if (type == OBJ_TYPE_NO_MEMBER || status != PFA_E_NO_ERROR) {
@@ -214,9 +214,7 @@ ctg_result take_entry(vek_file *entry, const entry_answers &read, const scan_lev
 ctg_result read_level(vek_file *directory, vek_file *entry, const scan_level *level) {
     for (;;) {
         entry_answers read = {};
-        errno = 0;
-        read.status = pfa_read_dir_and_kind(directory, entry, &read.is_dir);
-        read.error = errno;
+        read.status = pfa_read_dir_and_kind(directory, entry, &read.kind);
         if (read.status == PFA_E_QUIT) {
             return CTG_DONE;
         }

@@ -134,13 +134,13 @@ pfa_status pfa_read_dir(vek_file *directory, vek_file *entry) {
     return read_next(directory, entry, nullptr, nullptr);
 }
 
-pfa_status pfa_read_dir_and_kind(vek_file *directory, vek_file *entry, int *is_dir) {
+pfa_status pfa_read_dir_and_kind(vek_file *directory, vek_file *entry, int *kind) {
     static constexpr pfa_dir_filter TAKE_AND_TELL = {
         nullptr, [](vek_file *, const char *, int answer, void *argument) {
             *static_cast<int *>(argument) = answer;
             return 0;
         }};
-    return read_next(directory, entry, &TAKE_AND_TELL, is_dir);
+    return read_next(directory, entry, &TAKE_AND_TELL, kind);
 }
 
 pfa_status pfa_close_dir(vek_file *directory) {

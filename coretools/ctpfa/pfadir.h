@@ -7,6 +7,7 @@
 // PFA_E_NOT_VALID answers a null, freed or overwritten record and one that is no directory.
 #pragma once
 
+#include "coretools/ctpfa/pfa_entry_kind.h"
 #include "coretools/ctpfa/vek_file.h"
 
 // Opens the directory, whose path becomes absolute, at its first entry.
@@ -31,9 +32,9 @@ pfa_status pfa_open_dir_subset(vek_file *directory, const char *subset);
 //   -1                   the location offers no "PfaDirReadNext"
 //   otherwise            what the location answers
 pfa_status pfa_read_dir(vek_file *directory, vek_file *entry);
-// The same, and whether the entry is a directory: 1 or 0 in *is_dir. The listing mostly knows;
-// where the location has to ask for it, a failure to find out answers 0 and leaves its errno.
-pfa_status pfa_read_dir_and_kind(vek_file *directory, vek_file *entry, int *is_dir);
+// The same, and stores the kind of the entry (see pfa_entry_kind) whenever one was read, also with
+// PFA_E_INVALID_NAME.
+pfa_status pfa_read_dir_and_kind(vek_file *directory, vek_file *entry, int *kind);
 
 // Closes an open directory record, which the caller (pfa_close) has checked. A listing on loan goes
 // back to the cache. PFA_E_NO_ACCESS for a record whose listing is out on loan: it stays open.

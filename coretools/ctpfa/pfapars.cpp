@@ -141,8 +141,7 @@ int name_is_invalid(const vek_file *record) {
     return wide != nullptr ? invalid_string(wide) : -1;
 }
 
-// Types a record whose type is not known yet. Nothing here may follow the folder test of a record
-// that is no folder: the caller reads errno.
+// Types a record whose type is not known yet.
 pfa_status find_type(vek_file *record, int directory) {
     const int invalid = name_is_invalid(record);
     if (invalid < 0) {

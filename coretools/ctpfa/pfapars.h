@@ -30,8 +30,6 @@ pfa_status parse_to_pfa(vek_file *record, int parse_location, const char *text);
 // Fixes the type of a record whose type is -4: from its extension, then -5 when the location type
 // says that it is a folder. directory as above. 0; 11 for any other record; 16 without memory; or
 // what making it a directory answered, with the type left -4.
-// For a record that is found to be no folder, errno is what the folder test left: it tells a thing
-// that is no folder, or is not there, from one that could not be looked at.
 pfa_status pfa_to_standard_form(vek_file *record);
 pfa_status pfa_to_standard_form_private(vek_file *record, int directory);
 

@@ -184,8 +184,8 @@ int pfa_stdio_dir_read_next(vek_file *directory, void **data, plm_ptr out, plm_p
     }
     const char *name = listing->name;
     listing->name = nullptr;
-    if (!pfafs_filter_takes(filter.as<const pfa_dir_filter>(), directory, name, with_kind != 0, 0,
-                            argument.as<void>())) {
+    if (!pfafs_filter_takes(filter.as<const pfa_dir_filter>(), directory, name, with_kind != 0,
+                            PFA_NO_DIRECTORY, argument.as<void>())) {
         return PFA_E_QUIT;
     }
     vek_file *entry = out.as<vek_file>();

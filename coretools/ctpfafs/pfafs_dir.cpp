@@ -19,11 +19,9 @@
 
 namespace {
 
-enum dir_flag : int {
-    DIR_FLAG_UNKNOWN = -1,
-    DIR_FLAG_NO = 0,
-    DIR_FLAG_YES = 1,
-};
+// What is known of an entry's kind: a kind, errno + DIR_FLAG_FAILED after a failed look, or this.
+constexpr int DIR_FLAG_NOT_ASKED = -1;
+constexpr int DIR_FLAG_FAILED = 1;
 
 // An open directory. Times are whole seconds.
 struct pfafs_directory {
@@ -33,7 +31,7 @@ struct pfafs_directory {
     unix_dir *listing;
     std::time_t mtime;
     std::time_t seen_time; // the later of its modification and access times at open
-    int *dir_flags;        // a dir_flag for each element of the listing, its closing null included
+    int *dir_flags;        // for each element of the listing, its closing null included
 };
 
 // The directory open on a directory record; null when there is none.
@@ -65,33 +63,38 @@ pfafs_directory *new_directory(unix_dir *listing) {
     }
     for (int i = 0; i < count; ++i) {
         const char *name = listing->names[i];
-        block->dir_flags[i] = name == nullptr ? DIR_FLAG_UNKNOWN : os_listed_as_dir(name);
+        block->dir_flags[i] = name == nullptr ? DIR_FLAG_NOT_ASKED : os_listed_as_dir(name);
     }
     return block;
 }
 
-// Whether the entry just read is a directory: as it was listed, or asked of the host once an entry
-// (errno then as vek_is_dir left it) and kept after that.
+// The kind of a name below the directory, asked of the host.
 // path holds 260 characters; path_length is that of the directory's name in it, which is built at
-// the first question of a call: -1 before, 260 when it cannot be built.
-int entry_is_dir(vek_file *directory, pfafs_directory *block, const char *entry, char *path,
-                 int *path_length) {
-    int *flag = &block->dir_flags[block->listing->next - 1];
-    if (*flag != DIR_FLAG_UNKNOWN) {
-        return *flag;
-    }
+// the first question of a call: -1 before, 260 when it cannot be built. A name too long for the
+// host counts as no directory.
+int ask_kind(vek_file *directory, const char *entry, char *path, int *path_length) {
     if (*path_length < 0) {
         *path_length = pfa_get_full_name(directory, path) == PFA_E_NO_ERROR
                            ? static_cast<int>(std::strlen(path))
                            : PFA_PATH_SIZE;
     }
     const int entry_length = static_cast<int>(std::strlen(entry));
-    *flag = DIR_FLAG_NO;
-    if (*path_length + entry_length < PFA_PATH_SIZE) {
-        std::memcpy(path + *path_length, entry, static_cast<std::size_t>(entry_length) + 1);
-        *flag = vek_is_dir(path) ? DIR_FLAG_YES : DIR_FLAG_NO;
+    if (*path_length + entry_length >= PFA_PATH_SIZE) {
+        return PFA_NO_DIRECTORY;
     }
-    return *flag;
+    std::memcpy(path + *path_length, entry, static_cast<std::size_t>(entry_length) + 1);
+    return vek_kind_of(path);
+}
+
+// The kind of the entry just read: as it was listed, or asked of the host once and kept.
+int entry_kind(vek_file *directory, pfafs_directory *block, const char *entry, char *path,
+               int *path_length) {
+    int *flag = &block->dir_flags[block->listing->next - 1];
+    if (*flag == DIR_FLAG_NOT_ASKED) {
+        const int kind = ask_kind(directory, entry, path, path_length);
+        *flag = kind < 0 ? DIR_FLAG_FAILED - kind : kind;
+    }
+    return *flag > DIR_FLAG_FAILED ? DIR_FLAG_FAILED - *flag : *flag;
 }
 
 // Gives the entry record the directory's location type, no location yet, and the name. Only the
@@ -107,7 +110,7 @@ int pfafs_open_dir(vek_file *record, void **data, plm_ptr location, plm_ptr patt
 }
 
 // Without a filter the next entry is taken. A filter that takes none runs through the rest of the
-// directory, and may come without an output record. with_kind asks for the directory answer.
+// directory, and may come without an output record. with_kind asks for the kind.
 int pfafs_dir_read_next(vek_file *directory, void **data, plm_ptr out, plm_ptr filter_in,
                         plm_ptr argument, int with_kind) {
     pfafs_directory *block = directory_of(directory, data);
@@ -123,10 +126,10 @@ int pfafs_dir_read_next(vek_file *directory, void **data, plm_ptr out, plm_ptr f
         if (name == nullptr) {
             return PFA_E_QUIT;
         }
-        const int is_dir = filter != nullptr && with_kind != 0
-                               ? entry_is_dir(directory, block, name, path, &path_length)
-                               : DIR_FLAG_NO;
-        if (pfafs_filter_takes(filter, directory, name, with_kind != 0, is_dir,
+        const int kind = filter != nullptr && with_kind != 0
+                             ? entry_kind(directory, block, name, path, &path_length)
+                             : PFA_NO_DIRECTORY;
+        if (pfafs_filter_takes(filter, directory, name, with_kind != 0, kind,
                                argument.as<void>())) {
             return pfa_is_valid(entry) ? put_entry(directory, name, entry) : PFA_E_INVALID_INPUT;
         }

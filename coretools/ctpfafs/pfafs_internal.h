@@ -60,13 +60,13 @@ int pfa_actually_open_dir(vek_file *record, void **data, const char *location, c
                           pfafs_name_form form);
 
 // Whether a listing takes an entry. A null filter takes every entry; a filter is called as the
-// reader wants it, with or without the directory answer.
+// reader wants it, with or without the kind.
 inline bool pfafs_filter_takes(const pfa_dir_filter *filter, vek_file *directory, const char *name,
-                               bool with_kind, int is_dir, void *argument) {
+                               bool with_kind, int kind, void *argument) {
     if (filter == nullptr) {
         return true;
     }
-    return (with_kind ? filter->by_name_and_kind(directory, name, is_dir, argument)
+    return (with_kind ? filter->by_name_and_kind(directory, name, kind, argument)
                       : filter->by_name(directory, name, argument)) == 0;
 }
 

@@ -18,7 +18,6 @@
 #include "coretools/ctpfafs/pfafs_internal.h"
 #include "coretools/ctpfafs/vek_is_dir.h"
 
-#include <cerrno>
 #include <cstring>
 #include <iterator>
 
@@ -273,27 +272,22 @@ int pfafs_neut_loc_string(vek_file *record, plm_ptr out, plm_ptr length, int cap
     return text.fits ? PFA_E_NO_ERROR : PFA_E_ERROR;
 }
 
-// 12 when the name is a directory, as it is written or in the case in which names of its type are
-// stored; else 0, with errno as vek_is_dir left it at the last question. A plain lower-case name
-// is asked for once.
+// PFA_E_EXIST when the name is a directory, as it is written or in the case in which names of its
+// type are stored, else 0. A plain lower-case name is asked for once.
 int pfafs_is_folder(vek_file *record) {
     char written[PFA_PATH_SIZE];
     if (pfa_get_file_name_mixed_case(record, PFA_OS_NAME, written, 0) != PFA_E_NO_ERROR) {
-        errno = ENAMETOOLONG;
         return 0;
     }
     if (vek_is_dir(written)) {
         return PFA_E_EXIST;
     }
-    const int why_not = errno;
     char stored[PFA_PATH_SIZE];
-    if (pfa_no_mixed_case(record) &&
-        pfa_get_file_name_mixed_case(record, PFA_OS_NAME, stored, 1) == PFA_E_NO_ERROR &&
-        std::strcmp(written, stored) != 0) {
-        return vek_is_dir(stored) ? PFA_E_EXIST : 0;
-    }
-    errno = why_not;
-    return 0;
+    return pfa_no_mixed_case(record) &&
+                   pfa_get_file_name_mixed_case(record, PFA_OS_NAME, stored, 1) == PFA_E_NO_ERROR &&
+                   std::strcmp(written, stored) != 0 && vek_is_dir(stored)
+               ? PFA_E_EXIST
+               : 0;
 }
 
 int pfafs_device_idx(vek_file *) {

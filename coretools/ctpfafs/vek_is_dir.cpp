@@ -5,14 +5,14 @@
 
 #include <sys/stat.h>
 
-int vek_is_dir(const char *path) {
+int vek_kind_of(const char *path) {
     struct stat status;
     if (stat(path, &status) != 0) {
-        return 0;
+        return -errno;
     }
-    if (S_ISDIR(status.st_mode)) {
-        return 1;
-    }
-    errno = 0;
-    return 0;
+    return S_ISDIR(status.st_mode) ? PFA_DIRECTORY : PFA_NO_DIRECTORY;
+}
+
+int vek_is_dir(const char *path) {
+    return vek_kind_of(path) == PFA_DIRECTORY ? 1 : 0;
 }

@@ -150,6 +150,17 @@ TEST(Names, ThatTheLayerReadsInItsOwnWay) {
     expect_catalog(library, refused, {{}, {"TOP=" + library.top}});
 }
 
+// Numbers too long for a version were told as files that could not be looked at: reading them left
+// an error number behind, and the scan took it for that of the look.
+TEST(Names, NumbersTooLongForAVersion) {
+    scratch_library library;
+    for (const char *name : {"u.20231231235959123456", "bolt.prt.9223372036854775808",
+                             "bolt.prt.-9223372036854775809", "x.20231231235959"}) {
+        library.file(name);
+    }
+    expect_catalog(library, {});
+}
+
 TEST(Links, LoopsEndAndSiblingsAreEntered) {
     scratch_library library;
     library.file("a/b/bolt.prt");

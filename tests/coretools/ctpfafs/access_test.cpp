@@ -104,8 +104,8 @@ TEST(status, owners_are_written_as_they_are_read) {
     }
 }
 
-// Who asks has to tell "it is none" from "could not look".
-TEST(is_dir, tells_why_not_in_errno) {
+// The caller has to tell "it is none" from "could not look".
+TEST(is_dir, the_kind_says_why_not) {
     scratch_dir scratch;
     scratch.file("file");
     scratch.dir("closed");
@@ -114,17 +114,21 @@ TEST(is_dir, tells_why_not_in_errno) {
     std::filesystem::create_symlink("closed", scratch("link"));
     std::filesystem::create_symlink("loop", scratch("loop"));
     const std::pair<const char *, int> answers[] = {
-        {"closed", 255},         {"link", 255},   {"file", 0},
-        {"missing", ENOENT},     {"loop", ELOOP}, {"file/x", ENOTDIR},
-        {"closed/inner", EACCES}};
+        {"closed", PFA_DIRECTORY}, {"link", PFA_DIRECTORY}, {"file", PFA_NO_DIRECTORY},
+        {"missing", -ENOENT},      {"loop", -ELOOP},        {"file/x", -ENOTDIR},
+        {"closed/inner", -EACCES},
+    };
     for (const auto &[last, answer] : answers) {
         const std::string name = scratch(last);
         record file;
         EXPECT_EQ(parse_to_pfa(file, 1, name.c_str()), 0);
-        const auto is_dir = [&] { return vek_is_dir(name.c_str()) ? 255 : errno; };
-        const auto is_folder = [&] { return pfaloc_call_F(file, PfaIsFolder) ? 255 : errno; };
-        EXPECT_EQ(in_child(drop_rights, is_dir), answer) << name;
-        EXPECT_EQ(in_child(drop_rights, is_folder), answer) << name;
+        const bool is_dir = answer == PFA_DIRECTORY;
+        EXPECT_EQ(in_child(drop_rights, [&] { return vek_kind_of(name.c_str()) == answer; }), 1)
+            << name;
+        EXPECT_EQ(in_child(drop_rights, [&] { return vek_is_dir(name.c_str()); }), is_dir) << name;
+        EXPECT_EQ(in_child(drop_rights, [&] { return pfaloc_call_F(file, PfaIsFolder); }),
+                  is_dir ? PFA_E_EXIST : 0)
+            << name;
     }
     // A name is asked for as it is written and as it is stored.
     scratch.dir("Up.PRT");
