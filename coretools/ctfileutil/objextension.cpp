@@ -1,36 +1,59 @@
-// Object types: what a file's extension says it is, and how its name may look.
+// Object types: look-ups by extension and by type code.
 #include "coretools/ctfileutil/objextension.h"
 
-#include "coretools/ctfileutil/objextension_table.h"
+#include "coretools/ctfileutil/objextension_table_internal.h"
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctmemmgr/sort_pointers.h"
-#include "coretools/ctstrutil/char_case.h"
+#include "coretools/ctstrutil/ascii.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
+#include <cstdint>
 #include <cstring>
 #include <iterator>
-#include <string_view>
 
 namespace {
 
 constexpr const object_row *FIRST_ROW = std::begin(object);
 constexpr const object_row *DEFAULT_ROW = std::end(object) - 1;
+static_assert(DEFAULT_ROW->type == OBJ_TYPE_DEFAULT);
 
-constexpr int WEIRD_CHARS_TYPES[] = {134, 183, 819, 832, 1002, 1006};
+// An extension in upper case as a number, ordered as the texts are. False if it is too long.
+constexpr bool make_key(const char *extension, std::uint64_t *key) {
+    *key = 0;
+    for (std::size_t i = 0; i < sizeof *key; ++i) {
+        *key = *key << 8 | static_cast<unsigned char>(to_upper_letter(*extension));
+        extension += *extension != '\0' ? 1 : 0;
+    }
+    return *extension == '\0';
+}
 
-constexpr std::size_t EXTENSION_SIZE = 260;
-
-// An upper-case key is compared with the rows as they are.
 static_assert(std::all_of(std::begin(object), std::end(object), [](const object_row &row) {
-    return std::none_of(row.extension, row.extension + std::string_view(row.extension).size(),
-                        [](char character) { return character >= 'a' && character <= 'z'; });
+    std::uint64_t key = 0;
+    return make_key(row.extension, &key);
 }));
+
+constexpr auto EXTENSION_KEYS = [] {
+    std::array<std::uint64_t, OBJECT_COUNT> keys{};
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+        make_key(object[i].extension, &keys[i]);
+    }
+    return keys;
+}();
+
+std::uint64_t key_of(const object_row &row) {
+    return EXTENSION_KEYS[static_cast<std::size_t>(&row - object)];
+}
+
+int type_of(const object_row &row) {
+    return row.type;
+}
 
 using row_pointer = const object_row *;
 
-// Derived tables, made when first needed and kept: the rows by extension (all but the default one)
-// and the rows by type code, equal ones in the table's order.
+// Derived tables, made on first use and kept: the rows by extension (all but the default one) and
+// by type code, equal ones in the table's order.
 std::atomic<row_pointer *> sorted_ext_table{nullptr};
 std::atomic<row_pointer *> sorted_type_table{nullptr};
 constexpr int sorted_ext_count = OBJECT_COUNT - 1;
@@ -38,32 +61,24 @@ constexpr int sorted_ext_count = OBJECT_COUNT - 1;
 // The row of the last type that was found.
 std::atomic<row_pointer> remembered_row{FIRST_ROW};
 
-} // namespace
-
-static int in_table_order(row_pointer a, row_pointer b) {
-    return a < b ? -1 : a > b;
-}
-
-static int obj_ext_cmp_exts(const void *a, const void *b) {
-    const auto *row_a = static_cast<row_pointer>(a);
-    const auto *row_b = static_cast<row_pointer>(b);
-    const int order = std::strcmp(row_a->extension, row_b->extension);
-    return order != 0 ? order : in_table_order(row_a, row_b);
-}
-
-static int obj_ext_cmp_types(const void *a, const void *b) {
-    const auto *row_a = static_cast<row_pointer>(a);
-    const auto *row_b = static_cast<row_pointer>(b);
-    if (row_a->type != row_b->type) {
-        return row_a->type < row_b->type ? -1 : 1;
+// Orders two rows by a key, equal ones by their places in the table.
+template <auto key_of_row>
+int compare_rows(const void *a, const void *b) {
+    const auto *left = static_cast<row_pointer>(a);
+    const auto *right = static_cast<row_pointer>(b);
+    if (key_of_row(*left) != key_of_row(*right)) {
+        return key_of_row(*left) < key_of_row(*right) ? -1 : 1;
     }
-    return in_table_order(row_a, row_b);
+    return left < right ? -1 : static_cast<int>(left > right);
 }
 
-// The first count rows, sorted; null without memory. Of two threads that make a table at once, one
-// publishes its own and the other takes that one.
-static const row_pointer *sorted_table(std::atomic<row_pointer *> *table, int count,
-                                       sort_compare compare) {
+constexpr sort_compare obj_ext_cmp_exts = compare_rows<key_of>;
+constexpr sort_compare obj_ext_cmp_types = compare_rows<type_of>;
+
+// The first `count` rows, sorted; null without memory. Of two threads that make a table at once,
+// one publishes its own and the other takes that one.
+const row_pointer *sorted_table(std::atomic<row_pointer *> *table, int count,
+                                sort_compare compare) {
     row_pointer *existing = table->load(std::memory_order_acquire);
     if (existing != nullptr) {
         return existing;
@@ -85,48 +100,45 @@ static const row_pointer *sorted_table(std::atomic<row_pointer *> *table, int co
     return sorted;
 }
 
-// The first of the rows for which order(row) is 0, or null. The derived table must be sorted by
-// order; without one the rows themselves are walked.
-template <class Order>
-static row_pointer first_row(const row_pointer *sorted, int count, Order order) {
+// The first row with the key, or null. Without a sorted table the rows themselves are searched.
+template <auto key_of_row, class Key>
+row_pointer first_row(const row_pointer *sorted, int count, Key key) {
     if (sorted == nullptr) {
         const row_pointer end = FIRST_ROW + count;
         const row_pointer row = std::find_if(
-            FIRST_ROW, end, [order](const object_row &candidate) { return order(candidate) == 0; });
+            FIRST_ROW, end, [key](const object_row &at) { return key_of_row(at) == key; });
         return row != end ? row : nullptr;
     }
     const row_pointer *end = sorted + count;
-    const row_pointer *row = std::partition_point(
-        sorted, end, [order](row_pointer candidate) { return order(*candidate) < 0; });
-    return row != end && order(**row) == 0 ? *row : nullptr;
+    const row_pointer *row =
+        std::partition_point(sorted, end, [key](row_pointer at) { return key_of_row(*at) < key; });
+    return row != end && key_of_row(**row) == key ? *row : nullptr;
 }
 
-int extension_to_type(const char *extension) {
-    if (extension == nullptr || strnlen(extension, EXTENSION_SIZE) == EXTENSION_SIZE) {
-        return OBJ_TYPE_UNKNOWN_EXTENSION;
-    }
-    char key[EXTENSION_SIZE];
-    vek_cnvrt_to_upper(extension, key);
-    const row_pointer row = first_row(
-        sorted_table(&sorted_ext_table, sorted_ext_count, obj_ext_cmp_exts), sorted_ext_count,
-        [&key](const object_row &candidate) { return std::strcmp(candidate.extension, key); });
-    return row != nullptr ? row->type : OBJ_TYPE_UNKNOWN_EXTENSION;
-}
-
-static row_pointer row_of_type(int type) {
+row_pointer row_of_type(int type) {
     row_pointer row = remembered_row.load(std::memory_order_relaxed);
     if (row->type == type) {
         return row;
     }
-    row = first_row(sorted_table(&sorted_type_table, OBJECT_COUNT, obj_ext_cmp_types), OBJECT_COUNT,
-                    [type](const object_row &candidate) {
-                        return candidate.type < type ? -1 : candidate.type > type;
-                    });
+    row = first_row<type_of>(sorted_table(&sorted_type_table, OBJECT_COUNT, obj_ext_cmp_types),
+                             OBJECT_COUNT, type);
     if (row == nullptr) {
         return DEFAULT_ROW;
     }
     remembered_row.store(row, std::memory_order_relaxed);
     return row;
+}
+
+} // namespace
+
+int extension_to_type(const char *extension) {
+    std::uint64_t key = 0;
+    if (extension == nullptr || !make_key(extension, &key)) {
+        return OBJ_TYPE_UNKNOWN_EXTENSION;
+    }
+    const row_pointer row = first_row<key_of>(
+        sorted_table(&sorted_ext_table, sorted_ext_count, obj_ext_cmp_exts), sorted_ext_count, key);
+    return row != nullptr ? row->type : OBJ_TYPE_UNKNOWN_EXTENSION;
 }
 
 const char *type_to_extension(int type) {
@@ -138,10 +150,9 @@ int type_to_name_length(int type) {
 }
 
 int type_to_mixed_case_OK(int type) {
-    return row_of_type(type)->mixed_case_OK;
+    return (row_of_type(type)->name_rules & LOWERED) == 0 ? 1 : 0;
 }
 
 int type_to_weird_chars_OK(int type) {
-    return std::find(std::begin(WEIRD_CHARS_TYPES), std::end(WEIRD_CHARS_TYPES), type) !=
-           std::end(WEIRD_CHARS_TYPES);
+    return (row_of_type(type)->name_rules & WEIRD) != 0 ? 1 : 0;
 }

@@ -61,9 +61,7 @@ int guess_type(const char *name, const char *extension) {
     if (length >= PFA_SHORT_NAME_SIZE && length > type_to_name_length(type)) {
         return OBJ_TYPE_NO_MEMBER;
     }
-    vek_wchar wide[PFA_PATH_SIZE];
-    const bool invalid = invalid_string(strtows(wide, name)) != 0;
-    return invalid && type_to_weird_chars_OK(type) == 0 ? OBJ_TYPE_NO_MEMBER : type;
+    return is_invalid_name(name) && type_to_weird_chars_OK(type) == 0 ? OBJ_TYPE_NO_MEMBER : type;
 }
 
 // Fills a cleared record from text, a copy that is cut up on the way.

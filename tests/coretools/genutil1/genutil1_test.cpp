@@ -53,11 +53,17 @@ TEST(NameAlphabet, FirstCharacterThatBreaksIt) {
     for (const auto &[name, index, invalid] : rows) {
         EXPECT_EQ(invalid_name_idx(wstr_ret(name)), index) << name;
         EXPECT_EQ(invalid_string(wstr_ret(name)), invalid) << name;
+        EXPECT_EQ(is_invalid_name(name), invalid != 0) << name;
     }
     // Half a character at the end of a name once counted as its second byte, here a valid letter.
     EXPECT_EQ(invalid_string(wstr_ret("a\x8f"
                                       "b")),
               1);
+    // Widened or not, a name of three bytes is judged alike.
+    for (int code = 0; code < 1 << 24; code += 37) {
+        const char name[] = {char(code >> 16), char(code >> 8), char(code), '\0'};
+        ASSERT_EQ(is_invalid_name(name), invalid_string(wstr_ret(name)) != 0) << code;
+    }
     for (const vek_wchar beyond : {-1, 0x141, 0x10061}) {
         EXPECT_EQ(is_valid_wc(beyond), 0);
     }

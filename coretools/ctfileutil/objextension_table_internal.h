@@ -1,69 +1,72 @@
-// The table of object types.
+// The table of object types. A new type is one row here.
 #pragma once
 
 #include <iterator>
 
-constexpr int CASE_LOWERED = 0;
-constexpr int CASE_KEPT = 1;
+// Rules for the names of a type, as bits. A name keeps its case and is limited to the name alphabet
+// unless its row says otherwise.
+constexpr int LOWERED = 1; // full names are written in lower case
+constexpr int WEIRD = 2;   // names may hold characters outside the name alphabet
 
 struct object_row {
     int type;
-    const char *extension; // upper case, without '.'
-    int mixed_case_OK = CASE_KEPT;
-    int name_length = 32;
+    const char *extension; // upper case, without '.', at most 8 characters; empty for none
+    int name_rules = 0;
+    int name_length = 32; // a name of 32 characters or more must be shorter than this
 };
 
-// The order decides between rows of one extension. The last row is the default one.
+// Of several rows with one extension, the first is the extension's type. The last row stands for
+// every code that is in no row.
 constexpr object_row object[] = {
-    {2, "PRT", CASE_LOWERED},
-    {10030, "PRT", CASE_LOWERED},
-    {1, "ASM", CASE_LOWERED},
-    {4, "DRW", CASE_LOWERED},
-    {19, "LAY", CASE_LOWERED},
-    {11, "SEC", CASE_LOWERED},
-    {7, "SEC", CASE_LOWERED},
-    {16, "SEC", CASE_LOWERED},
-    {33, "FRM", CASE_LOWERED},
-    {124, "INT", CASE_LOWERED},
-    {20, "INT", CASE_LOWERED},
-    {70, "PRJ", CASE_LOWERED},
-    {37, "MFG", CASE_LOWERED},
-    {27, "GPH", CASE_LOWERED},
+    {2, "PRT", LOWERED},
+    {10030, "PRT", LOWERED},
+    {1, "ASM", LOWERED},
+    {4, "DRW", LOWERED},
+    {19, "LAY", LOWERED},
+    {11, "SEC", LOWERED},
+    {7, "SEC", LOWERED},
+    {16, "SEC", LOWERED},
+    {33, "FRM", LOWERED},
+    {124, "INT", LOWERED},
+    {20, "INT", LOWERED},
+    {70, "PRJ", LOWERED},
+    {37, "MFG", LOWERED},
+    {27, "GPH", LOWERED},
     {160, "DSM"},
-    {45, "SYM", CASE_LOWERED},
+    {45, "SYM", LOWERED},
     {46, "ECO"},
     {47, "TOL"},
     {48, "MAC"},
     {78, "CDB"},
     {211, "BND"},
     {98, "RPT"},
-    {105, "REP", CASE_LOWERED},
+    {105, "REP", LOWERED},
     {99, "XCH"},
     {161, "DXH"},
-    {111, "LGH", CASE_LOWERED},
+    {111, "LGH", LOWERED},
     {112, "WFL"},
     {113, "SUB"},
     {132, "IXF"},
-    {116, "MRK", CASE_LOWERED},
+    {116, "MRK", LOWERED},
     {119, "SCL"},
-    {121, "DGM", CASE_LOWERED},
-    {122, "DFT", CASE_LOWERED},
+    {121, "DGM", LOWERED},
+    {122, "DFT", LOWERED},
     {107, "MAT"},
     {125, "SPL"},
-    {128, "TBL", CASE_LOWERED},
+    {128, "TBL", LOWERED},
     {162, "DTB"},
-    {129, "PIC", CASE_LOWERED},
+    {129, "PIC", LOWERED},
     {130, "NCK"},
-    {134, "IGS"},
-    {569, "EMN", CASE_KEPT, 66},
-    {570, "EVS", CASE_KEPT, 66},
-    {571, "MDB", CASE_KEPT, 66},
-    {572, "EDN", CASE_KEPT, 66},
-    {573, "EMP", CASE_KEPT, 66},
-    {574, "EVS", CASE_KEPT, 66},
-    {575, "MDF", CASE_KEPT, 66},
-    {576, "EDP", CASE_KEPT, 66},
-    {577, "MDC", CASE_KEPT, 66},
+    {134, "IGS", WEIRD},
+    {569, "EMN", 0, 66},
+    {570, "EVS", 0, 66},
+    {571, "MDB", 0, 66},
+    {572, "EDN", 0, 66},
+    {573, "EMP", 0, 66},
+    {574, "EVS", 0, 66},
+    {575, "MDF", 0, 66},
+    {576, "EDP", 0, 66},
+    {577, "MDC", 0, 66},
     {135, "SET"},
     {136, "VDA"},
     {137, "DXF"},
@@ -91,25 +94,25 @@ constexpr object_row object[] = {
     {238, "DIF"},
     {255, "TTB"},
     {301, "CDD"},
-    {302, "LSL", CASE_LOWERED},
-    {303, "IPF", CASE_LOWERED},
+    {302, "LSL", LOWERED},
+    {303, "IPF", LOWERED},
     {322, "FEI"},
     {323, "FES"},
     {324, "FMR"},
     {325, "SYN"},
     {328, "NCL"},
-    {183, "DTL"},
+    {183, "DTL", WEIRD},
     {341, "SNP"},
     {343, "STB"},
     {348, "MVC"},
     {370, "ROD"},
     {753, "WPR"},
     {371, "WPR"},
-    {374, "TPH", CASE_LOWERED},
+    {374, "TPH", LOWERED},
     {373, "HRN"},
     {375, "PTY"},
-    {10017, "XPR", CASE_LOWERED},
-    {10016, "XAS", CASE_LOWERED},
+    {10017, "XPR", LOWERED},
+    {10016, "XAS", LOWERED},
     {309, "XRP"},
     {412, "FMD"},
     {414, "FNF"},
@@ -215,23 +218,21 @@ constexpr object_row object[] = {
     {817, "XMT"},
     {800, "CCI"},
     {545, "PDG"},
-    {1002, "", CASE_KEPT, 80},
-    {1006, "SESSION", CASE_KEPT, 80},
+    {1002, "", WEIRD, 80},
+    {1006, "SESSION", WEIRD, 80},
     {546, ""},
     {1003, ""},
-    {1005, "", CASE_KEPT, 20},
+    {1005, "", 0, 20},
     {1004, ""},
     {650, "SOL"},
     {818, "NEU"},
-    {819, "MODEL", CASE_KEPT, 80},
+    {819, "MODEL", WEIRD, 80},
     {555, ""},
     {638, "SPM"},
     {820, "_PS"},
     {702, "SMD"},
     {639, "XML"},
-    {832, "EXP", CASE_KEPT, 80},
+    {832, "EXP", WEIRD, 80},
     {-1, ""},
 };
 constexpr int OBJECT_COUNT = static_cast<int>(std::size(object));
-static_assert(OBJECT_COUNT == 216);
-static_assert(object[OBJECT_COUNT - 1].type == -1);
