@@ -136,18 +136,13 @@ int pfafs_dir_read_next(vek_file *directory, void **data, plm_ptr out, plm_ptr f
     }
 }
 
-// The close of a record that became a directory while a stream was open on it closes the stream.
+// A record that became a directory while a stream was open on it still holds the stream.
 int pfafs_close_dir(vek_file *record, void **data) {
     if (!pfa_is_dir(record)) {
         return PFA_E_INVALID_INPUT;
     }
-    pfafs_directory *block = pfafs_block<pfafs_directory>(data);
-    if (block == nullptr) {
-        return pfafs_close_stream(data);
-    }
-    release_directory(block);
-    *data = nullptr;
-    return PFA_E_NO_ERROR;
+    const int result = pfafs_close_listing(data);
+    return result == PFA_E_INVALID_INPUT ? pfafs_close_stream(data) : result;
 }
 
 // 1 when the listing may no longer be what the directory holds. Times count whole seconds, so that
@@ -200,12 +195,12 @@ bool directory_name(vek_file *record, char *name) {
     return true;
 }
 
-// 4 when a name cannot be built, 8 when the second place is on another file system.
+// PFA_E_NOT_ALLOWED if `to` lies on another file system; every other failure is PFA_E_ERROR.
 int pfafs_move_dir(vek_file *from, vek_file *to) {
     char from_name[PFA_PATH_SIZE];
     char to_name[PFA_PATH_SIZE];
     if (!directory_name(from, from_name) || !directory_name(to, to_name)) {
-        return PFA_E_INVALID_NAME;
+        return PFA_E_ERROR;
     }
     if (dci_rename(from_name, to_name) == 0) {
         return PFA_E_NO_ERROR;
@@ -226,6 +221,16 @@ constexpr pfafs_method METHODS[] = {
 static_assert(std::size(METHODS) == 8 && pfafs_methods_fit(METHODS));
 
 } // namespace
+
+int pfafs_close_listing(void **data) {
+    pfafs_directory *block = pfafs_block<pfafs_directory>(data);
+    if (block == nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
+    release_directory(block);
+    *data = nullptr;
+    return PFA_E_NO_ERROR;
+}
 
 int pfa_actually_open_dir(vek_file *record, void **data, const char *location, const char *pattern,
                           pfafs_name_form form) {

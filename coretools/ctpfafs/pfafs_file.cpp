@@ -3,6 +3,8 @@
 #include "coretools/ctpfafs/pfafs_internal.h"
 
 #include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 #include <iterator>
 
 #include <sys/stat.h>
@@ -30,8 +32,39 @@ int pfafs_truncate_file(vek_file *record, void **data, plm_ptr length_in) {
     return truncate(name, *length) != 0 ? PFA_E_ERROR : PFA_E_NO_ERROR;
 }
 
-// Both are host names. A target that the host refuses to replace is removed first, but not where
-// that could not help: a rename that fails must not cost the user the target.
+// The file type bits of st_mode, links not followed; 0 if there is no such file.
+mode_t file_type(const char *name) {
+    struct stat status;
+    return lstat(name, &status) == 0 ? status.st_mode & S_IFMT : 0;
+}
+
+// Renames a directory onto an existing file, which the host refuses. The file is moved aside to a
+// new name beside it, and moved back if the directory still cannot take its place.
+bool replace_file_by_directory(const char *from, const char *to) {
+    static constexpr char ENDING[] = ".XXXXXX";
+    char aside[PFA_PATH_SIZE + sizeof ENDING];
+    if (std::snprintf(aside, sizeof aside, "%s%s", to, ENDING) >= static_cast<int>(sizeof aside)) {
+        return false;
+    }
+    const int placeholder = mkstemp(aside);
+    if (placeholder < 0) {
+        return false;
+    }
+    close(placeholder);
+    if (dci_rename(to, aside) != 0) {
+        dci_unlink(aside);
+        return false;
+    }
+    if (dci_rename(from, to) != 0) {
+        dci_rename(aside, to);
+        return false;
+    }
+    dci_unlink(aside);
+    return true;
+}
+
+// `from` and `to` are host names. PFA_E_ERROR if the host refuses; both files are then as they
+// were.
 int pfafs_rename_file(vek_file *, plm_ptr from_in, plm_ptr to_in) {
     const char *from = from_in.as<const char>();
     const char *to = to_in.as<const char>();
@@ -41,12 +74,12 @@ int pfafs_rename_file(vek_file *, plm_ptr from_in, plm_ptr to_in) {
     if (dci_rename(from, to) == 0) {
         return PFA_E_NO_ERROR;
     }
-    struct stat status;
-    if (errno == EXDEV || errno == EACCES || errno == EPERM || lstat(from, &status) != 0) {
+    if (errno != ENOTDIR || file_type(from) != S_IFDIR) {
         return PFA_E_ERROR;
     }
-    dci_unlink(to);
-    return dci_rename(from, to) != 0 ? PFA_E_ERROR : PFA_E_NO_ERROR;
+    const mode_t target = file_type(to);
+    const bool in_the_way = target != 0 && target != S_IFDIR;
+    return in_the_way && replace_file_by_directory(from, to) ? PFA_E_NO_ERROR : PFA_E_ERROR;
 }
 
 int pfafs_is_case_sensitive(vek_file *) {

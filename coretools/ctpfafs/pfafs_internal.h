@@ -42,8 +42,11 @@ pfafs_stream *pfafs_stream_of(const vek_file *record, void *const *data);
 // file record (9), and it is free, for an open stream must not be lost (3).
 int pfafs_check_openable(const vek_file *record, void *const *data);
 
-// Closes the stream in a location handle, whatever its record has become; 9 when there is none.
+// Each closes what is in a location handle, if it is of that kind, and sets the handle to null.
+//   PFA_E_INVALID_INPUT  `data` is null or holds something else
+//   PFA_E_ERROR          the host failed to close the file; the handle is null all the same
 int pfafs_close_stream(void **data);
+int pfafs_close_listing(void **data);
 
 // How a host name is built from a record.
 enum class pfafs_name_form {

@@ -75,8 +75,23 @@ int buffered_gets(std::FILE *stream, char *line, int *length, int size) {
     return PFA_E_NO_ERROR;
 }
 
-// Reads size bytes and gives back what lies behind the first line feed.
-int descriptor_gets(int fid, char *line, int *length, int size) {
+// Reads a line byte by byte. Fails only if there is nothing to return.
+int read_line_by_bytes(int fid, char *line, int *length, int size) {
+    *length = 0;
+    while (*length < size) {
+        const ssize_t got = read(fid, line + *length, 1);
+        if (got < 0 && *length == 0) {
+            return PFA_E_ERROR;
+        }
+        if (got <= 0 || line[(*length)++] == '\n') {
+            break;
+        }
+    }
+    return PFA_E_NO_ERROR;
+}
+
+// Reads `size` bytes and seeks back over those that follow the first line feed.
+int read_line_and_seek(int fid, char *line, int *length, int size) {
     const int got = static_cast<int>(read(fid, line, static_cast<std::size_t>(size)));
     if (got < 0) {
         return PFA_E_ERROR;
@@ -84,19 +99,22 @@ int descriptor_gets(int fid, char *line, int *length, int size) {
     const void *newline = std::memchr(line, '\n', static_cast<std::size_t>(got));
     *length =
         newline != nullptr ? static_cast<int>(static_cast<const char *>(newline) - line) + 1 : got;
-    if (*length < size) {
+    return *length < got && lseek(fid, *length - got, SEEK_CUR) < 0 ? PFA_E_ERROR : PFA_E_NO_ERROR;
+}
+
+int descriptor_gets(int fid, char *line, int *length, int size) {
+    const bool can_seek = lseek(fid, 0, SEEK_CUR) >= 0;
+    const int result = can_seek ? read_line_and_seek(fid, line, length, size)
+                                : read_line_by_bytes(fid, line, length, size);
+    if (result == PFA_E_NO_ERROR && *length < size) {
         line[*length] = '\0';
     }
-    if (*length < got && lseek(fid, *length - got, SEEK_CUR) < 0) {
-        return PFA_E_ERROR;
-    }
-    return PFA_E_NO_ERROR;
+    return result;
 }
 
 // buffer holds size bytes, at least 1; the line in it keeps its line feed, and *length is the
-// line's. The end of the file is 5 on a buffered stream, and 0 with length 0 on a descriptor. On a
-// descriptor a line that fills the buffer has no terminating zero, and a line from a source that
-// cannot seek back over what follows it is an error.
+// line's. At the end of the file a buffered stream returns PFA_E_QUIT, a descriptor PFA_E_NO_ERROR
+// with length 0. On a descriptor a line that fills the buffer has no terminating zero.
 int pfafs_fgets(vek_file *record, void **data, plm_ptr buffer, plm_ptr length_out, int size) {
     pfafs_stream *block = pfafs_stream_of(record, data);
     char *line = buffer.as<char>();
@@ -164,13 +182,15 @@ int pfafs_copy_thru_cookie(vek_file *source, void **source_data, vek_file *targe
         return PFA_E_INVALID_INPUT;
     }
     int pending = std::getc(from->stream);
-    int next = std::getc(from->stream);
+    int next = pending == EOF ? EOF : std::getc(from->stream);
     while (next != 0 && next != EOF && (pending != cookie[0] || next != cookie[1])) {
         std::putc(pending, to->stream);
         pending = next;
         next = std::getc(from->stream);
     }
-    if (std::ferror(to->stream) != 0 || std::ferror(from->stream) != 0) {
+    // The source's error indicator may be an old one: only a read that did not end the file failed.
+    const bool read_failed = next == EOF && std::feof(from->stream) == 0;
+    if (std::ferror(to->stream) != 0 || read_failed) {
         return PFA_E_ERROR;
     }
     if (next != EOF) {

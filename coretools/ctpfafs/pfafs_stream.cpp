@@ -92,8 +92,13 @@ int pfafs_open(vek_file *record, void **data, plm_ptr name_buffer, int flags, in
     return keep_stream(record, data, block, name);
 }
 
+// A record that became a file while a directory was open on it still holds the listing.
 int pfafs_close(vek_file *record, void **data) {
-    return pfa_is_dir(record) ? PFA_E_INVALID_INPUT : pfafs_close_stream(data);
+    if (pfa_is_dir(record)) {
+        return PFA_E_INVALID_INPUT;
+    }
+    const int result = pfafs_close_stream(data);
+    return result == PFA_E_INVALID_INPUT ? pfafs_close_listing(data) : result;
 }
 
 // The buffer, null or BUFSIZ bytes, must outlive the stream. A descriptor has no buffer to set.

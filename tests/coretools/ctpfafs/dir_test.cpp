@@ -58,6 +58,16 @@ TEST(dir, lists_every_name_unchanged_and_again_from_the_start) {
     EXPECT_EQ((codes{listed.close(), listed.close()}), (codes{0, PFA_E_INVALID_INPUT}));
 }
 
+// A listing that is not the cache's was lost when its record became a file before the close, which
+// closed streams only.
+TEST(dir, an_own_listing_is_released_from_a_record_that_became_a_file) {
+    scratch_dir scratch;
+    directory listed(scratch());
+    ASSERT_EQ(listed.open(), 0);
+    listed->type = OBJ_TYPE_NOT_YET;
+    EXPECT_EQ(pfa_close(listed), 0);
+}
+
 TEST(dir, a_borrowed_listing_goes_back_from_a_record_that_became_a_file) {
     scratch_dir scratch;
     record listed(scratch());

@@ -1,8 +1,11 @@
 // Streams, buffered and at the descriptor, and files by name.
 #include "coretools/ctpfa/pfadir.h"
 #include "coretools/ctpfa/pfaput.h"
+#include "coretools/ctpfafs/pfafs_internal.h"
 #include "test_support.h"
 #include "tests/support/failing_malloc.h"
+
+#include <sys/stat.h>
 
 namespace {
 
@@ -126,30 +129,97 @@ TEST(stream, copies_up_to_the_cookie) {
               (texts{"00", "00a\xfe", "00ab"}));
 }
 
-// The host may refuse a rename for want of a source or of rights: no reason to lose the target.
-TEST(file, a_rename_costs_neither_file) {
+// A read from a directory opened as a file fails and leaves the error indicator set. A copy from
+// the stream afterwards used to report that old failure as its own.
+TEST(stream, a_copy_ignores_an_old_error_of_its_source) {
+    scratch_dir scratch;
+    stream from(scratch.file("from.prt", "ab")), to(scratch("to.prt"));
+    ASSERT_EQ(from.open(true, false), 0);
+    ASSERT_EQ(to.open(true, true), 0);
+    std::FILE *source = pfafs_stream_of(from, &from->location_handle)->stream;
+    const int descriptor = dup(fileno(source));
+    ASSERT_EQ(close(fileno(source)), 0);
+    EXPECT_EQ(from.call(PfaFgetc), EOF);
+    ASSERT_GE(dup2(descriptor, fileno(source)), 0);
+    close(descriptor);
+    ASSERT_NE(std::ferror(source), 0);
+    int end = -1;
+    EXPECT_EQ(pfaloc_call_FLFLPP(from, PfaCopyThruCookie, to, "\xfe\x01", &end), PFA_E_NOT_FOUND);
+    EXPECT_EQ(end, 1);
+    EXPECT_EQ(pfa_close(to), 0);
+    EXPECT_EQ(scratch.content("to.prt"), "ab");
+}
+
+// A descriptor read a full buffer and sought back over what followed the line. A FIFO cannot seek:
+// the call failed, and what it had read was lost.
+TEST(stream, a_fifo_is_read_line_by_line) {
+    scratch_dir scratch;
+    ASSERT_EQ(mkfifo(scratch("fifo").c_str(), 0600), 0);
+    const int writer = open(scratch("fifo").c_str(), O_RDWR);
+    ASSERT_EQ(write(writer, "one\ntwo three\n", 14), 14);
+    stream file(scratch("fifo"));
+    ASSERT_EQ(file.open(false, false), 0);
+    close(writer);
+    EXPECT_EQ(file.read(PfaFgets), "0one\n");
+    EXPECT_EQ(file.read(PfaFgets, 3), "0two");
+    EXPECT_EQ(file.read(PfaFgets), "0 three\n");
+    EXPECT_EQ(file.read(PfaFgets), "0");
+}
+
+// A rename that the host refused used to unlink the target and try again. The second try failed
+// too where a directory was to move into itself, or was not the user's to move, and the target was
+// gone.
+TEST(file, a_refused_rename_costs_neither_file) {
     scratch_dir scratch, elsewhere("/dev/shm");
-    scratch.dir("locked");
-    scratch.file("locked/from", "new");
-    scratch.dir("locked", 0555);
+    scratch.dir("closed");
+    scratch.file("closed/from", "new");
+    scratch.dir("closed", 0555);
     scratch.dir("open", 0777);
-    // The status, and what the target then holds.
-    const auto rename = [&](void (*prepare)(), const std::string &from) {
-        const std::string to = scratch.file("open/to", "old");
+    const std::string not_ours = scratch.dir("not ours"), outer = scratch.dir("outer");
+    const std::string full = scratch.dir("full");
+    struct row {
+        const char *name;
+        void (*prepare)();
+        std::string from, to;
+        const char *kept;
+    };
+    const row rows[] = {
+        {"missing source", as_before, scratch("missing"), scratch("open/to"), "open/to"},
+        {"other file system", as_before, elsewhere.file("from"), scratch("open/to"), "open/to"},
+        {"no right to the source", drop_rights, scratch("closed/from"), scratch("open/to"),
+         "open/to"},
+        {"directory not the user's", drop_rights, not_ours, scratch("open/to"), "open/to"},
+        {"directory into itself", as_before, outer, scratch("outer/to"), "outer/to"},
+        {"file onto directory", as_before, scratch.file("file"), full, "full/inner"},
+    };
+    for (const auto &[name, prepare, from, to, kept] : rows) {
+        SCOPED_TRACE(name);
+        scratch.file(kept, "old");
         record file(from);
-        const auto call = [&] {
+        const auto rename = [&] {
             return pfaloc_call_FPP(file, PfaRenameFile, from.c_str(), to.c_str());
         };
-        const int result = in_child(prepare, call);
-        const bool is_dir = std::filesystem::is_directory(to);
-        return std::to_string(result) + (is_dir ? "directory" : scratch.content("open/to"));
+        EXPECT_EQ(in_child(prepare, rename), PFA_E_ERROR);
+        EXPECT_EQ(scratch.content(kept), "old");
+    }
+}
+
+TEST(file, a_rename_replaces_the_target) {
+    scratch_dir scratch;
+    const std::string to = scratch.file("to", "old");
+    const auto rename = [&](const std::string &from) {
+        return pfaloc_call_FPP(record(from), PfaRenameFile, from.c_str(), to.c_str());
     };
-    EXPECT_EQ(rename(as_before, scratch("missing")), "1old");
-    EXPECT_EQ(rename(as_before, elsewhere.file("from")), "1old");
-    EXPECT_EQ(rename(drop_rights, scratch("locked/from")), "1old");
-    EXPECT_EQ(rename(as_before, scratch.file("from", "new")), "0new");
-    // A file gives way to a directory only when it has been removed.
-    EXPECT_EQ(rename(as_before, scratch.dir("directory")), "0directory");
+    EXPECT_EQ(rename(scratch.file("from", "new")), 0);
+    EXPECT_EQ(scratch.content("to"), "new");
+    EXPECT_EQ(rename(scratch.dir("directory")), 0);
+    EXPECT_TRUE(std::filesystem::is_directory(to));
+    using entries = std::filesystem::directory_iterator;
+    EXPECT_EQ(std::distance(entries(scratch.path), entries()), 1) << "the old target is left";
+}
+
+TEST(file, is_deleted_once) {
+    scratch_dir scratch;
     record version(scratch.file("part.prt.3"));
     EXPECT_EQ((codes{pfaloc_call_F(version, PfaDeleteFile), pfaloc_call_F(version, PfaDeleteFile)}),
               (codes{0, PFA_E_ERROR}));
