@@ -16,7 +16,7 @@ int main(int argc, char **argv) {
         return 1;
     }
     // The last argument says that the name is a directory, which need not be looked up.
-    int status = pfa_parse_to_vek_file_private(directory, nullptr, name, 1);
+    pfa_status status = pfa_parse_to_vek_file_private(directory, nullptr, name, 1);
     if (status == PFA_E_NO_ERROR) {
         status = pfa_open_dir(directory);
     }
@@ -32,7 +32,7 @@ int main(int argc, char **argv) {
         }
     }
     // The listing goes back to the layer; records are closed before they are freed.
-    pfa_close(directory);
-    pfa_free_vek_file(&directory);
-    pfa_free_vek_file(&entry);
+    (void)pfa_close(directory);
+    (void)pfa_free_vek_file(&directory);
+    (void)pfa_free_vek_file(&entry);
 }
