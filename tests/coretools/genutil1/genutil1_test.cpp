@@ -1,6 +1,7 @@
 // Text copies with a limit, and the plain name alphabet.
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctwcfun/wstr_ret.h"
+#include "coretools/genutil1/bounded_text.h"
 #include "coretools/genutil1/invstr.h"
 #include "coretools/genutil1/text_copy.h"
 
@@ -9,6 +10,23 @@
 #include <gtest/gtest.h>
 
 namespace {
+
+TEST(BoundedText, TakesAllOrNothing) {
+    bounded_text<6> text;
+    EXPECT_STREQ(text.c_str(), "");
+    EXPECT_TRUE(text.append("abc"));
+    EXPECT_FALSE(text.append("def"));
+    EXPECT_STREQ(text.c_str(), "abc");
+    EXPECT_TRUE(text.append("de"));
+    EXPECT_FALSE(text.append('f'));
+    EXPECT_EQ(text.view(), "abcde");
+    text.shrink(1);
+    EXPECT_TRUE(text.append('z'));
+    char copy[] = "?????";
+    text.copy_to(copy);
+    EXPECT_STREQ(copy, "az");
+    EXPECT_EQ(copy[3], '?');
+}
 
 TEST(TextCopy, NeverWritesBeyondItsLimit) {
     const struct {
