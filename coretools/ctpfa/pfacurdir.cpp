@@ -59,7 +59,7 @@ pfa_status load_home_directory() {
     }
     loading = false;
     if (status != PFA_E_NO_ERROR) {
-        return PFA_E_ERROR;
+        return status == PFA_E_OUT_OF_MEMORY ? status : PFA_E_ERROR;
     }
     home_directory = loaded;
     return PFA_E_NO_ERROR;
@@ -100,8 +100,11 @@ void load_pfa_cur_dir(vek_file *directory) {
 }
 
 pfa_status pfa_get_home_dir(vek_file *out) {
-    if (!pfa_is_valid(&home_directory) && load_home_directory() != PFA_E_NO_ERROR) {
-        return PFA_E_ERROR;
+    if (!pfa_is_valid(&home_directory)) {
+        const pfa_status status = load_home_directory();
+        if (status != PFA_E_NO_ERROR) {
+            return status;
+        }
     }
     return pfa_copy_vek_file(&home_directory, out);
 }

@@ -105,8 +105,9 @@ pfa_status expand_and_parse(vek_file *record, vek_file *base, const char *text, 
     }
     char with_home[PFA_PATH_SIZE];
     if (text[0] == '~') {
-        if (substitute_unix_home_dir(text, with_home, PFA_PATH_SIZE) != PFA_E_NO_ERROR) {
-            return PFA_E_INVALID_INPUT;
+        const pfa_status expanded = substitute_unix_home_dir(text, with_home, PFA_PATH_SIZE);
+        if (expanded != PFA_E_NO_ERROR) {
+            return expanded;
         }
         text = with_home;
     }

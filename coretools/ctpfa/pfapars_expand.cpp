@@ -98,9 +98,12 @@ pfa_status substitute_unix_home_dir(const char *in, char *out, int capacity) {
         vek_file home;
         char name[PFA_PATH_SIZE];
         pfa_init_vek_file(&home);
-        const bool known = pfa_get_home_dir(&home) == PFA_E_NO_ERROR &&
-                           pfa_get_full_name(&home, name) == PFA_E_NO_ERROR;
-        if (!known || !expanded.append(name, std::strlen(name))) {
+        const pfa_status known = pfa_get_home_dir(&home);
+        if (known == PFA_E_OUT_OF_MEMORY) {
+            return known;
+        }
+        if (known != PFA_E_NO_ERROR || pfa_get_full_name(&home, name) != PFA_E_NO_ERROR ||
+            !expanded.append(name, std::strlen(name))) {
             return PFA_E_INVALID_INPUT;
         }
         in += in[1] == '\0' ? 1 : 2;

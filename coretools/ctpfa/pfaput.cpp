@@ -25,6 +25,10 @@ int normalise(const char *path, char (&out)[PFA_PATH_SIZE + 1]) {
         // At the start of a segment.
         if (path[0] == '.' && is_separator(path[1])) {
             path += 2;
+            // A path that starts with "./" stays relative.
+            while (length == 0 && is_separator(*path)) {
+                ++path;
+            }
             continue;
         }
         if (path[0] == '.' && path[1] == '.' && is_separator(path[2])) {

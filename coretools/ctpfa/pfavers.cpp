@@ -72,8 +72,9 @@ bool ignores_case(vek_file *directory, int type) {
 
 pfa_status pfa_get_file_vers_low(vek_file *directory, const char *name, int selector, int *version,
                                  int type) {
-    if (pfa_open_dir_subset(directory, name) != PFA_E_NO_ERROR) {
-        return PFA_E_NO_ACCESS;
+    const pfa_status opened = pfa_open_dir_subset(directory, name);
+    if (opened != PFA_E_NO_ERROR) {
+        return opened == PFA_E_OUT_OF_MEMORY ? opened : PFA_E_NO_ACCESS;
     }
     found_versions found = {name, std::strlen(name), -1, -1};
     pfa_status result = pfa_search_file_versions(directory, &found);

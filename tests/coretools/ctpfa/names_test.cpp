@@ -10,7 +10,9 @@
 #include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfapars_internal.h"
 #include "coretools/ctpfa/pfastream.h"
+#include "coretools/ctpfa/pfavers.h"
 #include "tests/support/child_process.h"
+#include "tests/support/failing_malloc.h"
 #include "tests/support/path_records.h"
 #include "tests/support/scratch_tree.h"
 
@@ -206,6 +208,8 @@ TEST(pfapars, RelativeNamesAreJoinedToABase) {
         {"/a/b/", "c/n.prt", "/a/b/c/n.prt"}, {"/a/b/", "/n.prt", "/n.prt"},
         {"/a/b/", "../../../n.prt", nullptr}, {"/a/b/", "../c/../../n.prt", "/n.prt"},
         {"/", "../n.prt", nullptr},           {"a/b/", "../../../n.prt", "../n.prt"},
+        {"/a/b/", ".//c", "/a/b/c"},          {"/a/b/", "././/c/", "/a/b/c/"},
+        {"/a/b/", ".\\/c", "/a/b/c"},         {"", ".///c", "c"},
         {"h:/a/", "../../n.prt", nullptr},    {"h::a/", "../../n.prt", "h:../n.prt"},
         {"$dev/a/", "../../n.prt", nullptr},  {"", "c/n.prt", "c/n.prt"},
         {"|x/", "../n.prt", "n.prt"},         {"h::|x/", "../n.prt", "h:n.prt"},
@@ -327,8 +331,31 @@ void expect_working_directory_once() {
     EXPECT_EQ(pfa_open_dir(scoped_record("y/")), PFA_E_INVALID_NAME);
 }
 
+// Without memory for '~' the name counted as one that cannot be expanded, and without memory for a
+// listing the directory as one that may not be read.
+void expect_out_of_memory_is_told() {
+    const scratch_tree tree;
+    setenv("HOME", tree.path.c_str(), 1);
+    scoped_record record;
+    const auto first_other_result = [](const auto &operation) {
+        for (long allocation = 0;; ++allocation) {
+            fail_allocation(allocation, true);
+            const pfa_status result = operation();
+            fail_allocation(NO_FAILURE, false);
+            if (result != PFA_E_OUT_OF_MEMORY) {
+                return result;
+            }
+        }
+    };
+    EXPECT_EQ(first_other_result([&] { return pfa_parse_to_vek_file(record, "~/bolt.prt"); }), 0);
+    int version = 0;
+    EXPECT_EQ(first_other_result([&] { return pfa_get_file_vers(record, 2, &version); }), 0);
+    EXPECT_EQ(version, 1);
+}
+
 TEST(pfacurdir_death, HomeAndTheWorkingDirectoryAreReadOnce) {
     expect_in_own_process(expect_home_once);
+    expect_in_own_process(expect_out_of_memory_is_told);
     expect_in_own_process(expect_working_directory_once);
 }
 
