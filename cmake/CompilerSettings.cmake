@@ -2,6 +2,9 @@
 
 # Growth steps are computed in strict double precision on every host.
 add_compile_options(-ffp-contract=off)
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^i.86$")
+  add_compile_options(-msse2 -mfpmath=sse)
+endif()
 
 if(VEK_SANITIZERS)
   add_compile_options(-fsanitize=${VEK_SANITIZERS} -fno-omit-frame-pointer

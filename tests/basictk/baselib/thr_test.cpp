@@ -50,7 +50,7 @@ TEST(ThrMutex, MisuseEndsTheProcess) {
     for (const auto &[misuse, description] : rows) {
         const std::string report =
             "^ready; FATAL ERROR IN THREAD DETECTED.\nDESCRIPTION: " + std::string(description) +
-            "\nAPPLICATION TERMINATED.\n$";
+            "\nAPPLICATION TERMINATED.\n";
         EXPECT_EXIT((EnableThreading(), misuse()), testing::KilledBySignal(SIGABRT), report);
     }
 }
