@@ -18,6 +18,15 @@ struct loc_row {
 };
 static_assert(std::is_trivially_copyable_v<loc_row>);
 
+// The tag of each method's function type.
+constexpr const plm_function_tag *METHOD_TAGS[] = {
+#define PFA_METHOD(name, letters, ...) &plm_tag_of<pfa_method_function<name>>,
+#include "coretools/ctpfa/pfaloc_methods.def"
+};
+
+// The name under which look-ups report.
+constexpr const char *LOOK_UP_NAME = "pfaloc_get_func";
+
 // PFA_LOCATION_TYPES rows; null until the first setup. Never released.
 loc_row *KnownLocs = nullptr;
 
@@ -43,6 +52,11 @@ bool is_registered(int type) {
 // Only the row of the open registration may be written, and row 0 never.
 bool is_open(int type) {
     return type != NoLocation && type == loc_type_being_registered;
+}
+
+void report_wrong_sequence(const loc_method_row &row, int actual) {
+    dbg_err_crash("pfa_loc_method_register", "%s should be %s, not %s", row.name,
+                  methodAttrTable[row.sequence].name, methodAttrTable[actual].name);
 }
 
 } // namespace
@@ -91,19 +105,20 @@ void pfa_loc_method_register(int type, int method, int sequence,
                       locTypeNames[loc_type_being_registered].name, locTypeNames[type].name);
         return;
     }
+    const loc_method_row &row = locMethodInfo[method];
     if (!is_sequence(sequence)) {
         dbg_err_crash(NAME, "unknown calling sequence code %d", sequence);
-    } else {
-        // The function's own sequence has to be right too, when there is a function.
-        const loc_method_row &row = locMethodInfo[method];
-        const int actual = sequence == row.sequence && implementation.sequence() >= 0
-                               ? implementation.sequence()
-                               : sequence;
-        if (actual != row.sequence) {
-            dbg_err_crash(NAME, "%s should be %s, not %s", row.name,
-                          methodAttrTable[row.sequence].name, methodAttrTable[actual].name);
-            return;
+    } else if (sequence != row.sequence) {
+        report_wrong_sequence(row, sequence);
+        return;
+    } else if (implementation.tag() != nullptr && implementation.tag() != METHOD_TAGS[method]) {
+        // The function has other parameters than the method. Its sequence may still be the same.
+        if (implementation.tag()->sequence != row.sequence) {
+            report_wrong_sequence(row, implementation.tag()->sequence);
+        } else {
+            dbg_err_crash(NAME, "invalid input");
         }
+        return;
     }
     KnownLocs[type].methods[method] = implementation;
 }
@@ -128,7 +143,34 @@ int pfa_loc_type_inherit_method(int heir, int donor, int method) {
     }
     const pfaloc_impl &slot = KnownLocs[donor].methods[method];
     KnownLocs[heir].methods[method] = slot;
-    return slot.sequence() >= 0 ? 1 : 0;
+    return slot.tag() != nullptr ? 1 : 0;
+}
+
+plm_any_function pfaloc_find(const vek_file *record, int method, const plm_function_tag *tag) {
+    if (record == nullptr || record->magic != PFA_MAGIC) {
+        return nullptr;
+    }
+    return pfaloc_find(record->location_type, method, tag);
+}
+
+plm_any_function pfaloc_find(int type, int method, const plm_function_tag *tag) {
+    if (!is_type(type)) {
+        dbg_err_crash(LOOK_UP_NAME, "unknown location type %d (out of range)", type);
+        return nullptr;
+    }
+    if (KnownLocs == nullptr) {
+        return nullptr;
+    }
+    // A function of another type, stored under an unknown code, can't be called as this method.
+    const pfaloc_impl &slot = KnownLocs[type].methods[method];
+    if (slot.tag() == tag) {
+        return slot.function();
+    }
+    if (type != NoLocation && is_run_mode(RUN_MODE_PFA_TRACE)) {
+        dbg_err_syserr(LOOK_UP_NAME, "calling undefined %s method for %s",
+                       locMethodInfo[method].name, locTypeNames[type].name);
+    }
+    return nullptr;
 }
 
 int pfaloc_get_func(const vek_file *record, int method, int sequence, pfaloc_impl *found) {
@@ -139,34 +181,20 @@ int pfaloc_get_func(const vek_file *record, int method, int sequence, pfaloc_imp
 }
 
 int pfaloc_get_func_low(int type, int method, int sequence, pfaloc_impl *found) {
-    constexpr const char *NAME = "pfaloc_get_func";
     if (!is_method(method)) {
-        dbg_err_crash(NAME, "no such method %d", method);
+        dbg_err_crash(LOOK_UP_NAME, "no such method %d", method);
         return 0;
     }
-    const loc_method_row &row = locMethodInfo[method];
-    if (sequence != row.sequence) {
-        dbg_err_crash(NAME, "tried to call %s with attrs %d", row.name, sequence);
+    if (sequence != locMethodInfo[method].sequence) {
+        dbg_err_crash(LOOK_UP_NAME, "tried to call %s with attrs %d", locMethodInfo[method].name,
+                      sequence);
         return 0;
     }
-    if (!is_type(type)) {
-        dbg_err_crash(NAME, "unknown location type %d (out of range)", type);
-        return 0;
-    }
-    if (KnownLocs == nullptr) {
-        return 0;
-    }
-    // A function of another type, stored under an unknown code, can't be called as this method.
-    const pfaloc_impl &slot = KnownLocs[type].methods[method];
-    if (slot.sequence() != row.sequence) {
-        if (type != NoLocation && is_run_mode(RUN_MODE_PFA_TRACE)) {
-            dbg_err_syserr(NAME, "calling undefined %s method for %s", row.name,
-                           locTypeNames[type].name);
-        }
+    if (pfaloc_find(type, method, METHOD_TAGS[method]) == nullptr) {
         return 0;
     }
     if (found != nullptr) {
-        *found = slot;
+        *found = KnownLocs[type].methods[method];
     }
     return 1;
 }

@@ -1,220 +1,149 @@
-// Location types: the registry of what each of them implements, and the claim of a name.
+// Location types: the registry of the methods that each of them offers, and the claim of a name.
 //
-// Every operation of the file access layer calls a numbered method of the record's location type.
-// A method has one calling sequence, a sequence has exactly one function type, and an
-// implementation carries that type with it, so that a slot can only be called with the parameters
-// that it takes.
+// Every operation of the file access layer calls a method of the record's location type. To write a
+// location type, implement the methods you want to offer with the parameters and contracts given in
+// pfaloc_methods.def, choose one of the unused numbers of locTypeNames, and register:
 //
-// The registry is process-wide and unlocked: registration happens inside the first allocation of a
-// path record, which must be complete before a second thread uses the layer; after it the registry
-// is only read. Refusals are reported through dbg_err_crash.
+//     int list_path_idx(vek_file *) { return PFA_PATH; }
+//     int list_claim(vek_file *record, const char *name, const char *colon, std::int16_t *rest);
+//
+//     pfa_loc_register_setup(PfaList);
+//     pfa_loc_method_register(PfaList, PfaPathIdx, list_path_idx);
+//     pfa_loc_method_register(PfaList, PfaClaimLocation, list_claim);
+//     pfa_loc_register_setup(NoLocation);
+//
+// The least that is of use: "PfaPathIdx", "PfaClaimLocation", "PfaGetLocationString" and
+// "PfaGetNeutralLocation" for names; with "PfaFopen", "PfaWriteFile" and "PfaCloseFile" for files;
+// with "PfaDirOpen", "PfaDirReadNext" and "PfaDirClose" for directories.
+// tests/support/memory_location.cpp is a complete example.
+//
+// The registry is process-wide and unlocked. The first allocation of a path record registers the
+// types of the system; do it, and all registering, before a second thread uses the layer.
+// Afterwards the registry is only read. Refusals are reported through dbg_err_crash().
 #pragma once
 
 #include "coretools/ctpfa/pfaloc_tables.h"
 #include "coretools/ctpfa/vek_file.h"
 
-#include <string_view>
-#include <type_traits>
-
-// A pointer parameter (P) of a calling sequence: the address of any object, whose type the caller
-// and the implementation of the method agree on. What was passed as const must be read as const.
-class plm_ptr {
-  public:
-    plm_ptr(const void *address) : address_(address) {}
-
-    template <class T>
-    T *as() const {
-        return static_cast<T *>(const_cast<void *>(address_));
-    }
-
-  private:
-    const void *address_;
-};
-
-// The function type of each calling sequence. A location handle (L) is passed by address.
-using plm_fn_F = int (*)(vek_file *);
-using plm_fn_FF = int (*)(vek_file *, vek_file *);
-using plm_fn_FFP = int (*)(vek_file *, vek_file *, plm_ptr);
-using plm_fn_FI = int (*)(vek_file *, int);
-using plm_fn_FII = int (*)(vek_file *, int, int);
-using plm_fn_FL = int (*)(vek_file *, void **);
-using plm_fn_FLFL = int (*)(vek_file *, void **, vek_file *, void **);
-using plm_fn_FLFLPP = int (*)(vek_file *, void **, vek_file *, void **, plm_ptr, plm_ptr);
-using plm_fn_FLI = int (*)(vek_file *, void **, int);
-using plm_fn_FLP = int (*)(vek_file *, void **, plm_ptr);
-using plm_fn_FLPI = int (*)(vek_file *, void **, plm_ptr, int);
-using plm_fn_FLPII = int (*)(vek_file *, void **, plm_ptr, int, int);
-using plm_fn_FLPIII = int (*)(vek_file *, void **, plm_ptr, int, int, int);
-using plm_fn_FLPPI = int (*)(vek_file *, void **, plm_ptr, plm_ptr, int);
-using plm_fn_FLPPPI = int (*)(vek_file *, void **, plm_ptr, plm_ptr, plm_ptr, int);
-using plm_fn_FP = int (*)(vek_file *, plm_ptr);
-using plm_fn_FPP = int (*)(vek_file *, plm_ptr, plm_ptr);
-using plm_fn_FPPP = int (*)(vek_file *, plm_ptr, plm_ptr, plm_ptr);
-using plm_fn_FPPS = int (*)(vek_file *, plm_ptr, plm_ptr, int);
-using plm_fn_PP = int (*)(plm_ptr, plm_ptr);
-using plm_fn_PPP = int (*)(plm_ptr, plm_ptr, plm_ptr);
-using plm_fn_PPPP = int (*)(plm_ptr, plm_ptr, plm_ptr, plm_ptr);
-using plm_fn_FPIPPPP = int (*)(vek_file *, plm_ptr, int, plm_ptr, plm_ptr, plm_ptr, plm_ptr);
-using plm_fn_FFIIIPP = int (*)(vek_file *, vek_file *, int, int, int, plm_ptr, plm_ptr);
-using plm_fn_FPPPP = int (*)(vek_file *, plm_ptr, plm_ptr, plm_ptr, plm_ptr);
-using plm_fn_P = int (*)(plm_ptr);
-using plm_fn_FLPP = int (*)(vek_file *, void **, plm_ptr, plm_ptr);
-
-// The function types in the order of their codes, and what follows from it: the code of a type, the
-// type of a code, and that every type spells the name of its code.
-template <class... Fn>
-struct plm_function_list {
-    template <class Wanted>
-    static constexpr int index_of() {
-        int index = 0;
-        return ((std::is_same_v<Wanted, Fn> ? true : (index++, false)) || ...) ? index : -1;
-    }
-
-    static constexpr bool spells_the_names() {
-        int sequence = 0;
-        return (spells(methodAttrTable[sequence++].name, Fn()) && ...);
-    }
-
-  private:
-    template <class Parameter>
-    static constexpr bool is_letter(char letter) {
-        switch (letter) {
-        case 'F':
-            return std::is_same_v<Parameter, vek_file *>;
-        case 'L':
-            return std::is_same_v<Parameter, void **>;
-        case 'P':
-            return std::is_same_v<Parameter, plm_ptr>;
-        case 'I':
-        case 'S':
-            return std::is_same_v<Parameter, int>;
-        default:
-            return false;
+// The code of the first calling sequence that a function type spells, -1 for none.
+template <class Function>
+constexpr int plm_spelled_sequence() {
+    for (int sequence = 0; sequence < PFA_CALL_SEQUENCES; ++sequence) {
+        if (plm_spells(Function(), methodAttrTable[sequence].letters())) {
+            return sequence;
         }
     }
+    return -1;
+}
 
-    template <class... Parameter>
-    static constexpr bool spells(std::string_view name, int (*)(Parameter...)) {
-        constexpr std::string_view PREFIX = "PLM_CALL_";
-        const std::string_view letters = name.substr(PREFIX.size());
-        std::size_t at = 0;
-        return name.starts_with(PREFIX) && letters.size() == sizeof...(Parameter) &&
-               (is_letter<Parameter>(letters[at++]) && ...);
-    }
+// The tag of a function type: one object for each type, told from others by its address.
+struct plm_function_tag {
+    int sequence; // the first that the type spells
 };
+template <class Function>
+inline constexpr plm_function_tag plm_tag_of{plm_spelled_sequence<Function>()};
 
-template <class First, class... Rest>
-union plm_function_union {
-    First first;
-    plm_function_union<Rest...> rest;
+// Any implementation, to be cast to its own type before it is called.
+using plm_any_function = void (*)();
 
-    constexpr explicit plm_function_union(First function) : first(function) {}
-    template <class Fn>
-    constexpr explicit plm_function_union(Fn function) : rest(function) {}
-
-    template <class Fn>
-    constexpr Fn get() const {
-        if constexpr (std::is_same_v<Fn, First>) {
-            return first;
-        } else {
-            return rest.template get<Fn>();
-        }
-    }
-};
-
-template <class Last>
-union plm_function_union<Last> {
-    Last first;
-
-    constexpr explicit plm_function_union(Last function) : first(function) {}
-
-    template <class Fn>
-    constexpr Fn get() const {
-        return first;
-    }
-};
-
-template <template <class...> class Holder>
-using plm_in_code_order =
-    Holder<plm_fn_F, plm_fn_FF, plm_fn_FFP, plm_fn_FI, plm_fn_FII, plm_fn_FL, plm_fn_FLFL,
-           plm_fn_FLFLPP, plm_fn_FLI, plm_fn_FLP, plm_fn_FLPI, plm_fn_FLPII, plm_fn_FLPIII,
-           plm_fn_FLPPI, plm_fn_FLPPPI, plm_fn_FP, plm_fn_FPP, plm_fn_FPPP, plm_fn_FPPS, plm_fn_PP,
-           plm_fn_PPP, plm_fn_PPPP, plm_fn_FPIPPPP, plm_fn_FFIIIPP, plm_fn_FPPPP, plm_fn_P,
-           plm_fn_FLPP>;
-
-static_assert(plm_in_code_order<plm_function_list>::index_of<plm_fn_FLPP>() ==
-              PFA_CALL_SEQUENCES - 1);
-static_assert(plm_in_code_order<plm_function_list>::spells_the_names());
-
-// The code of a function type, -1 when it is no calling sequence.
-template <class Fn>
-inline constexpr int
-    plm_sequence_of = plm_in_code_order<plm_function_list>::template index_of<Fn>();
-
-// An implementation of a method: a function pointer that remembers its calling sequence. Made from
-// a function whose type is one of the sequences; anything else does not compile. All zero bytes
-// mean none.
+// What a slot of the registry holds: a function and the tag of its exact type. All zero bytes mean
+// none.
 class pfaloc_impl {
   public:
     constexpr pfaloc_impl() = default;
+    constexpr pfaloc_impl(std::nullptr_t) {}
 
-    template <class Fn>
-    requires(plm_sequence_of<Fn> >= 0) constexpr pfaloc_impl(Fn function)
-        : tag_(function == nullptr ? 0 : plm_sequence_of<Fn> + 1), function_(function) {}
+    // A function that no calling sequence describes does not compile.
+    template <class... Parameter>
+    requires(plm_spelled_sequence<int (*)(Parameter...)>() >= 0)
+        pfaloc_impl(int (*implementation)(Parameter...))
+        : tag_(implementation == nullptr ? nullptr : &plm_tag_of<int (*)(Parameter...)>),
+          function_(reinterpret_cast<plm_any_function>(implementation)) {}
 
-    // The code of the calling sequence, -1 when there is no implementation.
-    constexpr int sequence() const { return tag_ - 1; }
-
-    // The function, null unless it has exactly this type.
-    template <class Fn>
-    constexpr Fn get() const {
-        return sequence() == plm_sequence_of<Fn> ? function_.template get<Fn>() : nullptr;
-    }
+    const plm_function_tag *tag() const { return tag_; }
+    plm_any_function function() const { return function_; }
 
   private:
-    int tag_ = 0;
-    plm_in_code_order<plm_function_union> function_{plm_fn_F(nullptr)};
+    const plm_function_tag *tag_ = nullptr;
+    plm_any_function function_ = nullptr;
 };
 static_assert(std::is_trivially_copyable_v<pfaloc_impl> &&
               std::is_trivially_destructible_v<pfaloc_impl>);
 
-// Opens the registration of a type 1 to 9, each once in the life of the process, and creates the
-// registry if there is none yet; a registration that is still open is closed. 0 closes the open
-// registration. 1, or 0 when the type is refused or there is no memory.
+// Opens the registration of a type 1 to 9, each once in the life of the process, and closes one
+// that is still open; NoLocation only closes. Creates the registry when there is none yet. Returns
+// 1; 0 if the type is refused or there is no memory.
 int pfa_loc_register_setup(int type);
 
-// Puts an implementation into the open registration. Refused: an index out of range, a type whose
-// registration is not open, a sequence that is not the method's, a function that does not have the
-// type of the sequence. An unknown sequence code is reported but stored all the same; such a slot
-// is found only if the function has the type of the method's own sequence.
+// Stores the implementation of a method in the open registration, in place of one stored before.
+// The parameters of the implementation must be exactly those that the method declares, else this
+// does not compile. `type` must be the one whose registration is open, else nothing is stored.
+template <int METHOD>
+void pfa_loc_method_register(int type, pfa_method_constant<METHOD> method,
+                             pfa_method_function<METHOD> implementation);
+
+// The same with the code of the calling sequence, which must be that of the method.
+template <int METHOD>
+void pfa_loc_method_register(int type, pfa_method_constant<METHOD> method, int sequence,
+                             pfa_method_function<METHOD> implementation);
+
+// The same for a method that is known only at run time. Refused at run time: an index out of range,
+// a type whose registration is not open, a sequence that is not the method's, a function whose type
+// is not the method's. An unknown sequence code is reported but the function is stored all the
+// same; it is found if its type is the method's.
 void pfa_loc_method_register(int type, int method, int sequence, const pfaloc_impl &implementation);
 
-// The same when the method is known while compiling: a function of another sequence does not
-// compile.
-template <pfa_method METHOD, class Fn>
-requires(plm_sequence_of<Fn> ==
-         locMethodInfo[METHOD].sequence) void pfa_loc_method_register(int type, Fn implementation) {
-    pfa_loc_method_register(type, METHOD, locMethodInfo[METHOD].sequence, implementation);
-}
-
 // Copies the donor's slot of a method (0 to 66) into the heir's open registration, an empty slot
-// too. 1 when the slot holds an implementation, 0 when it is empty or the copy was refused.
+// too. Returns 1 if the slot holds an implementation, 0 if it is empty or the copy is refused.
 int pfa_loc_type_inherit_method(int heir, int donor, int method);
 
-// Asks the registered location types from 9 down to 1, or only_type alone unless it is -1, whether
-// they claim the name (may be null). 0 when one does: the record is then of that type, its location
-// components are filled, and *rest (may be null; the caller sets it to 0) is the index of the first
-// character after the location. Otherwise the answer of the last type asked (2 when none was) and
-// the record keeps its type.
+// Asks the registered location types from 9 down to 1, or `only_type` alone unless it is -1,
+// whether they claim `name` (may be null). The first that does becomes the record's type; its
+// location components are filled, and *rest (may be null; set it to 0 before) is the index of the
+// first character after the location. Returns PFA_E_NO_ERROR when claimed; PFA_E_NOT_FOUND if no
+// type was asked; else the result of the last type asked. Unless claimed, the record's type is
+// unchanged.
 pfa_status pfa_parse_location(vek_file *record, const char *name, std::int16_t *rest,
                               int only_type);
 
-// Look-up by record or by type index: 1 and *found (may be null) when the type offers the method,
-// else 0. Silent for an invalid record and for type 0; before the first registration nothing is
-// found.
+// Looks a method up for a record or for a type. Returns 1 and stores the implementation in *found
+// (may be null) if the type offers the method, else 0. Silent for an invalid record and for type 0;
+// before the first registration nothing is found.
 int pfaloc_get_func(const vek_file *record, int method, int sequence, pfaloc_impl *found);
 int pfaloc_get_func_low(int type, int method, int sequence, pfaloc_impl *found);
 
-// Creates the registry if there is none yet, the only memory that registration needs: 1, or 0 when
-// there is no memory.
+// Creates the registry if there is none yet, the only memory that registration needs. Returns 1, or
+// 0 without memory.
 int pfaloc_create_registry();
+
+// The implementation of a method whose type has the given tag, null if `type` does not offer it;
+// for the call wrappers. The first form fails silently for an invalid record.
+plm_any_function pfaloc_find(const vek_file *record, int method, const plm_function_tag *tag);
+plm_any_function pfaloc_find(int type, int method, const plm_function_tag *tag);
+
+// A record as a method takes it: F has one type, writable, also for methods that only read their
+// record (the component indexes, the location texts, "PfaIsFolder", "PfaCaseSensitiveLoc"). For
+// calling those, and only those, with a constant record.
+inline vek_file *pfaloc_record(const vek_file *record) {
+    return const_cast<vek_file *>(record);
+}
+
+template <int METHOD>
+void pfa_loc_method_register(int type, pfa_method_constant<METHOD>, int sequence,
+                             pfa_method_function<METHOD> implementation) {
+    pfa_loc_method_register(type, METHOD, sequence, pfaloc_impl(implementation));
+}
+template <int METHOD>
+void pfa_loc_method_register(int type, pfa_method_constant<METHOD>,
+                             pfa_method_function<METHOD> implementation) {
+    pfa_loc_method_register(type, METHOD, locMethodInfo[METHOD].sequence,
+                            pfaloc_impl(implementation));
+}
+// A constant method never takes the way of the run-time check.
+template <int METHOD, class Function>
+requires(!std::is_convertible_v<
+         Function, pfa_method_function<
+                       METHOD>>) void pfa_loc_method_register(int type,
+                                                              pfa_method_constant<METHOD> method,
+                                                              int sequence,
+                                                              Function implementation) = delete;

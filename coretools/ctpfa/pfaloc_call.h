@@ -1,41 +1,196 @@
-// The dispatch wrappers, one a calling sequence: each calls the method's implementation of the
-// record's location type and returns its result, or -1 when the type does not offer the method or
-// the record is not valid. The letters after pfaloc_call_ are those of the sequence; the location
-// handles (L) are supplied here, not by the caller. A -1 from an implementation looks the same.
+// The call wrappers, one for each calling sequence: pfaloc_call_F, pfaloc_call_FLPPI and so on.
+//
+//     int result = pfaloc_call_FLPPI(record, PfaFopen, name, "r", 0);
+//
+// A wrapper takes the record, the method and the other parameters of the sequence, without the
+// location handles (L), which it supplies itself; a sequence that begins with P takes a location
+// type in place of the record. It calls the implementation of the record's location type and
+// returns its result, or PFA_E_NO_METHOD (-1) if the type does not offer the method or the record
+// is not valid. An implementation's own -1 looks the same.
+//
+// With the name of a method, a call through the wrapper of another sequence, or with other
+// parameters than the method declares in pfaloc_methods.def, does not compile. With an int, the
+// sequence is checked at run time and reported through dbg_err_crash(); a pointer parameter then
+// takes any address, and the caller answers for its type.
+//
+// FF, FLFL and FLFLPP take two valid records of one location type. Different types are reported and
+// give PFA_E_NO_METHOD.
 #pragma once
 
 #include "coretools/ctpfa/pfaloc.h"
 
-// The first record selects the implementation. FF, FLFL and FLFLPP take two valid records of one
-// location type; different types are reported and answered with -1.
-int pfaloc_call_F(vek_file *record, int method);
-int pfaloc_call_FF(vek_file *record, int method, vek_file *second);
-int pfaloc_call_FFP(vek_file *record, int method, vek_file *second, plm_ptr a);
-int pfaloc_call_FI(vek_file *record, int method, int a);
-int pfaloc_call_FII(vek_file *record, int method, int a, int b);
-int pfaloc_call_FL(vek_file *record, int method);
-int pfaloc_call_FLFL(vek_file *record, int method, vek_file *second);
-int pfaloc_call_FLFLPP(vek_file *record, int method, vek_file *second, plm_ptr a, plm_ptr b);
-int pfaloc_call_FLI(vek_file *record, int method, int a);
-int pfaloc_call_FLP(vek_file *record, int method, plm_ptr a);
-int pfaloc_call_FLPI(vek_file *record, int method, plm_ptr a, int b);
-int pfaloc_call_FLPII(vek_file *record, int method, plm_ptr a, int b, int c);
-int pfaloc_call_FLPIII(vek_file *record, int method, plm_ptr a, int b, int c, int d);
-int pfaloc_call_FLPPI(vek_file *record, int method, plm_ptr a, plm_ptr b, int c);
-int pfaloc_call_FLPPPI(vek_file *record, int method, plm_ptr a, plm_ptr b, plm_ptr c, int d);
-int pfaloc_call_FP(vek_file *record, int method, plm_ptr a);
-int pfaloc_call_FPP(vek_file *record, int method, plm_ptr a, plm_ptr b);
-int pfaloc_call_FPPP(vek_file *record, int method, plm_ptr a, plm_ptr b, plm_ptr c);
-int pfaloc_call_FPPS(vek_file *record, int method, plm_ptr a, plm_ptr b, int capacity);
-int pfaloc_call_FPIPPPP(vek_file *record, int method, plm_ptr a, int b, plm_ptr c, plm_ptr d,
-                        plm_ptr e, plm_ptr f);
-int pfaloc_call_FFIIIPP(vek_file *record, int method, vek_file *second, int a, int b, int c,
-                        plm_ptr d, plm_ptr e);
-int pfaloc_call_FPPPP(vek_file *record, int method, plm_ptr a, plm_ptr b, plm_ptr c, plm_ptr d);
-int pfaloc_call_FLPP(vek_file *record, int method, plm_ptr a, plm_ptr b);
+#include <concepts>
 
-// These have no record and take a location type index.
-int pfaloc_call_PP(int type, int method, plm_ptr a, plm_ptr b);
-int pfaloc_call_PPP(int type, int method, plm_ptr a, plm_ptr b, plm_ptr c);
-int pfaloc_call_PPPP(int type, int method, plm_ptr a, plm_ptr b, plm_ptr c, plm_ptr d);
-int pfaloc_call_P(int type, int method, plm_ptr a);
+// The address that a run-time call passes for a pointer parameter, whatever its type. What was
+// passed as const must be read as const.
+class plm_ptr {
+  public:
+    plm_ptr(const void *address) : address_(address) {}
+
+    template <class T>
+    operator T *() const {
+        return static_cast<T *>(const_cast<void *>(address_));
+    }
+
+  private:
+    const void *address_;
+};
+
+// A calling sequence as a function type, with plm_ptr for P.
+template <char LETTER>
+using plm_parameter = std::conditional_t<
+    LETTER == 'F', vek_file *,
+    std::conditional_t<LETTER == 'L', void **, std::conditional_t<LETTER == 'P', plm_ptr, int>>>;
+
+template <int SEQUENCE>
+constexpr std::string_view plm_letters = methodAttrTable[SEQUENCE].letters();
+
+template <int SEQUENCE, std::size_t... AT>
+auto plm_erase(std::index_sequence<AT...>) -> int (*)(plm_parameter<plm_letters<SEQUENCE>[AT]>...);
+template <int SEQUENCE>
+using plm_erased_function =
+    decltype(plm_erase<SEQUENCE>(std::make_index_sequence<plm_letters<SEQUENCE>.size()>()));
+
+// An implementation found at run time: called with erased parameters, which become those of its
+// method again on the way.
+template <int SEQUENCE, class Function = plm_erased_function<SEQUENCE>>
+class plm_erased_call;
+
+template <int SEQUENCE, class... Parameter>
+class plm_erased_call<SEQUENCE, int (*)(Parameter...)> {
+  public:
+    plm_erased_call(int method, plm_any_function function)
+        : convert_(CONVERT[method]), function_(function) {}
+
+    int operator()(Parameter... parameter) const { return convert_(function_, parameter...); }
+
+  private:
+    using converter = int (*)(plm_any_function, Parameter...);
+
+    template <int METHOD>
+    static int call_as(plm_any_function function, Parameter... parameter) {
+        return reinterpret_cast<pfa_method_function<METHOD>>(function)(parameter...);
+    }
+
+    template <int METHOD>
+    static constexpr converter converter_of() {
+        if constexpr (locMethodInfo[METHOD].sequence == SEQUENCE) {
+            return call_as<METHOD>;
+        } else {
+            return nullptr;
+        }
+    }
+
+    struct table {
+        converter of[PFA_METHODS];
+        constexpr converter operator[](int method) const { return of[method]; }
+    };
+    static constexpr table CONVERT = []<int... METHOD>(std::integer_sequence<int, METHOD...>) {
+        return table{{converter_of<METHOD>()...}};
+    }
+    (std::make_integer_sequence<int, PFA_METHODS>());
+
+    converter convert_;
+    plm_any_function function_;
+};
+
+// How the arguments of a wrapper become those of an implementation. `first` is what selects the
+// implementation: a record, which becomes its first parameter, or a location type, which does not.
+struct plm_with_type {
+    template <class Function, class... Argument>
+    static auto call(const Function &function, int, Argument &&...argument)
+        -> decltype(function(std::forward<Argument>(argument)...)) {
+        return function(std::forward<Argument>(argument)...);
+    }
+};
+struct plm_with_record {
+    template <class Function, class... Argument>
+    static auto call(const Function &function, vek_file *first, Argument &&...argument)
+        -> decltype(function(first, std::forward<Argument>(argument)...)) {
+        return function(first, std::forward<Argument>(argument)...);
+    }
+};
+struct plm_with_handle {
+    template <class Function, class... Argument>
+    static auto call(const Function &function, vek_file *first, Argument &&...argument)
+        -> decltype(function(first, &first->location_handle, std::forward<Argument>(argument)...)) {
+        return function(first, &first->location_handle, std::forward<Argument>(argument)...);
+    }
+};
+struct plm_with_two_handles {
+    template <class Function, class... Argument>
+    static auto call(const Function &function, vek_file *first, vek_file *second,
+                     Argument &&...argument)
+        -> decltype(function(first, &first->location_handle, second, &second->location_handle,
+                             std::forward<Argument>(argument)...)) {
+        return function(first, &first->location_handle, second, &second->location_handle,
+                        std::forward<Argument>(argument)...);
+    }
+};
+
+template <class Shape, class Function, class... Argument>
+concept plm_callable = requires(const Function &function, Argument &&...argument) {
+    Shape::call(function, std::forward<Argument>(argument)...);
+};
+
+// True if both records are valid and of one location type; different types are reported.
+bool pfaloc_same_type(int sequence, int method, const vek_file *first, const vek_file *second);
+
+template <int SEQUENCE>
+class plm_wrapper {
+    static constexpr std::string_view LETTERS = plm_letters<SEQUENCE>;
+    static constexpr bool BY_RECORD = LETTERS.starts_with('F');
+    using selector = std::conditional_t<BY_RECORD, vek_file *, int>;
+    using shape = std::conditional_t<
+        LETTERS.starts_with("FLFL"), plm_with_two_handles,
+        std::conditional_t<LETTERS.starts_with("FL"), plm_with_handle,
+                           std::conditional_t<BY_RECORD, plm_with_record, plm_with_type>>>;
+
+    template <class... Rest>
+    static bool records_match(selector first, int method, const vek_file *second, Rest &&...) {
+        return pfaloc_same_type(SEQUENCE, method, first, second);
+    }
+
+  public:
+    template <int METHOD, class... Argument>
+    requires(locMethodInfo[METHOD].sequence == SEQUENCE &&
+             plm_callable<shape, pfa_method_function<METHOD>, selector, Argument...>) int
+    operator()(selector first, pfa_method_constant<METHOD>, Argument &&...argument) const {
+        if constexpr (methodAttrTable[SEQUENCE].same_type) {
+            if (!records_match(first, METHOD, argument...)) {
+                return PFA_E_NO_METHOD;
+            }
+        }
+        using function = pfa_method_function<METHOD>;
+        const plm_any_function found = pfaloc_find(first, METHOD, &plm_tag_of<function>);
+        return found == nullptr ? PFA_E_NO_METHOD
+                                : shape::call(reinterpret_cast<function>(found), first,
+                                              std::forward<Argument>(argument)...);
+    }
+
+    template <class Method, class... Argument>
+    requires((std::is_integral_v<Method> ||
+              std::is_enum_v<Method>)&&plm_callable<shape, plm_erased_call<SEQUENCE>, selector,
+                                                    Argument...>) int
+    operator()(selector first, Method method, Argument &&...argument) const {
+        if constexpr (methodAttrTable[SEQUENCE].same_type) {
+            if (!records_match(first, method, argument...)) {
+                return PFA_E_NO_METHOD;
+            }
+        }
+        pfaloc_impl found;
+        if constexpr (BY_RECORD) {
+            if (pfaloc_get_func(first, method, SEQUENCE, &found) == 0) {
+                return PFA_E_NO_METHOD;
+            }
+        } else if (pfaloc_get_func_low(first, method, SEQUENCE, &found) == 0) {
+            return PFA_E_NO_METHOD;
+        }
+        return shape::call(plm_erased_call<SEQUENCE>(method, found.function()), first,
+                           std::forward<Argument>(argument)...);
+    }
+};
+
+#define PFA_CALL_SEQUENCE(letters, same_type)                                                      \
+    inline constexpr plm_wrapper<PLM_CALL_##letters> pfaloc_call_##letters{};
+#include "coretools/ctpfa/pfaloc_methods.def"

@@ -11,7 +11,6 @@
 #include "coretools/ctpfafs/pfafs_internal.h"
 
 #include <cstring>
-#include <iterator>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -37,8 +36,7 @@ struct named_stream {
     std::FILE *stream;
 };
 
-int pfa_stdio_claim_location(vek_file *record, plm_ptr name_in, plm_ptr, plm_ptr rest_out) {
-    const char *name = name_in.as<const char>();
+int pfa_stdio_claim_location(vek_file *record, const char *name, const char *, std::int16_t *rest) {
     if (name == nullptr || std::strncmp(name, PREFIX, PREFIX_LENGTH) != 0) {
         return PFA_E_INVALID_INPUT;
     }
@@ -50,16 +48,14 @@ int pfa_stdio_claim_location(vek_file *record, plm_ptr name_in, plm_ptr, plm_ptr
     if (pfa_put_component(record, PREFIX_COMPONENT, PREFIX) != PFA_E_NO_ERROR) {
         return PFA_E_INVALID_INPUT;
     }
-    std::int16_t *rest = rest_out.as<std::int16_t>();
     if (rest != nullptr) {
         *rest = PREFIX_LENGTH;
     }
     return PFA_E_NO_ERROR;
 }
 
-int pfa_stdio_location(vek_file *record, plm_ptr out, plm_ptr length, int capacity) {
-    return pfa_append_component(record, PREFIX_COMPONENT, out.as<char>(), length.as<std::int16_t>(),
-                                capacity);
+int pfa_stdio_location(vek_file *record, char *out, std::int16_t *length, int capacity) {
+    return pfa_append_component(record, PREFIX_COMPONENT, out, length, capacity);
 }
 
 // Lends a standard stream to the record.
@@ -78,8 +74,7 @@ int lend_stream(vek_file *record, void **data, std::FILE *stream) {
 }
 
 // Standard input is opened for reading, the others are opened for writing.
-int pfa_stdio_fopen(vek_file *record, void **data, plm_ptr, plm_ptr mode_in, int) {
-    const char *mode = mode_in.as<const char>();
+int pfa_stdio_fopen(vek_file *record, void **data, char *, const char *mode, int) {
     std::FILE *stream;
     const pfa_status found = pfa_stdio_get_stream(record, &stream);
     if (found != PFA_E_NO_ERROR) {
@@ -92,7 +87,7 @@ int pfa_stdio_fopen(vek_file *record, void **data, plm_ptr, plm_ptr mode_in, int
     return reads == (stream == stdin) ? lend_stream(record, data, stream) : PFA_E_CANT_OPEN;
 }
 
-int pfa_stdio_open(vek_file *record, void **data, plm_ptr, int flags, int, int) {
+int pfa_stdio_open(vek_file *record, void **data, char *, int flags, int, int) {
     std::FILE *stream;
     const pfa_status found = pfa_stdio_get_stream(record, &stream);
     if (found != PFA_E_NO_ERROR) {
@@ -139,11 +134,10 @@ int pfa_stdio_dir_can_open_subset(vek_file *) {
 }
 
 // A directory of this location lists exactly one name, the pattern. Without one nothing is opened.
-int pfa_stdio_open_dir(vek_file *record, void **data, plm_ptr, plm_ptr pattern) {
+int pfa_stdio_open_dir(vek_file *record, void **data, const char *, const char *name) {
     if (data == nullptr || !pfa_is_dir(record)) {
         return PFA_E_INVALID_INPUT;
     }
-    const char *name = pattern.as<const char>();
     if (*data == nullptr && name != nullptr) {
         auto *listing = static_cast<pattern_listing *>(getmem(sizeof(pattern_listing)));
         if (listing == nullptr) {
@@ -173,8 +167,8 @@ int put_entry(vek_file *directory, const char *name, vek_file *entry) {
     return cleared != PFA_E_NO_ERROR ? cleared : pfa_put_name(entry, name);
 }
 
-int pfa_stdio_dir_read_next(vek_file *directory, void **data, plm_ptr out, plm_ptr filter,
-                            plm_ptr argument, int with_kind) {
+int pfa_stdio_dir_read_next(vek_file *directory, void **data, vek_file *entry,
+                            const pfa_dir_filter *filter, void *argument, int with_kind) {
     if (data == nullptr || !pfa_is_dir(directory)) {
         return PFA_E_INVALID_INPUT;
     }
@@ -184,11 +178,9 @@ int pfa_stdio_dir_read_next(vek_file *directory, void **data, plm_ptr out, plm_p
     }
     const char *name = listing->name;
     listing->name = nullptr;
-    if (!pfafs_filter_takes(filter.as<const pfa_dir_filter>(), directory, name, with_kind != 0,
-                            PFA_NO_DIRECTORY, argument.as<void>())) {
+    if (!pfafs_filter_takes(filter, directory, name, with_kind != 0, PFA_NO_DIRECTORY, argument)) {
         return PFA_E_QUIT;
     }
-    vek_file *entry = out.as<vek_file>();
     return pfa_is_valid(entry) ? put_entry(directory, name, entry) : PFA_E_INVALID_INPUT;
 }
 
@@ -200,25 +192,6 @@ int pfa_stdio_close_dir(vek_file *record, void **data) {
     *data = nullptr;
     return PFA_E_NO_ERROR;
 }
-
-constexpr pfafs_method METHODS[] = {
-    {PfaClaimLocation, pfa_stdio_claim_location},
-    {PfaGetLocationString, pfa_stdio_location},
-    {PfaGetNeutralLocation, pfa_stdio_location},
-    {PfaFopen, pfa_stdio_fopen},
-    {PfaOpen, pfa_stdio_open},
-    {PfaCloseFile, pfa_stdio_never_close},
-    {PfaAccess, pfa_stdio_access},
-    {PfaDirOpen, pfa_stdio_open_dir},
-    {PfaDirReadNext, pfa_stdio_dir_read_next},
-    {PfaDirClose, pfa_stdio_close_dir},
-    {PfaDirCanOpenSubset, pfa_stdio_dir_can_open_subset},
-};
-static_assert(std::size(METHODS) == 11 && pfafs_methods_fit(METHODS));
-
-// Reading and writing run on the stream block, whoever opened it.
-constexpr pfa_method INHERITED[] = {PfaFgetc, PfaReadFile,       PfaFgets,    PfaWriteFile,
-                                    PfaFputs, PfaCopyThruCookie, PfaFlushFile};
 
 } // namespace
 
@@ -238,8 +211,21 @@ pfa_status pfa_stdio_get_stream(const vek_file *record, std::FILE **stream) {
 
 void pfa_stdio_register() {
     pfa_loc_register_setup(PfaStdio);
-    pfafs_register_methods(PfaStdio, METHODS);
-    for (const pfa_method method : INHERITED) {
+    pfa_loc_method_register(PfaStdio, PfaClaimLocation, pfa_stdio_claim_location);
+    pfa_loc_method_register(PfaStdio, PfaGetLocationString, pfa_stdio_location);
+    pfa_loc_method_register(PfaStdio, PfaGetNeutralLocation, pfa_stdio_location);
+    pfa_loc_method_register(PfaStdio, PfaFopen, pfa_stdio_fopen);
+    pfa_loc_method_register(PfaStdio, PfaOpen, pfa_stdio_open);
+    pfa_loc_method_register(PfaStdio, PfaCloseFile, pfa_stdio_never_close);
+    pfa_loc_method_register(PfaStdio, PfaAccess, pfa_stdio_access);
+    pfa_loc_method_register(PfaStdio, PfaDirOpen, pfa_stdio_open_dir);
+    pfa_loc_method_register(PfaStdio, PfaDirReadNext, pfa_stdio_dir_read_next);
+    pfa_loc_method_register(PfaStdio, PfaDirClose, pfa_stdio_close_dir);
+    pfa_loc_method_register(PfaStdio, PfaDirCanOpenSubset, pfa_stdio_dir_can_open_subset);
+    // Reading and writing use the stream block, whichever type has opened it.
+    const pfa_method inherited[] = {PfaFgetc, PfaReadFile,       PfaFgets,    PfaWriteFile,
+                                    PfaFputs, PfaCopyThruCookie, PfaFlushFile};
+    for (const pfa_method method : inherited) {
         pfa_loc_type_inherit_method(PfaStdio, PfaStdFilesystem, method);
     }
     pfa_loc_register_setup(NoLocation);

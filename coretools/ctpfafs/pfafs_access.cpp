@@ -11,7 +11,6 @@
 #include <climits>
 #include <cstdint>
 #include <cstdlib>
-#include <iterator>
 
 #include <pwd.h>
 #include <sys/stat.h>
@@ -57,19 +56,18 @@ int Unix_pfa_access(vek_file *record, int mode, int lower) {
     return 1;
 }
 
-int pfafs_get_file_time(vek_file *record, plm_ptr accessed, plm_ptr modified, plm_ptr changed) {
+int pfafs_get_file_time(vek_file *record, ptime *accessed, ptime *modified, ptime *changed) {
     struct stat status;
     const int result = read_status(record, &status, PFA_E_ERROR);
     if (result == PFA_E_NO_ERROR) {
-        zuna_gmtime(accessed.as<ptime>(), status.st_atime);
-        zuna_gmtime(modified.as<ptime>(), status.st_mtime);
-        zuna_gmtime(changed.as<ptime>(), status.st_ctime);
+        zuna_gmtime(accessed, status.st_atime);
+        zuna_gmtime(modified, status.st_mtime);
+        zuna_gmtime(changed, status.st_ctime);
     }
     return result;
 }
 
-int pfafs_get_mode(vek_file *record, plm_ptr out) {
-    int *mode = out.as<int>();
+int pfafs_get_mode(vek_file *record, int *mode) {
     if (mode == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
@@ -82,8 +80,7 @@ int pfafs_get_mode(vek_file *record, plm_ptr out) {
 }
 
 // A size that an int cannot hold is given as INT_MAX.
-int pfafs_get_file_size(vek_file *record, plm_ptr out) {
-    int *size = out.as<int>();
+int pfafs_get_file_size(vek_file *record, int *size) {
     if (size == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
@@ -103,15 +100,14 @@ void write_id(char *out, std::uintmax_t id) {
 
 // The texts, each of which may be null, hold 12, 12 and 260 characters. Ids are signed numbers, as
 // pfafs_chown reads them.
-int pfafs_get_owners(vek_file *record, plm_ptr user_id, plm_ptr group_id, plm_ptr user_name) {
+int pfafs_get_owners(vek_file *record, char *user_id, char *group_id, char *name) {
     struct stat status;
     const int result = read_status(record, &status, PFA_E_NO_ACCESS);
     if (result != PFA_E_NO_ERROR) {
         return result;
     }
-    write_id(user_id.as<char>(), status.st_uid);
-    write_id(group_id.as<char>(), status.st_gid);
-    char *name = user_name.as<char>();
+    write_id(user_id, status.st_uid);
+    write_id(group_id, status.st_gid);
     if (name != nullptr) {
         const passwd *user = getpwuid(status.st_uid);
         if (user == nullptr) {
@@ -141,14 +137,14 @@ bool read_id(const char *text, long long *id) {
 }
 
 // -1 leaves an owner as it is; text that is no id is refused with 9.
-int pfafs_chown(vek_file *record, plm_ptr user_id, plm_ptr group_id) {
+int pfafs_chown(vek_file *record, const char *user_id, const char *group_id) {
     char name[PFA_PATH_SIZE];
     if (pfafs_host_name(record, pfafs_name_form::file_name, name) != PFA_E_NO_ERROR) {
         return PFA_E_NOT_VALID;
     }
     long long user;
     long long group;
-    if (!read_id(user_id.as<const char>(), &user) || !read_id(group_id.as<const char>(), &group)) {
+    if (!read_id(user_id, &user) || !read_id(group_id, &group)) {
         return PFA_E_INVALID_INPUT;
     }
     return chown(name, static_cast<uid_t>(user), static_cast<gid_t>(group)) == -1 ? PFA_E_ERROR
@@ -184,9 +180,7 @@ int find_existing_parent(vek_file *record, char *name) {
 
 // The low 32 bits of the number of free blocks, and the size of one in bytes. The work record that
 // this keeps is shared: one thread at a time.
-int pfafs_get_avail_blocks(vek_file *record, plm_ptr free_out, plm_ptr size_out) {
-    int *free_blocks = free_out.as<int>();
-    int *block_size = size_out.as<int>();
+int pfafs_get_avail_blocks(vek_file *record, int *free_blocks, int *block_size) {
     if (pfa_is_local(record) != 1) {
         return PFA_E_NOT_ALLOWED;
     }
@@ -213,21 +207,16 @@ int pfafs_make_hidden(vek_file *record) {
     return pfa_is_local(record) == 1 ? PFA_E_NO_ERROR : PFA_E_NOT_ALLOWED;
 }
 
-constexpr pfafs_method METHODS[] = {
-    {PfaAccess, Unix_pfa_access},
-    {PfaGetFileTime, pfafs_get_file_time},
-    {PfaGetMode, pfafs_get_mode},
-    {PfaGetFileSize, pfafs_get_file_size},
-    {PfaGetOwners, pfafs_get_owners},
-    {PfaChmod, pfafs_chmod},
-    {PfaChown, pfafs_chown},
-    {PfaGetAvailBlocks, pfafs_get_avail_blocks},
-    {PfaMakeHidden, pfafs_make_hidden},
-};
-static_assert(std::size(METHODS) == 9 && pfafs_methods_fit(METHODS));
-
 } // namespace
 
 void pfafs_register_access_functions() {
-    pfafs_register_methods(PfaStdFilesystem, METHODS);
+    pfa_loc_method_register(PfaStdFilesystem, PfaAccess, Unix_pfa_access);
+    pfa_loc_method_register(PfaStdFilesystem, PfaGetFileTime, pfafs_get_file_time);
+    pfa_loc_method_register(PfaStdFilesystem, PfaGetMode, pfafs_get_mode);
+    pfa_loc_method_register(PfaStdFilesystem, PfaGetFileSize, pfafs_get_file_size);
+    pfa_loc_method_register(PfaStdFilesystem, PfaGetOwners, pfafs_get_owners);
+    pfa_loc_method_register(PfaStdFilesystem, PfaChmod, pfafs_chmod);
+    pfa_loc_method_register(PfaStdFilesystem, PfaChown, pfafs_chown);
+    pfa_loc_method_register(PfaStdFilesystem, PfaGetAvailBlocks, pfafs_get_avail_blocks);
+    pfa_loc_method_register(PfaStdFilesystem, PfaMakeHidden, pfafs_make_hidden);
 }

@@ -13,7 +13,6 @@
 #include <cerrno>
 #include <cstring>
 #include <ctime>
-#include <iterator>
 
 #include <sys/stat.h>
 
@@ -104,21 +103,18 @@ int put_entry(vek_file *directory, const char *name, vek_file *entry) {
     return parse_to_pfa(entry, 0, name);
 }
 
-int pfafs_open_dir(vek_file *record, void **data, plm_ptr location, plm_ptr pattern) {
-    return pfa_actually_open_dir(record, data, location.as<const char>(), pattern.as<const char>(),
-                                 pfafs_name_form::file_name);
+int pfafs_open_dir(vek_file *record, void **data, const char *location, const char *pattern) {
+    return pfa_actually_open_dir(record, data, location, pattern, pfafs_name_form::file_name);
 }
 
 // Without a filter the next entry is taken. A filter that takes none runs through the rest of the
 // directory, and may come without an output record. with_kind asks for the kind.
-int pfafs_dir_read_next(vek_file *directory, void **data, plm_ptr out, plm_ptr filter_in,
-                        plm_ptr argument, int with_kind) {
+int pfafs_dir_read_next(vek_file *directory, void **data, vek_file *entry,
+                        const pfa_dir_filter *filter, void *argument, int with_kind) {
     pfafs_directory *block = directory_of(directory, data);
     if (block == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
-    vek_file *entry = out.as<vek_file>();
-    const pfa_dir_filter *filter = filter_in.as<const pfa_dir_filter>();
     char path[PFA_PATH_SIZE];
     int path_length = -1;
     for (;;) {
@@ -129,8 +125,7 @@ int pfafs_dir_read_next(vek_file *directory, void **data, plm_ptr out, plm_ptr f
         const int kind = filter != nullptr && with_kind != 0
                              ? entry_kind(directory, block, name, path, &path_length)
                              : PFA_NO_DIRECTORY;
-        if (pfafs_filter_takes(filter, directory, name, with_kind != 0, kind,
-                               argument.as<void>())) {
+        if (pfafs_filter_takes(filter, directory, name, with_kind != 0, kind, argument)) {
             return pfa_is_valid(entry) ? put_entry(directory, name, entry) : PFA_E_INVALID_INPUT;
         }
     }
@@ -147,9 +142,8 @@ int pfafs_close_dir(vek_file *record, void **data) {
 
 // 1 when the listing may no longer be what the directory holds. Times count whole seconds, so that
 // a directory that changed in the second in which it was read could have changed after it.
-int pfafs_dir_cache_invalid(vek_file *record, void **data, plm_ptr location_in) {
+int pfafs_dir_cache_invalid(vek_file *record, void **data, const char *location) {
     const pfafs_directory *block = directory_of(record, data);
-    const char *location = location_in.as<const char>();
     if (block == nullptr || location == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
@@ -161,7 +155,7 @@ int pfafs_dir_cache_invalid(vek_file *record, void **data, plm_ptr location_in) 
            (status.st_mode & S_IRUSR) == 0;
 }
 
-int pfafs_dir_cache_eligible(vek_file *, plm_ptr) {
+int pfafs_dir_cache_eligible(vek_file *, const char *) {
     return 1;
 }
 
@@ -207,18 +201,6 @@ int pfafs_move_dir(vek_file *from, vek_file *to) {
     }
     return errno == EXDEV ? PFA_E_NOT_ALLOWED : PFA_E_ERROR;
 }
-
-constexpr pfafs_method METHODS[] = {
-    {PfaMakeDir, pfafs_make_dir},
-    {PfaRemoveDir, pfafs_remove_dir},
-    {PfaMoveDir, pfafs_move_dir},
-    {PfaDirOpen, pfafs_open_dir},
-    {PfaDirClose, pfafs_close_dir},
-    {PfaDirReadNext, pfafs_dir_read_next},
-    {PfaDirCacheInvalid, pfafs_dir_cache_invalid},
-    {PfaDirCacheEligible, pfafs_dir_cache_eligible},
-};
-static_assert(std::size(METHODS) == 8 && pfafs_methods_fit(METHODS));
 
 } // namespace
 
@@ -271,5 +253,12 @@ int pfa_actually_open_dir(vek_file *record, void **data, const char *location, c
 }
 
 void pfafs_register_dir_functions() {
-    pfafs_register_methods(PfaStdFilesystem, METHODS);
+    pfa_loc_method_register(PfaStdFilesystem, PfaMakeDir, pfafs_make_dir);
+    pfa_loc_method_register(PfaStdFilesystem, PfaRemoveDir, pfafs_remove_dir);
+    pfa_loc_method_register(PfaStdFilesystem, PfaMoveDir, pfafs_move_dir);
+    pfa_loc_method_register(PfaStdFilesystem, PfaDirOpen, pfafs_open_dir);
+    pfa_loc_method_register(PfaStdFilesystem, PfaDirClose, pfafs_close_dir);
+    pfa_loc_method_register(PfaStdFilesystem, PfaDirReadNext, pfafs_dir_read_next);
+    pfa_loc_method_register(PfaStdFilesystem, PfaDirCacheInvalid, pfafs_dir_cache_invalid);
+    pfa_loc_method_register(PfaStdFilesystem, PfaDirCacheEligible, pfafs_dir_cache_eligible);
 }

@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <iterator>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -21,8 +20,7 @@ int pfafs_delete_file(vek_file *record) {
 }
 
 // The file must be open. What its stream still buffers is not written first.
-int pfafs_truncate_file(vek_file *record, void **data, plm_ptr length_in) {
-    const int *length = length_in.as<const int>();
+int pfafs_truncate_file(vek_file *record, void **data, const int *length) {
     if (pfafs_stream_of(record, data) == nullptr || length == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
@@ -65,9 +63,7 @@ bool replace_file_by_directory(const char *from, const char *to) {
 
 // `from` and `to` are host names. PFA_E_ERROR if the host refuses; both files are then as they
 // were.
-int pfafs_rename_file(vek_file *, plm_ptr from_in, plm_ptr to_in) {
-    const char *from = from_in.as<const char>();
-    const char *to = to_in.as<const char>();
+int pfafs_rename_file(vek_file *, const char *from, const char *to) {
     if (from == nullptr || to == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
@@ -86,16 +82,11 @@ int pfafs_is_case_sensitive(vek_file *) {
     return 1;
 }
 
-constexpr pfafs_method METHODS[] = {
-    {PfaDeleteFile, pfafs_delete_file},
-    {PfaTruncateFile, pfafs_truncate_file},
-    {PfaRenameFile, pfafs_rename_file},
-    {PfaCaseSensitiveLoc, pfafs_is_case_sensitive},
-};
-static_assert(std::size(METHODS) == 4 && pfafs_methods_fit(METHODS));
-
 } // namespace
 
 void pfafs_register_file_functions() {
-    pfafs_register_methods(PfaStdFilesystem, METHODS);
+    pfa_loc_method_register(PfaStdFilesystem, PfaDeleteFile, pfafs_delete_file);
+    pfa_loc_method_register(PfaStdFilesystem, PfaTruncateFile, pfafs_truncate_file);
+    pfa_loc_method_register(PfaStdFilesystem, PfaRenameFile, pfafs_rename_file);
+    pfa_loc_method_register(PfaStdFilesystem, PfaCaseSensitiveLoc, pfafs_is_case_sensitive);
 }

@@ -8,7 +8,6 @@
 #include "coretools/ctpfa/pfa_dir_filter.h"
 #include "coretools/ctpfa/pfaloc.h"
 
-#include <cstddef>
 #include <cstdio>
 
 // What is open on a record, in its location handle, begins with its kind: a record may change its
@@ -71,31 +70,6 @@ inline bool pfafs_filter_takes(const pfa_dir_filter *filter, vek_file *directory
     }
     return (with_kind ? filter->by_name_and_kind(directory, name, kind, argument)
                       : filter->by_name(directory, name, argument)) == 0;
-}
-
-// One method of a location type.
-struct pfafs_method {
-    pfa_method method;
-    pfaloc_impl implementation;
-};
-
-// Whether every implementation takes the parameters of its method.
-template <std::size_t N>
-consteval bool pfafs_methods_fit(const pfafs_method (&methods)[N]) {
-    for (const pfafs_method &row : methods) {
-        if (row.implementation.sequence() != locMethodInfo[row.method].sequence) {
-            return false;
-        }
-    }
-    return true;
-}
-
-template <std::size_t N>
-void pfafs_register_methods(int type, const pfafs_method (&methods)[N]) {
-    for (const pfafs_method &row : methods) {
-        pfa_loc_method_register(type, row.method, row.implementation.sequence(),
-                                row.implementation);
-    }
 }
 
 // The methods of the standard filesystem, registered file by file while its row is open.

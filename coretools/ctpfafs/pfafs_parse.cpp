@@ -19,7 +19,6 @@
 #include "coretools/ctpfafs/vek_is_dir.h"
 
 #include <cstring>
-#include <iterator>
 
 namespace {
 
@@ -173,18 +172,17 @@ bool put_piece(vek_file *record, int index, const char *name, const piece &part)
 
 // 0, or 9 when the name is not one of this location. A name that is declined for its form leaves
 // the record as it was.
-int pfafs_claim_location(vek_file *record, plm_ptr name_in, plm_ptr colon_in, plm_ptr rest) {
-    const char *name = name_in.as<const char>();
+int pfafs_claim_location(vek_file *record, const char *name, const char *colon,
+                         std::int16_t *rest) {
     if (name == nullptr || std::strlen(name) >= PFA_PATH_SIZE) {
         return PFA_E_INVALID_INPUT;
     }
     location found;
-    const bool split = std::strncmp(name, "///", 3) == 0
-                           ? split_neutral(name, &found)
-                           : split_host_form(name, colon_in.as<const char>(), &found);
+    const bool split = std::strncmp(name, "///", 3) == 0 ? split_neutral(name, &found)
+                                                         : split_host_form(name, colon, &found);
     if (!split || !put_piece(record, PFA_HOST, name, found.host) ||
         !put_piece(record, PFA_DEVICE, name, found.device) ||
-        !put_path(record, name, found.path, rest.as<std::int16_t>())) {
+        !put_path(record, name, found.path, rest)) {
         return PFA_E_INVALID_INPUT;
     }
     return PFA_E_NO_ERROR;
@@ -211,8 +209,8 @@ struct location_text {
 
 // Host, device and the path as it is displayed. A device beside a host is not written, and nothing
 // tells a relative path on a host from a name with a colon in it.
-int pfafs_full_loc_string(vek_file *record, plm_ptr out, plm_ptr length, int capacity) {
-    location_text text{out.as<char>(), length.as<std::int16_t>(), capacity};
+int pfafs_full_loc_string(vek_file *record, char *out, std::int16_t *length, int capacity) {
+    location_text text{out, length, capacity};
     if (text.out == nullptr || text.length == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
@@ -242,8 +240,8 @@ bool is_neutral_piece(const vek_file *record, int index) {
 
 // 4 when the host or device holds a character that ends it in this form. Behind them, a path that
 // does not begin with '/' is set off by a '|'.
-int pfafs_neut_loc_string(vek_file *record, plm_ptr out, plm_ptr length, int capacity) {
-    location_text text{out.as<char>(), length.as<std::int16_t>(), capacity};
+int pfafs_neut_loc_string(vek_file *record, char *out, std::int16_t *length, int capacity) {
+    location_text text{out, length, capacity};
     if (text.out == nullptr || text.length == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
@@ -302,17 +300,6 @@ int pfafs_path_idx(vek_file *) {
     return PFA_PATH;
 }
 
-constexpr pfafs_method METHODS[] = {
-    {PfaDeviceIdx, pfafs_device_idx},
-    {PfaHostIdx, pfafs_host_idx},
-    {PfaPathIdx, pfafs_path_idx},
-    {PfaClaimLocation, pfafs_claim_location},
-    {PfaGetLocationString, pfafs_full_loc_string},
-    {PfaGetNeutralLocation, pfafs_neut_loc_string},
-    {PfaIsFolder, pfafs_is_folder},
-};
-static_assert(std::size(METHODS) == 7 && pfafs_methods_fit(METHODS));
-
 } // namespace
 
 int pfafs_loc_is_NT_drive_relative(const vek_file *) {
@@ -320,5 +307,11 @@ int pfafs_loc_is_NT_drive_relative(const vek_file *) {
 }
 
 void pfafs_register_parse_functions() {
-    pfafs_register_methods(PfaStdFilesystem, METHODS);
+    pfa_loc_method_register(PfaStdFilesystem, PfaDeviceIdx, pfafs_device_idx);
+    pfa_loc_method_register(PfaStdFilesystem, PfaHostIdx, pfafs_host_idx);
+    pfa_loc_method_register(PfaStdFilesystem, PfaPathIdx, pfafs_path_idx);
+    pfa_loc_method_register(PfaStdFilesystem, PfaClaimLocation, pfafs_claim_location);
+    pfa_loc_method_register(PfaStdFilesystem, PfaGetLocationString, pfafs_full_loc_string);
+    pfa_loc_method_register(PfaStdFilesystem, PfaGetNeutralLocation, pfafs_neut_loc_string);
+    pfa_loc_method_register(PfaStdFilesystem, PfaIsFolder, pfafs_is_folder);
 }

@@ -5,7 +5,6 @@
 
 #include <climits>
 #include <cstring>
-#include <iterator>
 
 #include <unistd.h>
 
@@ -48,17 +47,16 @@ int pfafs_ungetc(vek_file *record, void **data, int character) {
 
 // buffer holds size bytes; *count becomes the bytes read, which need not be all that were asked
 // for. 5 at the end of the file.
-int pfafs_read_file(vek_file *record, void **data, plm_ptr buffer, plm_ptr count_out, int size) {
+int pfafs_read_file(vek_file *record, void **data, void *buffer, int *count, int size) {
     pfafs_stream *block = pfafs_stream_of(record, data);
-    char *bytes = buffer.as<char>();
-    int *count = count_out.as<int>();
-    if (block == nullptr || bytes == nullptr || count == nullptr || size < 0) {
+    if (block == nullptr || buffer == nullptr || count == nullptr || size < 0) {
         return PFA_E_INVALID_INPUT;
     }
     const std::size_t wanted = static_cast<std::size_t>(size);
-    *count = static_cast<int>(
-        block->stream != nullptr ? static_cast<ssize_t>(std::fread(bytes, 1, wanted, block->stream))
-                                 : read(block->fid, bytes, wanted));
+    *count =
+        static_cast<int>(block->stream != nullptr
+                             ? static_cast<ssize_t>(std::fread(buffer, 1, wanted, block->stream))
+                             : read(block->fid, buffer, wanted));
     if (*count < 0) {
         return PFA_E_ERROR;
     }
@@ -115,10 +113,8 @@ int descriptor_gets(int fid, char *line, int *length, int size) {
 // buffer holds size bytes, at least 1; the line in it keeps its line feed, and *length is the
 // line's. At the end of the file a buffered stream returns PFA_E_QUIT, a descriptor PFA_E_NO_ERROR
 // with length 0. On a descriptor a line that fills the buffer has no terminating zero.
-int pfafs_fgets(vek_file *record, void **data, plm_ptr buffer, plm_ptr length_out, int size) {
+int pfafs_fgets(vek_file *record, void **data, char *line, int *length, int size) {
     pfafs_stream *block = pfafs_stream_of(record, data);
-    char *line = buffer.as<char>();
-    int *length = length_out.as<int>();
     if (block == nullptr || line == nullptr || length == nullptr || size < 1) {
         return PFA_E_INVALID_INPUT;
     }
@@ -128,9 +124,8 @@ int pfafs_fgets(vek_file *record, void **data, plm_ptr buffer, plm_ptr length_ou
 
 // sync forces what has reached the host through to the store; the stream's own buffer is not
 // flushed first. Zero bytes are an error on a buffered stream, and none on a descriptor.
-int pfafs_write_file(vek_file *record, void **data, plm_ptr buffer, int size, int sync) {
+int pfafs_write_file(vek_file *record, void **data, const void *bytes, int size, int sync) {
     pfafs_stream *block = pfafs_stream_of(record, data);
-    const char *bytes = buffer.as<const char>();
     if (block == nullptr || size < 0 || (bytes == nullptr && size > 0)) {
         return PFA_E_INVALID_INPUT;
     }
@@ -150,9 +145,8 @@ int pfafs_write_file(vek_file *record, void **data, plm_ptr buffer, int size, in
     return failed ? PFA_E_ERROR : PFA_E_NO_ERROR;
 }
 
-int pfafs_fputs(vek_file *record, void **data, plm_ptr text_in) {
+int pfafs_fputs(vek_file *record, void **data, const char *text) {
     pfafs_stream *block = pfafs_stream_of(record, data);
-    const char *text = text_in.as<const char>();
     if (block == nullptr || text == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
@@ -169,9 +163,8 @@ int pfafs_fputs(vek_file *record, void **data, plm_ptr text_in) {
 // Copies from a buffered stream to another up to the two bytes of the cookie, which are read but
 // not copied, or up to a zero byte: 0. Up to the end of the source: 2, and *end becomes 1.
 int pfafs_copy_thru_cookie(vek_file *source, void **source_data, vek_file *target,
-                           void **target_data, plm_ptr cookie_in, plm_ptr end_out) {
-    const unsigned char *cookie = cookie_in.as<const unsigned char>();
-    int *end = end_out.as<int>();
+                           void **target_data, const void *cookie_bytes, int *end) {
+    const auto *cookie = static_cast<const unsigned char *>(cookie_bytes);
     if (cookie == nullptr || end == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
@@ -212,16 +205,15 @@ int pfafs_flush_file(vek_file *record, void **data) {
                                                                        : PFA_E_NO_ERROR;
 }
 
-constexpr pfafs_method METHODS[] = {
-    {PfaFgetc, pfafs_fgetc},          {PfaUngetc, pfafs_ungetc},
-    {PfaReadFile, pfafs_read_file},   {PfaFgets, pfafs_fgets},
-    {PfaWriteFile, pfafs_write_file}, {PfaFputs, pfafs_fputs},
-    {PfaFlushFile, pfafs_flush_file}, {PfaCopyThruCookie, pfafs_copy_thru_cookie},
-};
-static_assert(std::size(METHODS) == 8 && pfafs_methods_fit(METHODS));
-
 } // namespace
 
 void pfafs_register_rdwrt_functions() {
-    pfafs_register_methods(PfaStdFilesystem, METHODS);
+    pfa_loc_method_register(PfaStdFilesystem, PfaFgetc, pfafs_fgetc);
+    pfa_loc_method_register(PfaStdFilesystem, PfaUngetc, pfafs_ungetc);
+    pfa_loc_method_register(PfaStdFilesystem, PfaReadFile, pfafs_read_file);
+    pfa_loc_method_register(PfaStdFilesystem, PfaFgets, pfafs_fgets);
+    pfa_loc_method_register(PfaStdFilesystem, PfaWriteFile, pfafs_write_file);
+    pfa_loc_method_register(PfaStdFilesystem, PfaFputs, pfafs_fputs);
+    pfa_loc_method_register(PfaStdFilesystem, PfaFlushFile, pfafs_flush_file);
+    pfa_loc_method_register(PfaStdFilesystem, PfaCopyThruCookie, pfafs_copy_thru_cookie);
 }

@@ -15,7 +15,6 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
-#include <iterator>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -55,18 +54,15 @@ int keep_stream(vek_file *record, void **data, pfafs_stream *block, const char *
     return PFA_E_NO_ERROR;
 }
 
-int pfafs_fopen(vek_file *record, void **data, plm_ptr name, plm_ptr mode, int version) {
-    return pfafs_fopen_low(record, data, name.as<char>(), mode.as<const char>(), version,
-                           pfafs_name_form::file_name);
+int pfafs_fopen(vek_file *record, void **data, char *name, const char *mode, int version) {
+    return pfafs_fopen_low(record, data, name, mode, version, pfafs_name_form::file_name);
 }
 
-int pfafs_open(vek_file *record, void **data, plm_ptr name_buffer, int flags, int mode,
-               int version) {
+int pfafs_open(vek_file *record, void **data, char *name, int flags, int mode, int version) {
     const int openable = pfafs_check_openable(record, data);
     if (openable != PFA_E_NO_ERROR) {
         return openable;
     }
-    char *name = name_buffer.as<char>();
     if (name == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
@@ -102,21 +98,20 @@ int pfafs_close(vek_file *record, void **data) {
 }
 
 // The buffer, null or BUFSIZ bytes, must outlive the stream. A descriptor has no buffer to set.
-int pfafs_setbuf(vek_file *record, void **data, plm_ptr buffer) {
+int pfafs_setbuf(vek_file *record, void **data, char *buffer) {
     pfafs_stream *block = pfafs_stream_of(record, data);
     if (block == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
     if (block->stream != nullptr) {
-        std::setbuf(block->stream, buffer.as<char>());
+        std::setbuf(block->stream, buffer);
     }
     return PFA_E_NO_ERROR;
 }
 
 // A position that an int cannot hold is an error: cut, it would lead back to the wrong place.
-int pfafs_get_file_position(vek_file *record, void **data, plm_ptr out) {
+int pfafs_get_file_position(vek_file *record, void **data, int *position) {
     pfafs_stream *block = pfafs_stream_of(record, data);
-    int *position = out.as<int>();
     if (block == nullptr || position == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
@@ -130,9 +125,8 @@ int pfafs_get_file_position(vek_file *record, void **data, plm_ptr out) {
     return block->stream == nullptr && at < 0 ? PFA_E_ERROR : PFA_E_NO_ERROR;
 }
 
-int pfafs_set_file_position(vek_file *record, void **data, plm_ptr in) {
+int pfafs_set_file_position(vek_file *record, void **data, const int *position) {
     pfafs_stream *block = pfafs_stream_of(record, data);
-    const int *position = in.as<const int>();
     if (block == nullptr || position == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
@@ -170,7 +164,7 @@ int pfafs_unwind_file(vek_file *record, void **data) {
 }
 
 // Moves a buffered stream by offset bytes; whether the host could is not told.
-int pfafs_fseek(vek_file *record, void **data, plm_ptr, int offset, int, int) {
+int pfafs_fseek(vek_file *record, void **data, const void *, int offset, int, int) {
     pfafs_stream *block = pfafs_stream_of(record, data);
     if (block == nullptr) {
         return PFA_E_INVALID_INPUT;
@@ -191,20 +185,6 @@ int pfafs_dbg_show_stream(vek_file *record, void **data) {
     }
     return PFA_E_NO_ERROR;
 }
-
-constexpr pfafs_method METHODS[] = {
-    {PfaDbgShowStream, pfafs_dbg_show_stream},
-    {PfaOpen, pfafs_open},
-    {PfaFopen, pfafs_fopen},
-    {PfaCloseFile, pfafs_close},
-    {PfaSetbuf, pfafs_setbuf},
-    {PfaGetFilePosition, pfafs_get_file_position},
-    {PfaSetFilePosition, pfafs_set_file_position},
-    {PfaRewindFile, pfafs_rewind_file},
-    {PfaUnwindFile, pfafs_unwind_file},
-    {PfaFseek, pfafs_fseek},
-};
-static_assert(std::size(METHODS) == 10 && pfafs_methods_fit(METHODS));
 
 } // namespace
 
@@ -279,5 +259,14 @@ int pfafs_fopen_low(vek_file *record, void **data, char *name, const char *mode,
 }
 
 void pfafs_register_stream_functions() {
-    pfafs_register_methods(PfaStdFilesystem, METHODS);
+    pfa_loc_method_register(PfaStdFilesystem, PfaDbgShowStream, pfafs_dbg_show_stream);
+    pfa_loc_method_register(PfaStdFilesystem, PfaOpen, pfafs_open);
+    pfa_loc_method_register(PfaStdFilesystem, PfaFopen, pfafs_fopen);
+    pfa_loc_method_register(PfaStdFilesystem, PfaCloseFile, pfafs_close);
+    pfa_loc_method_register(PfaStdFilesystem, PfaSetbuf, pfafs_setbuf);
+    pfa_loc_method_register(PfaStdFilesystem, PfaGetFilePosition, pfafs_get_file_position);
+    pfa_loc_method_register(PfaStdFilesystem, PfaSetFilePosition, pfafs_set_file_position);
+    pfa_loc_method_register(PfaStdFilesystem, PfaRewindFile, pfafs_rewind_file);
+    pfa_loc_method_register(PfaStdFilesystem, PfaUnwindFile, pfafs_unwind_file);
+    pfa_loc_method_register(PfaStdFilesystem, PfaFseek, pfafs_fseek);
 }

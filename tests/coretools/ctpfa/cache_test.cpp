@@ -66,54 +66,51 @@ memory_listing *listing_of(void **data) {
     return static_cast<memory_listing *>(*data);
 }
 
-int claim(vek_file *record, plm_ptr name_in, plm_ptr, plm_ptr rest) {
-    const char *name = name_in.as<const char>();
+int claim(vek_file *record, const char *name, const char *, std::int16_t *rest) {
     if (name == nullptr || std::strncmp(name, "mem:/", 5) != 0) {
         return PFA_E_INVALID_INPUT;
     }
     const std::string path(name + 4);
-    const std::size_t length = rest.as<void>() ? path.rfind('/') + 1 : path.size();
-    if (rest.as<void>() != nullptr) {
-        *rest.as<std::int16_t>() = static_cast<std::int16_t>(length + 4);
+    const std::size_t length = rest != nullptr ? path.rfind('/') + 1 : path.size();
+    if (rest != nullptr) {
+        *rest = static_cast<std::int16_t>(length + 4);
     }
     return pfa_put_path(record, path.substr(0, length).c_str());
 }
 
-int location_string(vek_file *record, plm_ptr out, plm_ptr length_in, int capacity) {
-    auto *length = length_in.as<std::int16_t>();
-    pfa_strcat("mem:", out.as<char>(), length);
-    return pfa_append_component(record, PFA_PATH, out.as<char>(), length, capacity);
+int location_string(vek_file *record, char *out, std::int16_t *length, int capacity) {
+    pfa_strcat("mem:", out, length);
+    return pfa_append_component(record, PFA_PATH, out, length, capacity);
 }
 
-int open_file(vek_file *record, void **, plm_ptr, plm_ptr, int) {
+int open_file(vek_file *record, void **, char *, const char *, int) {
     char name[PFA_PATH_SIZE];
     (void)pfa_get_file_name(record, PFA_NAME_AND_VERSION, name);
     store.directories[location_of(record)].insert(name);
     return 0;
 }
 
-int open_dir(vek_file *, void **data, plm_ptr location, plm_ptr start) {
+int open_dir(vek_file *, void **data, const char *location, const char *start) {
     if (store.open_status == PFA_E_NO_ACCESS) {
         return store.open_status;
     }
     if (*data == nullptr) {
-        *data = new memory_listing{store.directories[location.as<const char>()], {}};
+        *data = new memory_listing{store.directories[location], {}};
         ++store.listings_made;
         ++store.listings_kept;
     }
-    store.asked_for = start.as<void>() != nullptr ? start.as<const char>() : "";
+    store.asked_for = start != nullptr ? start : "";
     listing_of(data)->next = listing_of(data)->entries.begin();
     return store.open_status;
 }
 
-int read_dir(vek_file *directory, void **data, plm_ptr out, plm_ptr filter_in, plm_ptr argument,
-             int) {
-    const auto *filter = filter_in.as<const pfa_dir_filter>();
+int read_dir(vek_file *directory, void **data, vek_file *entry, const pfa_dir_filter *filter,
+             void *argument, int) {
     memory_listing *listing = listing_of(data);
     while (listing->next != listing->entries.end()) {
         const char *name = (listing->next++)->c_str();
-        if (filter == nullptr || filter->by_name(directory, name, argument.as<void>()) == 0) {
-            return parse_to_pfa(out.as<vek_file>(), 0, name);
+        if (filter == nullptr || filter->by_name(directory, name, argument) == 0) {
+            return parse_to_pfa(entry, 0, name);
         }
     }
     return PFA_E_QUIT;
@@ -128,31 +125,27 @@ int close_dir(vek_file *, void **data) {
 bool register_memory_location() {
     const scoped_record first; // the system registers its own types before
     pfa_loc_register_setup(TYPE);
-    pfa_loc_method_register<PfaPathIdx>(
-        TYPE, +[](vek_file *) -> int { return PFA_PATH; });
-    pfa_loc_method_register<PfaClaimLocation>(TYPE, claim);
-    pfa_loc_method_register<PfaGetLocationString>(TYPE, location_string);
-    pfa_loc_method_register<PfaGetNeutralLocation>(TYPE, location_string);
-    pfa_loc_method_register<PfaFopen>(TYPE, open_file);
-    pfa_loc_method_register<PfaCloseFile>(
-        TYPE, +[](vek_file *, void **) { return store.close_status; });
-    pfa_loc_method_register<PfaDirOpen>(TYPE, open_dir);
-    pfa_loc_method_register<PfaDirReadNext>(TYPE, read_dir);
-    pfa_loc_method_register<PfaDirClose>(TYPE, close_dir);
-    pfa_loc_method_register<PfaDirCanOpenSubset>(
-        TYPE, +[](vek_file *) { return 0; });
-    pfa_loc_method_register<PfaIsVirtualFolder>(
-        TYPE, +[](vek_file *) { return store.is_virtual; });
-    pfa_loc_method_register<PfaDirCacheEligible>(
-        TYPE, +[](vek_file *, plm_ptr) { return store.eligible; });
-    pfa_loc_method_register<PfaDirCacheInvalid>(
-        TYPE, +[](vek_file *, void **data, plm_ptr key) -> int {
-            return listing_of(data)->entries != store.directories[key.as<const char>()];
-        });
-    pfa_loc_method_register<PfaMakeParent>(
-        TYPE, +[](vek_file *record, vek_file *parent) -> int {
-            return pfa_copy_vek_file(record, parent);
-        });
+    pfa_loc_method_register(TYPE, PfaPathIdx, [](vek_file *) -> int { return PFA_PATH; });
+    pfa_loc_method_register(TYPE, PfaClaimLocation, claim);
+    pfa_loc_method_register(TYPE, PfaGetLocationString, location_string);
+    pfa_loc_method_register(TYPE, PfaGetNeutralLocation, location_string);
+    pfa_loc_method_register(TYPE, PfaFopen, open_file);
+    pfa_loc_method_register(TYPE, PfaCloseFile,
+                            [](vek_file *, void **) { return store.close_status; });
+    pfa_loc_method_register(TYPE, PfaDirOpen, open_dir);
+    pfa_loc_method_register(TYPE, PfaDirReadNext, read_dir);
+    pfa_loc_method_register(TYPE, PfaDirClose, close_dir);
+    pfa_loc_method_register(TYPE, PfaDirCanOpenSubset, [](vek_file *) { return 0; });
+    pfa_loc_method_register(TYPE, PfaIsVirtualFolder, [](vek_file *) { return store.is_virtual; });
+    pfa_loc_method_register(TYPE, PfaDirCacheEligible,
+                            [](vek_file *, const char *) { return store.eligible; });
+    pfa_loc_method_register(TYPE, PfaDirCacheInvalid,
+                            [](vek_file *, void **data, const char *key) -> int {
+                                return listing_of(data)->entries != store.directories[key];
+                            });
+    pfa_loc_method_register(TYPE, PfaMakeParent, [](vek_file *record, vek_file *parent) -> int {
+        return pfa_copy_vek_file(record, parent);
+    });
     return pfa_loc_register_setup(0) == 1;
 }
 

@@ -58,7 +58,7 @@ int seven(vek_file *) {
     return 7;
 }
 
-int eight(vek_file *, plm_ptr) {
+int eight(vek_file *, void *) {
     return 8;
 }
 
@@ -119,7 +119,8 @@ void expect_registration() {
     expect(pfaloc_call_FL(nullptr, PfaFlushFile), -1, "");
     expect(pfaloc_call_FF(&first, PfaMoveDir, nullptr), -1, "");
     expect(call(&first, PFA_METHODS), -1, "no such method 67");
-    expect(pfaloc_call_FI(&first, PfaIsFolder, 1), -1, "tried to call PfaIsFolder with attrs 3");
+    expect(pfaloc_call_FI(&first, int(PfaIsFolder), 1), -1,
+           "tried to call PfaIsFolder with attrs 3");
     expect(pfaloc_call_P(10, PfaDirFreeDetailConfigData, nullptr), -1,
            "unknown location type 10 (out of range)");
     expect(pfaloc_call_FF(&first, PfaMakeParent, &second), -1,
@@ -142,7 +143,7 @@ std::vector<int> asked;
 int claimed_by = 0;
 
 template <int type>
-int claim(vek_file *record, plm_ptr, plm_ptr, plm_ptr) {
+int claim(vek_file *record, const char *, const char *, std::int16_t *) {
     EXPECT_EQ(record->location_type, type);
     asked.push_back(type);
     return type == claimed_by ? 0 : 100 + type;
@@ -150,9 +151,9 @@ int claim(vek_file *record, plm_ptr, plm_ptr, plm_ptr) {
 
 TEST(pfaloc, HigherTypesAreAskedFirstAndADeclinedRecordKeepsItsType) {
     pfa_loc_register_setup(PfaWorkspace);
-    pfa_loc_method_register<PfaClaimLocation>(PfaWorkspace, claim<PfaWorkspace>);
+    pfa_loc_method_register(PfaWorkspace, PfaClaimLocation, claim<PfaWorkspace>);
     pfa_loc_register_setup(PfaCommonspace);
-    pfa_loc_method_register<PfaClaimLocation>(PfaCommonspace, claim<PfaCommonspace>);
+    pfa_loc_method_register(PfaCommonspace, PfaClaimLocation, claim<PfaCommonspace>);
     pfa_loc_register_setup(0);
     // Who claims, the type asked alone (-1: all), the result, the record's type and who was asked.
     const std::tuple<int, int, int, int, std::vector<int>> rows[] = {
