@@ -20,28 +20,23 @@ static void read_next_bad_index() {
 }
 
 void set_memory_file_level(int level, std::FILE *bad_indexes) {
-    const bool locks = memmgr_lock_needed();
-    lock_memmgr(locks);
+    const chain_guard guard;
     st_memory_loop_counter = 0;
     bad_index_file = level == REPLAY_REPORT_BLOCKS ? bad_indexes : nullptr;
     read_next_bad_index();
     memory_file_level.store(level, std::memory_order_relaxed);
-    unlock_memmgr(locks);
 }
 
 void memdebug_get_next_bad_index() {
-    const bool locks = memmgr_lock_needed();
-    lock_memmgr(locks);
+    const chain_guard guard;
     read_next_bad_index();
-    unlock_memmgr(locks);
 }
 
 void memdebug_alloc(void *data) {
-    const bool locks = memmgr_lock_needed();
-    lock_memmgr(locks);
+    const chain_guard guard;
     const std::uint32_t serial = st_memory_loop_counter;
     st_memory_loop_counter = (serial + 1) & NO_SERIAL;
-    if (area_invalid(data) == 0) {
+    if (area_invalid(data) == CHAIN_IS_VALID) {
         set_block_serial(data, serial);
         if (memory_file_level.load(std::memory_order_relaxed) == REPLAY_REPORT_BLOCKS &&
             static_cast<std::int64_t>(serial) == st_next_bad_index) {
@@ -55,17 +50,13 @@ void memdebug_alloc(void *data) {
             read_next_bad_index();
         }
     }
-    unlock_memmgr(locks);
 }
 
 int memdebug_serial(const void *data) {
-    const bool locks = memmgr_lock_needed();
-    lock_memmgr(locks);
-    int serial = -1;
-    if (area_invalid(data) == 0) {
-        const std::uint32_t stored = trailer_of(header_of(data))->mark >> 1;
-        serial = stored == NO_SERIAL ? -1 : static_cast<int>(stored);
+    const chain_guard guard;
+    if (area_invalid(data) != CHAIN_IS_VALID) {
+        return -1;
     }
-    unlock_memmgr(locks);
-    return serial;
+    const std::uint32_t serial = trailer_of(header_of(data))->mark >> 1;
+    return serial == NO_SERIAL ? -1 : static_cast<int>(serial);
 }

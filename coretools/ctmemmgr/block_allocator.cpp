@@ -12,74 +12,52 @@
 #include <cstdlib>
 #include <cstring>
 
-static constexpr unsigned char minus_1 = 0xFF;
+namespace {
+
+constexpr unsigned char minus_1 = 0xFF;
 // Released blocks from this rounded size on are overwritten only at both ends.
-static constexpr std::size_t FILL_WHOLE_BELOW = 3984;
-static constexpr std::size_t FILL_AT_EACH_END = 1000;
+constexpr std::size_t FILL_WHOLE_BELOW = 3984;
+constexpr std::size_t FILL_AT_EACH_END = 1000;
 
-// A call the compiler cannot see through: it would drop a store that only free follows.
-static void *(*const volatile fill_memory)(void *, int, std::size_t) = &std::memset;
+// Volatile, so that the fill before free() is not optimised away.
+void *(*const volatile fill_memory)(void *, int, std::size_t) = &std::memset;
 
-// Blocks of the size of a pool area that were released, linked through prev, for the next requests
-// of that size. The C library would give such pieces back to the system, only to have them mapped
-// in again page by page when the pool grows the next time. Guarded by the lock of the chain.
-static constexpr int SPARE_LIMIT = 16;
-static block_header *spare_blocks = nullptr;
-static int num_spare_blocks = 0;
-
-static int memory_is_corrupt(const char *name) {
+int memory_is_corrupt(const char *name) {
     return err_crash(name, "memory chain is corrupt");
 }
 
-// Called without the lock: error_break may jump to a trap frame.
-static void *out_of_memory(int soft_failure) {
-    if (soft_failure == 0) {
-        std::printf(" Serious error - out of virtual memory.");
-        std::printf(" Starting recovery attempt.\n");
-        error_break("Memory error.");
+void *out_of_memory(int soft_failure) {
+    if (soft_failure == FAIL_TO_TRAPS) {
+        report_exhausted_memory();
     }
     return nullptr;
 }
 
-static block_header *obtain_block(int size, bool locks) {
-    block_header *block = nullptr;
-    if (size == Stat_clump_size) {
-        lock_memmgr(locks);
-        block = spare_blocks;
-        if (block != nullptr) {
-            spare_blocks = block->prev;
-            num_spare_blocks--;
-        }
-        unlock_memmgr(locks);
+// Returns what malloc or realloc returns; if that is null, tries once more without the spare areas
+// of the pools.
+template <class Request>
+block_header *obtain(Request request) {
+    void *memory = request();
+    if (memory == nullptr && free_spare_areas()) {
+        memory = request();
     }
-    return block != nullptr ? block : static_cast<block_header *>(std::malloc(whole_size(size)));
+    return static_cast<block_header *>(memory);
 }
 
-static bool keep_as_spare(block_header *block, std::size_t whole, bool locks) {
-    if (whole != whole_size(Stat_clump_size)) {
-        return false;
-    }
-    lock_memmgr(locks);
-    const bool kept = num_spare_blocks < SPARE_LIMIT;
-    if (kept) {
-        block->prev = spare_blocks;
-        spare_blocks = block;
-        num_spare_blocks++;
-    }
-    unlock_memmgr(locks);
-    return kept;
+block_header *obtain_block(int size) {
+    return obtain([size] { return std::malloc(whole_size(size)); });
 }
 
 // keeps is what keeps_released_blocks said when the block was overwritten: the switch may change.
-static void dispose_of(block_header *block, std::size_t whole, bool keeps, bool locks) {
+void dispose_of(block_header *block, std::size_t whole, bool keeps) {
     if (keeps) {
         add_block_to_released_list(block, whole);
-    } else if (!keep_as_spare(block, whole, locks)) {
+    } else {
         std::free(block);
     }
 }
 
-static bool can_be_served(int size) {
+bool can_be_served(int size) {
     if (size < 0) {
         crash();
         return false;
@@ -87,7 +65,7 @@ static bool can_be_served(int size) {
     return memory_is_ready();
 }
 
-static void note_allocation(void *data) {
+void note_allocation(void *data) {
     if (memory_file_level.load(std::memory_order_relaxed) > REPLAY_OFF) {
         memdebug_alloc(data);
     }
@@ -96,20 +74,18 @@ static void note_allocation(void *data) {
     }
 }
 
-void *new_unfilled_block(int size, int soft_failure, int xar) {
-    if (!can_be_served(size)) {
-        return nullptr;
-    }
-    const bool locks = memmgr_lock_needed();
-    block_header *const block = obtain_block(size, locks);
+bool link_block(block_header *block, int size, int xar) {
+    set_block_size(block, size);
+    const chain_guard guard;
+    return append_to_chain(block, xar);
+}
+
+// Makes a live block of what obtain_block returned; null stays null.
+void *live_block(block_header *block, int size, int soft_failure, int xar) {
     if (block == nullptr) {
         return out_of_memory(soft_failure);
     }
-    set_block_size(block, size);
-    lock_memmgr(locks);
-    const bool linked = append_to_chain(block, xar);
-    unlock_memmgr(locks);
-    if (!linked) {
+    if (!link_block(block, size, xar)) {
         std::free(block);
         memory_is_corrupt("manage_memory");
         return nullptr;
@@ -118,63 +94,147 @@ void *new_unfilled_block(int size, int soft_failure, int xar) {
     return data_of(block);
 }
 
-static void *resized_block(int size, void *old_data, int soft_failure, int xar) {
-    if (!can_be_served(size)) {
-        return nullptr;
-    }
-    if (dbggetmem.active.load(std::memory_order_relaxed) != 0) {
-        debug_mark_released_memory(&dbggetmem, old_data);
-    }
-    const bool locks = memmgr_lock_needed();
-    lock_memmgr(locks);
-    if (area_invalid(old_data) != 0) {
-        unlock_memmgr(locks);
-        memory_is_corrupt("manage_memory");
-        return nullptr;
+struct block_move {
+    block_header *from; // null if the chain is corrupt
+    block_header *to;   // null if there is no memory
+    int old_size;
+    bool keeps;
+    bool copies;
+};
+
+// Under the lock from the check of the chain until the block is linked again.
+block_move move_block(void *old_data, int size, int xar) {
+    const chain_guard guard;
+    if (area_invalid(old_data) != CHAIN_IS_VALID) {
+        return {};
     }
     block_header *const old = header_of(old_data);
-    const int old_size = block_size(old);
     block_header *const prev = old->prev;
     block_header *const next = trailer_of(old)->next;
     const bool keeps = keeps_released_blocks();
-    const bool moves = keeps || always_relocates();
-    auto *const block = static_cast<block_header *>(moves ? std::malloc(whole_size(size))
-                                                          : std::realloc(old, whole_size(size)));
-    if (block == nullptr) {
-        unlock_memmgr(locks);
-        return out_of_memory(soft_failure);
+    block_move move = {old, nullptr, block_size(old), keeps, keeps || always_relocates()};
+    if (move.copies) {
+        move.to = obtain_block(size);
+    } else {
+        move.to = obtain([=] { return std::realloc(old, whole_size(size)); });
     }
-    if (moves) {
-        std::memcpy(data_of(block), old_data, static_cast<std::size_t>(std::min(size, old_size)));
+    if (move.to == nullptr) {
+        return move;
     }
-    set_block_size(block, size);
-    replace_in_chain(block, prev, next, old_size, xar);
-    unlock_memmgr(locks);
-    if (moves) {
-        // Only after unlocking: the list of released blocks allocates.
-        fill_memory(old, minus_1, whole_size(old_size));
-        dispose_of(old, whole_size(old_size), keeps, locks);
+    if (move.copies) {
+        std::memcpy(data_of(move.to), old_data,
+                    static_cast<std::size_t>(std::min(size, move.old_size)));
     }
-    note_allocation(data_of(block));
-    if (size > old_size) {
-        std::memset(data_of(block) + old_size, 0, static_cast<std::size_t>(size - old_size));
-    }
-    return data_of(block);
+    set_block_size(move.to, size);
+    replace_in_chain(move.to, prev, next, move.old_size, xar);
+    return move;
 }
 
-// The one routine behind allocation (no old data) and resizing.
+void *resized_block(int size, void *old_data, int soft_failure, int xar) {
+    if (dbggetmem.active.load(std::memory_order_relaxed) != 0) {
+        debug_mark_released_memory(&dbggetmem, old_data);
+    }
+    const block_move move = move_block(old_data, size, xar);
+    if (move.from == nullptr) {
+        memory_is_corrupt("manage_memory");
+        return nullptr;
+    }
+    if (move.to == nullptr) {
+        return out_of_memory(soft_failure);
+    }
+    if (move.copies) {
+        const std::size_t whole = whole_size(move.old_size);
+        fill_memory(move.from, minus_1, whole);
+        dispose_of(move.from, whole, move.keeps);
+    }
+    char *const data = data_of(move.to);
+    note_allocation(data);
+    if (size > move.old_size) {
+        std::memset(data + move.old_size, 0, static_cast<std::size_t>(size - move.old_size));
+    }
+    return data;
+}
+
+// Takes a block out of the chain; null, and nothing changed, if the chain is corrupt.
+block_header *unlink_block(void *data) {
+    const chain_guard guard;
+    if (area_invalid(data) != CHAIN_IS_VALID) {
+        return nullptr;
+    }
+    remove_from_chain(header_of(data));
+    return header_of(data);
+}
+
+void overwrite(block_header *block, std::size_t whole, bool keeps) {
+    if (whole - BLOCK_OVERHEAD < FILL_WHOLE_BELOW || keeps) {
+        fill_memory(block, minus_1, whole);
+    } else {
+        char *const start = reinterpret_cast<char *>(block);
+        fill_memory(start, minus_1, FILL_AT_EACH_END);
+        fill_memory(start + whole - FILL_AT_EACH_END, minus_1, FILL_AT_EACH_END);
+    }
+}
+
+void release(void *data, bool is_area) {
+    if (dbggetmem.active.load(std::memory_order_relaxed) != 0) {
+        debug_mark_released_memory(&dbggetmem, data);
+    }
+    block_header *const block = unlink_block(data);
+    if (block == nullptr) {
+        memory_is_corrupt("rlsmem");
+        return;
+    }
+    const std::size_t whole = whole_size(block_size(block));
+    const bool keeps = keeps_released_blocks();
+    overwrite(block, whole, keeps);
+    if (keeps || !is_area || !keep_spare_area(block)) {
+        dispose_of(block, whole, keeps);
+    }
+}
+
+} // namespace
+
+void report_exhausted_memory() {
+    std::printf(" Serious error - out of virtual memory.");
+    std::printf(" Starting recovery attempt.\n");
+    error_break("Memory error.");
+}
+
 void *manage_memory(int size, void *old_data, int soft_failure, int xar) {
+    if (!can_be_served(size)) {
+        return nullptr;
+    }
     if (old_data != nullptr) {
         return resized_block(size, old_data, soft_failure, xar);
     }
-    void *const data = new_unfilled_block(size, soft_failure, xar);
+    void *const data = live_block(obtain_block(size), size, soft_failure, xar);
     if (data != nullptr) {
         std::memset(data, 0, static_cast<std::size_t>(size));
     }
     return data;
 }
 
-static void *allocate(int size, int soft_failure, int xar) {
+int release_block(void *data) {
+    release(data, false);
+    return 0;
+}
+
+void *new_area_block(int soft_failure) {
+    if (!memory_is_ready()) {
+        return nullptr;
+    }
+    auto *block = static_cast<block_header *>(take_spare_area());
+    if (block == nullptr) {
+        block = obtain_block(Stat_clump_size);
+    }
+    return live_block(block, Stat_clump_size, soft_failure, PLAIN_BLOCK);
+}
+
+void release_area_block(void *area) {
+    release(area, true);
+}
+
+void *allocate_block(int size, int soft_failure, int xar) {
     if (size == 0) {
         return nullptr;
     }
@@ -185,52 +245,28 @@ static void *allocate(int size, int soft_failure, int xar) {
 }
 
 void *getmem(int size) {
-    return allocate(size, 0, 0);
+    return allocate_block(size, FAIL_TO_TRAPS, PLAIN_BLOCK);
 }
 
 void *getmem_xar(int size, int xar) {
-    return allocate(size, 0, xar);
+    return allocate_block(size, FAIL_TO_TRAPS, xar);
 }
 
 void *getmem_null(int size) {
-    return allocate(size, 1, 0);
+    return allocate_block(size, FAIL_SOFTLY, PLAIN_BLOCK);
 }
 
 void *relocmem_xar(void *data, int new_size, int xar) {
     if (data == nullptr) {
         return getmem_xar(new_size, xar);
     }
-    // Asked by the tag, not by the answer: null from relocmem_clump may mean exhausted memory.
-    return is_pool_record(data) ? relocmem_clump(data, new_size, xar)
-                                : manage_memory(new_size, data, 0, xar);
-}
-
-int release_block(void *data) {
-    if (dbggetmem.active.load(std::memory_order_relaxed) != 0) {
-        debug_mark_released_memory(&dbggetmem, data);
+    if (is_pool_record(data)) {
+        void *const moved = relocmem_clump(data, new_size, xar);
+        if (moved != nullptr || mempool_of_slot(data) >= 0) {
+            return moved; // null: out of memory, and the record is still there
+        }
     }
-    const bool locks = memmgr_lock_needed();
-    lock_memmgr(locks);
-    if (area_invalid(data) != 0) {
-        unlock_memmgr(locks);
-        memory_is_corrupt("rlsmem");
-        return 0;
-    }
-    block_header *const block = header_of(data);
-    const std::size_t rounded = rounded_size(block_size(block));
-    const std::size_t whole = rounded + BLOCK_OVERHEAD;
-    remove_from_chain(block);
-    unlock_memmgr(locks);
-    const bool keeps = keeps_released_blocks();
-    if (rounded < FILL_WHOLE_BELOW || keeps) {
-        fill_memory(block, minus_1, whole);
-    } else {
-        char *const start = reinterpret_cast<char *>(block);
-        fill_memory(start, minus_1, FILL_AT_EACH_END);
-        fill_memory(start + whole - FILL_AT_EACH_END, minus_1, FILL_AT_EACH_END);
-    }
-    dispose_of(block, whole, keeps, locks);
-    return 0;
+    return manage_memory(new_size, data, FAIL_TO_TRAPS, xar);
 }
 
 int rlsmem(void *data) {

@@ -49,18 +49,12 @@ bool memory_is_ready() {
     return IsMemoryInitialized.load(std::memory_order_acquire) != 0 || !IsThreadingEnabled();
 }
 
-void lock_memmgr(bool needed) {
-    thrMutex *lock = memmgr_lock.load(std::memory_order_acquire);
-    if (needed && lock != nullptr) {
-        thrMutex_Lock(lock);
-    }
-}
-
-void unlock_memmgr(bool needed) {
-    thrMutex *lock = memmgr_lock.load(std::memory_order_acquire);
-    if (needed && lock != nullptr) {
-        thrMutex_Unlock(lock);
-    }
+thrMutex *lock_memmgr() {
+    // Threads that come before the first request must not work unlocked beside it.
+    thrMutex *const lock =
+        memory_is_ready() ? memmgr_lock.load(std::memory_order_acquire) : nullptr;
+    thrMutex_Lock(lock);
+    return lock;
 }
 
 static bool is_aligned(const void *address) {
@@ -82,33 +76,33 @@ static bool trailer_is_plausible(block_header *block) {
     return trailer->guard.accepts(trailer->next, 0);
 }
 
-int area_invalid(const void *data) {
+chain_check area_invalid(const void *data) {
     if (data == nullptr) {
-        return -1;
+        return CHAIN_NO_DATA;
     }
     if (!is_aligned(data)) {
-        return 1;
+        return CHAIN_BAD_FIRST;
     }
     block_header *const block = header_of(data);
     if ((block->prev == nullptr) != (block == frst_area)) {
-        return 1;
+        return CHAIN_BAD_FIRST;
     }
     if (block->prev != nullptr &&
         (!header_is_plausible(block) || !header_is_plausible(block->prev) ||
          trailer_of(block->prev)->next != block)) {
-        return 3;
+        return CHAIN_BAD_PREDECESSOR;
     }
     if (!header_is_plausible(block) || !trailer_is_plausible(block)) {
-        return 2;
+        return CHAIN_BAD_LAST;
     }
     block_header *const next = trailer_of(block)->next;
     if ((next == nullptr) != (block == last_area)) {
-        return 2;
+        return CHAIN_BAD_LAST;
     }
     if (next != nullptr && (!header_is_plausible(next) || next->prev != block)) {
-        return 4;
+        return CHAIN_BAD_SUCCESSOR;
     }
-    return 0;
+    return CHAIN_IS_VALID;
 }
 
 static void count_size(int old_size, std::int64_t old_whole, int size, std::int64_t whole) {
@@ -179,26 +173,21 @@ void set_block_serial(void *data, std::uint32_t serial) {
 }
 
 memory_statistics get_memory_statistics() {
-    const bool locks = memmgr_lock_needed();
-    lock_memmgr(locks);
-    const memory_statistics statistics = {stat_num_blocks, stat_application_size, stat_system_size,
-                                          stat_max_system_size};
-    unlock_memmgr(locks);
-    return statistics;
+    const chain_guard guard;
+    return {stat_num_blocks, stat_application_size, stat_system_size, stat_max_system_size};
 }
 
-int check_memory_chain() {
-    const bool locks = memmgr_lock_needed();
-    lock_memmgr(locks);
-    int invalid = 0;
+chain_check check_memory_chain() {
+    const chain_guard guard;
+    chain_check found = CHAIN_IS_VALID;
     std::int64_t blocks = 0;
     std::int64_t application_size = 0;
     std::int64_t system_size = 0;
     block_header *last = nullptr;
     for (block_header *block = frst_area; block != nullptr && blocks <= stat_num_blocks;
          block = trailer_of(block)->next) {
-        invalid = area_invalid(data_of(block));
-        if (invalid != 0) {
+        found = area_invalid(data_of(block));
+        if (found != CHAIN_IS_VALID) {
             break;
         }
         blocks++;
@@ -206,11 +195,11 @@ int check_memory_chain() {
         system_size += static_cast<std::int64_t>(whole_size(block_size(block)));
         last = block;
     }
-    if (invalid == 0 && (last != last_area || blocks != stat_num_blocks ||
-                         application_size != stat_application_size ||
-                         system_size != stat_system_size || system_size > stat_max_system_size)) {
-        invalid = 5;
+    if (found == CHAIN_IS_VALID &&
+        (last != last_area || blocks != stat_num_blocks ||
+         application_size != stat_application_size || system_size != stat_system_size ||
+         system_size > stat_max_system_size)) {
+        found = CHAIN_BAD_TOTALS;
     }
-    unlock_memmgr(locks);
-    return invalid;
+    return found;
 }

@@ -16,6 +16,7 @@ static std::atomic<int> static_always_relocate{0};
 static std::atomic<int> stat_marking_mem{0};
 
 static constexpr int RELEASED_LIST_STEP = 100;
+// Taken before the locks of the pools and of the chain: the list comes from the allocator.
 static constinit lazy_mutex released_list_lock{thrMutex_Create};
 static void **static_released_blocks_har = nullptr;
 static int released_block_count = 0;
@@ -59,27 +60,27 @@ static void make_list_slot(void *slot) {
 
 void add_block_to_released_list(void *block, std::size_t whole_size) {
     void *slot = nullptr;
-    lazy_mutex_lock(&released_list_lock);
-    extending_list = true;
-    call_with_memory_trap(make_list_slot, &slot);
-    extending_list = false;
-    if (slot != nullptr) {
-        *static_cast<released_block *>(slot) = {block, whole_size};
-        released_block_count++;
+    {
+        const lazy_mutex_guard guard(released_list_lock);
+        extending_list = true;
+        call_with_memory_trap(make_list_slot, &slot);
+        extending_list = false;
+        if (slot != nullptr) {
+            *static_cast<released_block *>(slot) = {block, whole_size};
+            released_block_count++;
+        }
     }
-    lazy_mutex_unlock(&released_list_lock);
     if (slot == nullptr) {
         std::free(block);
     }
 }
 
 bool get_released_block(int index, released_block *entry) {
-    lazy_mutex_lock(&released_list_lock);
+    const lazy_mutex_guard guard(released_list_lock);
     const bool known = index >= 0 && index < released_block_count;
     if (known) {
         *entry = *static_cast<released_block *>(
             har_access(&static_released_blocks_har, index, nullptr, nullptr));
     }
-    lazy_mutex_unlock(&released_list_lock);
     return known;
 }

@@ -16,14 +16,23 @@ struct memory_statistics {
 
 memory_statistics get_memory_statistics();
 
-// How the chain stands around a block: 0 consistent; -1 null data; 1 it has no predecessor but is
-// not the first, or the reverse; 3 its predecessor does not lead to it; 2 and 4 the same for the
-// last and the successor. A header that cannot be believed is never followed.
-int area_invalid(const void *data);
+// What a check of the chain of blocks finds first.
+enum chain_check : int {
+    CHAIN_NO_DATA = -1,        // the address is null
+    CHAIN_IS_VALID = 0,        //
+    CHAIN_BAD_FIRST = 1,       // no predecessor but not the first block, or the reverse
+    CHAIN_BAD_LAST = 2,        // no successor but not the last block, or the reverse
+    CHAIN_BAD_PREDECESSOR = 3, // the predecessor does not lead here
+    CHAIN_BAD_SUCCESSOR = 4,   // the successor does not lead here
+    CHAIN_BAD_TOTALS = 5,      // the links are right, the totals are not (check_memory_chain only)
+};
 
-// Walks the whole chain: 0 when every link and every total is right, what area_invalid says of the
-// first block that is not, or 5 when only the totals differ.
-int check_memory_chain();
+// Checks the chain around a block. Reads no further than plausible headers lead, so any address of
+// readable memory may be given. Must be called with no thread changing the chain.
+chain_check area_invalid(const void *data);
+
+// Checks every block of the chain and the totals.
+chain_check check_memory_chain();
 
 // Released blocks are overwritten and kept on a list instead of being freed; resizing moves.
 void set_dont_release_memory(int on);

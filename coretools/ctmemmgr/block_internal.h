@@ -1,6 +1,7 @@
 // The layout of a general block, and what the files of the block allocator share.
 #pragma once
 
+#include "basictk/baselib/inc/thrMutex.h"
 #include "basictk/baselib/inc/thrThread.h"
 #include "coretools/ctmemmgr/memory_loop.h"
 
@@ -118,20 +119,40 @@ constexpr std::uint32_t block_mark(std::uint32_t serial, int xar) {
     return (serial << 1) | (xar != 0 ? 1U : 0U);
 }
 
-// The chain of live blocks and its totals (block_chain.cpp). The functions that touch the chain
-// expect the caller to hold the lock, when memmgr_lock_needed said so.
-
-bool memory_is_ready();
-
+// True when the chain needs its lock: decided anew at every request.
 inline bool memmgr_lock_needed() {
     return thrThread_GetNumberOfActiveThreads() != 0 ||
            thrThread_GetNumberOfThreadsRunning() > thrThread_GetLimitOfSafeThreads();
 }
 
-void lock_memmgr(bool needed);
-void unlock_memmgr(bool needed);
+// Runs init_memory if necessary. False if the process cannot go on: threads are on and the locks
+// could not be made.
+bool memory_is_ready();
 
-// Appends a new block, whose size is set: false, and nothing changed, when the chain is corrupt.
+// Returns the mutex that was locked, null if there was nothing to lock.
+thrMutex *lock_memmgr();
+
+// Holds the lock of the chain, if one is needed, for a block that no trap can leave. The lock is
+// the innermost of the memory layer.
+class chain_guard {
+  public:
+    chain_guard() : held(memmgr_lock_needed() ? lock_memmgr() : nullptr) {}
+    ~chain_guard() {
+        if (held != nullptr) {
+            thrMutex_Unlock(held);
+        }
+    }
+    chain_guard(const chain_guard &) = delete;
+    chain_guard &operator=(const chain_guard &) = delete;
+
+  private:
+    thrMutex *const held;
+};
+
+// The chain of live blocks and its totals (block_chain.cpp). The functions that touch the chain
+// must be called under a chain_guard.
+
+// Appends a new block, whose size is set. False, and nothing changed, if the chain is corrupt.
 [[nodiscard]] bool append_to_chain(block_header *block, int xar);
 // Puts a resized block, whose size is set, into the place between prev and next.
 void replace_in_chain(block_header *block, block_header *prev, block_header *next, int old_size,
@@ -140,11 +161,24 @@ void remove_from_chain(block_header *block);
 void set_block_serial(void *data, std::uint32_t serial);
 
 // The allocator proper, past the pools (block_allocator.cpp): pool areas and the size cache come
-// from here, so that the two layers can never call each other for ever.
+// from here, so that the two layers never call each other without end.
+
+enum failure_mode : int { FAIL_TO_TRAPS = 0, FAIL_SOFTLY = 1 }; // report, or just return null
+enum block_kind : int { PLAIN_BLOCK = 0, XAR_BLOCK = 1 };
+
+// Allocates (no old data) or resizes a general block.
 void *manage_memory(int size, void *old_data, int soft_failure, int xar);
-// A new block as manage_memory makes it, but with whatever malloc left in it.
-void *new_unfilled_block(int size, int soft_failure, int xar);
 int release_block(void *data);
+
+// A block as getmem_xar makes it, from the pools too.
+void *allocate_block(int size, int soft_failure, int xar);
+// Reports exhausted memory and hands it to the traps. Must be called without any lock.
+void report_exhausted_memory();
+
+// A pool area: as manage_memory and release_block, but what is in it is not defined, and a number
+// of released areas are kept for the next requests.
+void *new_area_block(int soft_failure);
+void release_area_block(void *area);
 
 // Debugging switches, read on every request (block_debug.cpp, alloc_replay.cpp).
 bool keeps_released_blocks();

@@ -29,8 +29,9 @@ static std::atomic<int> dbgmem_loop_level{LOOP_OFF};
 static std::atomic<int> debug_memory_loop_size{MEMORY_LOOP_ALL_SIZES};
 static std::atomic<void (*)()> debug_memory_func{nullptr};
 
-// Guards the records, and changes of the level. It is taken before any other lock of the memory
-// layer, because the records' arrays come from there.
+// Guards the records, and changes of the level. Their arrays come from the allocator, so this lock
+// is taken before those of the released blocks, the pools and the chain; never with that of the
+// zones.
 static constinit lazy_mutex loop_lock{thrMutex_Create};
 
 // What the memory layer itself allocates is not followed: for this thread the level is 0 then.
@@ -68,13 +69,12 @@ static void drop_addresses(memory_loop_record *record) {
 }
 
 void debug_cancel_memory_loop() {
-    lazy_mutex_lock(&loop_lock);
+    const lazy_mutex_guard guard(loop_lock);
     dbgmem_loop_level.store(LOOP_OFF, std::memory_order_release);
     for (int i = 0; memory_loop_record *record = record_at(i); i++) {
         record->active.store(0, std::memory_order_relaxed);
         drop_addresses(record);
     }
-    lazy_mutex_unlock(&loop_lock);
 }
 
 // False when the passes do not match.
@@ -93,26 +93,21 @@ static bool cross_boundary(memory_loop_record *record, int level) {
     return true;
 }
 
-void debug_memory_loop() {
-    if (in_memory_bookkeeping) {
-        return;
-    }
-    lazy_mutex_lock(&loop_lock);
+static bool cross_all_boundaries() {
+    const lazy_mutex_guard guard(loop_lock);
     const int level = dbgmem_loop_level.load(std::memory_order_relaxed);
-    bool matches = true;
-    for (int i = 0; matches; i++) {
-        memory_loop_record *const record = record_at(i);
-        if (record == nullptr) {
-            break;
+    for (int i = 0; memory_loop_record *record = record_at(i); i++) {
+        if (!cross_boundary(record, level)) {
+            return false;
         }
-        matches = cross_boundary(record, level);
     }
-    if (matches) {
-        dbgmem_loop_level.store(level == LOOP_REPORTING ? LOOP_RECORDING : level + 1,
-                                std::memory_order_release);
-    }
-    lazy_mutex_unlock(&loop_lock);
-    if (!matches) {
+    dbgmem_loop_level.store(level == LOOP_REPORTING ? LOOP_RECORDING : level + 1,
+                            std::memory_order_release);
+    return true;
+}
+
+void debug_memory_loop() {
+    if (!in_memory_bookkeeping && !cross_all_boundaries()) {
         std::printf("Two previous loops had different numbers of memory allocations.\n");
         std::printf("Cancelling memory loop handling.  Try again.\n");
         debug_cancel_memory_loop();
@@ -141,47 +136,59 @@ static void add_address(address_slot *wanted) {
     set_force_ignore_reloc_cnt(ignore_reloc_cnt);
 }
 
-void debug_memory_loop_alloc(memory_loop_record *record, void *data) {
-    if (current_level() == LOOP_OFF || !is_followed(record, data)) {
-        return;
+enum class allocation_seen { COUNTED, NOT_RELEASED_BEFORE, ONE_TOO_MANY, NO_MEMORY };
+
+// Numbers an allocation as the level asks. No trap leaves this function: add_address ends it.
+static allocation_seen see_allocation(memory_loop_record *record, void *data) {
+    const lazy_mutex_guard guard(loop_lock);
+    const int level = current_level(); // read again: the loop may have been cancelled meanwhile
+    if (level == LOOP_OFF) {
+        return allocation_seen::COUNTED;
     }
-    lazy_mutex_lock(&loop_lock);
-    // Read again: the loop may have been cancelled meanwhile.
-    const int level = current_level();
     const int number = record->count;
-    bool was_kept = false;
+    allocation_seen seen = allocation_seen::COUNTED;
     if (level == LOOP_REPORTING) {
         const auto *const entry =
             static_cast<void **>(har_access(&record->addresses, number, nullptr, nullptr));
         if (entry == nullptr) {
-            lazy_mutex_unlock(&loop_lock);
-            std::printf("debug_memory_loop_alloc: too many allocations.");
-            std::printf(" Cancelling memory loop.\n");
-            debug_cancel_memory_loop();
-            return;
+            return allocation_seen::ONE_TOO_MANY;
         }
-        was_kept = *entry != nullptr;
+        if (*entry != nullptr) {
+            seen = allocation_seen::NOT_RELEASED_BEFORE;
+        }
     }
-    if (level != LOOP_OFF) {
-        record->mark(data, number);
-    }
+    record->mark(data, number);
     if (level == LOOP_RECORDING) {
         address_slot wanted = {&record->addresses, nullptr};
         add_address(&wanted);
         if (wanted.slot == nullptr) {
-            lazy_mutex_unlock(&loop_lock);
-            debug_cancel_memory_loop();
-            return;
+            return allocation_seen::NO_MEMORY;
         }
         // A release finds the entry by the mark: without one, nothing is expected of this block.
         *wanted.slot = record->index(data) == number ? data : nullptr;
     }
-    if (level != LOOP_OFF) {
-        record->count++;
+    record->count++;
+    return seen;
+}
+
+void debug_memory_loop_alloc(memory_loop_record *record, void *data) {
+    if (current_level() == LOOP_OFF || !is_followed(record, data)) {
+        return;
     }
-    lazy_mutex_unlock(&loop_lock);
-    if (was_kept) {
+    switch (see_allocation(record, data)) {
+    case allocation_seen::COUNTED:
+        break;
+    case allocation_seen::NOT_RELEASED_BEFORE:
         debug_memory_not_released(record, data);
+        break;
+    case allocation_seen::ONE_TOO_MANY:
+        std::printf("debug_memory_loop_alloc: too many allocations.");
+        std::printf(" Cancelling memory loop.\n");
+        debug_cancel_memory_loop();
+        break;
+    case allocation_seen::NO_MEMORY:
+        debug_cancel_memory_loop();
+        break;
     }
 }
 
@@ -190,14 +197,12 @@ void debug_mark_released_memory(memory_loop_record *record, void *data) {
     if ((level != LOOP_RECORDING && level != LOOP_COMPARING) || !is_followed(record, data)) {
         return;
     }
-    const int number = record->index(data);
-    lazy_mutex_lock(&loop_lock);
+    const lazy_mutex_guard guard(loop_lock);
     auto *const entry =
-        static_cast<void **>(har_access(&record->addresses, number, nullptr, nullptr));
+        static_cast<void **>(har_access(&record->addresses, record->index(data), nullptr, nullptr));
     if (entry != nullptr && *entry == data) {
         *entry = nullptr;
     }
-    lazy_mutex_unlock(&loop_lock);
 }
 
 static void call_debug_memory_func(void *) {
@@ -220,6 +225,7 @@ void debug_memory_not_released(const memory_loop_record *record, const void *dat
 // The general blocks' record: the number stands where allocation replay keeps its serial.
 
 static void dbggetmem_mark(void *data, int number) {
+    const chain_guard guard;
     set_block_serial(data, static_cast<std::uint32_t>(number));
 }
 

@@ -15,7 +15,7 @@
 clump_entry clump_table[CLUMP_LIMIT];
 int clump_count = 0;
 
-std::atomic<thrMutex *> clump_lock{nullptr};
+static std::atomic<thrMutex *> clump_lock{nullptr};
 
 // The used entries by size, then by position.
 static const void *clump_index[CLUMP_LIMIT];
@@ -61,6 +61,13 @@ int init_clump_lock() {
         return 0;
     }
     return 1;
+}
+
+thrMutex *lock_clumps() {
+    // Threads that come before the first request must not work unlocked beside it.
+    thrMutex *const lock = memory_is_ready() ? clump_lock.load(std::memory_order_acquire) : nullptr;
+    thrMutex_Lock(lock);
+    return lock;
 }
 
 static int cmp_clumps(const void *a, const void *b) {
@@ -110,6 +117,32 @@ static constexpr std::size_t slots_of_area(std::size_t rounded) {
     return (Stat_clump_size - sizeof(area_header)) / (rounded + sizeof(slot_header));
 }
 
+// The entry of a new pool, or of the general pool that it shares; -1 if the table is full.
+static int enter_pool(const char *name, int size, int kind, std::size_t rounded) {
+    const clump_guard guard;
+    int pool = 0;
+    for (; pool < clump_count && clump_table[pool].kind != POOL_FREE; pool++) {
+        clump_entry &entry = clump_table[pool];
+        if (kind == POOL_GENERAL && entry.kind == POOL_GENERAL && entry.size == size) {
+            if (name != nullptr) {
+                merge_name(entry, name);
+            }
+            return pool;
+        }
+    }
+    if (pool == CLUMP_LIMIT) {
+        return -1;
+    }
+    fill_entry(clump_table[pool], name, size, kind, static_cast<int>(rounded),
+               static_cast<int>(slots_of_area(rounded)));
+    clump_count = std::max(clump_count, pool + 1);
+    rebuild_index();
+    if (kind == POOL_GENERAL) {
+        num_general_pools.fetch_add(1, std::memory_order_release);
+    }
+    return pool;
+}
+
 int register_clump_type(const char *name, int size, int kind) {
     const std::size_t rounded = size > 0 ? rounded_size(size) : 0;
     if (rounded == 0 || slots_of_area(rounded) == 0) {
@@ -122,33 +155,11 @@ int register_clump_type(const char *name, int size, int kind) {
     if (kind == POOL_GENERAL) {
         size = static_cast<int>(rounded);
     }
-    lock_clumps();
-    int pool = 0;
-    for (; pool < clump_count && clump_table[pool].kind != POOL_FREE; pool++) {
-        clump_entry &entry = clump_table[pool];
-        if (kind == POOL_GENERAL && entry.kind == POOL_GENERAL && entry.size == size) {
-            if (name != nullptr) {
-                merge_name(entry, name);
-            }
-            unlock_clumps();
-            return pool;
-        }
+    const int pool = enter_pool(name, size, kind, rounded);
+    // crash may run exit handlers that need pools: the lock is released by now.
+    if (pool < 0 && user_run_mode() == 0) {
+        crash();
     }
-    if (pool == CLUMP_LIMIT) {
-        unlock_clumps();
-        if (user_run_mode() == 0) {
-            crash();
-        }
-        return -1;
-    }
-    fill_entry(clump_table[pool], name, size, kind, static_cast<int>(rounded),
-               static_cast<int>(slots_of_area(rounded)));
-    clump_count = std::max(clump_count, pool + 1);
-    rebuild_index();
-    if (kind == POOL_GENERAL) {
-        num_general_pools.fetch_add(1, std::memory_order_release);
-    }
-    unlock_clumps();
     return pool;
 }
 
@@ -161,24 +172,20 @@ int create_mem_pool(const char *name, int record_size) {
 }
 
 const char *mem_pool_name(int pool) {
-    lock_clumps();
-    const char *const name = is_pool_index(pool) ? clump_table[pool].name : nullptr;
-    unlock_clumps();
-    return name;
+    const clump_guard guard;
+    return is_pool_index(pool) ? clump_table[pool].name : nullptr;
 }
 
 memory_loop_record *pool_loop_record(int index) {
-    lock_clumps();
-    memory_loop_record *const record = index < clump_count ? &clump_table[index].loop : nullptr;
-    unlock_clumps();
-    return record;
+    const clump_guard guard;
+    return index < clump_count ? &clump_table[index].loop : nullptr;
 }
 
 // Comes from the allocator past the pools: this is part of looking for one. Null when memory is
 // short; the look-up then does without.
 static int *make_size_cache() {
-    auto *cache = static_cast<int *>(
-        manage_memory(SIZE_CACHE_UNITS * static_cast<int>(sizeof(int)), nullptr, 1, 0));
+    auto *cache = static_cast<int *>(manage_memory(SIZE_CACHE_UNITS * static_cast<int>(sizeof(int)),
+                                                   nullptr, FAIL_SOFTLY, PLAIN_BLOCK));
     if (cache == nullptr) {
         return nullptr;
     }
@@ -193,6 +200,7 @@ static int *make_size_cache() {
 
 // The index holds explicit pools of the same size too, so the neighbours are looked at.
 static int search_index(int size) {
+    const clump_guard guard;
     const void *const *const first = clump_index;
     const void *const *const end = first + clump_count;
     const void *const *entry =
@@ -237,9 +245,7 @@ int find_non_id_clump(int size) {
         }
         // A pool is smaller than an area, so a larger request need not search.
         if (rounded < Stat_clump_size) {
-            lock_clumps();
             const int pool = search_index(static_cast<int>(rounded));
-            unlock_clumps();
             if (pool >= 0) {
                 if (cached) {
                     std::atomic_ref<int>(cache[unit]).store(pool, std::memory_order_release);

@@ -48,6 +48,16 @@ int get_dbg_memory_config();
 // Creates the pools' lock: 1; without a lock it ends the process.
 int init_clump_lock();
 
-// Checks every area, slot and free list of a pool: 0 when all is right, else the number of the
-// rule that fails (-1: no such pool).
-int check_mem_pool(int pool);
+// What a check of a pool finds first.
+enum pool_check : int {
+    POOL_UNKNOWN = -1,      // no such pool
+    POOL_IS_VALID = 0,      //
+    POOL_BAD_COUNT = 1,     // an area's count of slots in use
+    POOL_BAD_FREE_LIST = 2, // an area's free list, or its first fresh slot
+    POOL_BAD_SLOT = 3,      // a slot's header
+    POOL_BAD_ORDER = 4,     // an area with room stands behind a full one
+    POOL_BAD_LINK = 5,      // an area's links, its own address or its pool
+};
+
+// Checks every area, slot and free list of a pool.
+pool_check check_mem_pool(int pool);

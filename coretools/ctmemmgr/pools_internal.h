@@ -77,24 +77,48 @@ constexpr int CLUMP_LIMIT = 500;
 extern clump_entry clump_table[CLUMP_LIMIT];
 extern int clump_count;
 
-extern std::atomic<thrMutex *> clump_lock;
+// Returns the mutex that was locked, null if there was nothing to lock.
+thrMutex *lock_clumps();
 
-// A run without threads makes no call.
-inline void lock_clumps() {
-    if (IsThreadingEnabled()) {
-        thrMutex_Lock(clump_lock.load(std::memory_order_acquire));
+// Holds the lock of the pools for a block that no trap can leave. A run without threads makes no
+// call.
+class clump_guard {
+  public:
+    clump_guard() : held(IsThreadingEnabled() ? lock_clumps() : nullptr) {}
+    ~clump_guard() {
+        if (held != nullptr) {
+            thrMutex_Unlock(held);
+        }
     }
-}
+    clump_guard(const clump_guard &) = delete;
+    clump_guard &operator=(const clump_guard &) = delete;
 
-inline void unlock_clumps() {
-    if (IsThreadingEnabled()) {
-        thrMutex_Unlock(clump_lock.load(std::memory_order_acquire));
-    }
+  private:
+    thrMutex *const held;
+};
+
+// What an area header may hold.
+constexpr bool is_table_index(int pool) {
+    return pool >= 0 && pool < CLUMP_LIMIT;
 }
 
 inline bool is_pool_index(int pool) {
     return pool >= 0 && pool < clump_count &&
            (clump_table[pool].kind == POOL_GENERAL || clump_table[pool].kind == POOL_EXPLICIT);
+}
+
+inline bool has_room(const clump_entry &entry, const area_header *area) {
+    return area->used < entry.slots_per_area - 1;
+}
+
+inline slot_header *slot_at(area_header *area, std::size_t offset) {
+    return reinterpret_cast<slot_header *>(reinterpret_cast<char *>(area) + sizeof(area_header) +
+                                           offset * SLOT_UNIT);
+}
+
+// In SLOT_UNITs.
+inline std::size_t stride_of(const clump_entry &entry) {
+    return (static_cast<std::size_t>(entry.rounded) + sizeof(slot_header)) / SLOT_UNIT;
 }
 
 inline std::uint16_t pool_tag_of(const void *data) {
@@ -112,13 +136,23 @@ inline bool is_pool_record(const void *data) {
     return is_tag_in_use(pool_tag_of(data));
 }
 
-// A zero record of a pool; soft_failure as in manage_memory.
+// Allocates a zero record; soft_failure is a failure_mode (block_internal.h).
 void *take_pool_record(int pool, int soft_failure, int xar);
+
+// Spare areas: released areas that wait for the next request for one (spare_areas.cpp). They take
+// no lock.
+
+// Takes a block of the size of an area over; false if there are enough.
+bool keep_spare_area(void *block);
+// Returns a block that keep_spare_area took over, or null.
+void *take_spare_area();
+// Frees all spare areas; false if there was none.
+bool free_spare_areas();
 
 // The memory-loop functions of a pool.
 void dbgclump_mark(void *data, int number);
 int dbgclump_index(const void *data);
 int dbgclump_size(const memory_loop_record *record, const void *data);
 
-// The memory-loop record of pool number index, null behind the last pool.
+// The memory-loop record of pool number `index`; null behind the last pool.
 memory_loop_record *pool_loop_record(int index);

@@ -18,7 +18,7 @@ struct zone_record {
     int used_units;
     int chunk_units;
     int current_chunk; // -1 before the first
-    int in_use;
+    bool in_use;
 };
 
 struct array_append {
@@ -54,8 +54,8 @@ static void append_to_array(void *argument) {
         *append->handle != nullptr && xar_append(append->handle, 1, append->element) != nullptr;
 }
 
-// Appends one element while the zones are locked: false when memory is exhausted. The report must
-// not jump out from under the lock, but it may have released it.
+// Appends one element; false without memory. Must be called under the lock, which the report of
+// exhausted memory may have released.
 template <class T>
 static bool append_element(T **array, const T &element, int step) {
     void *handle = *array;
@@ -68,8 +68,7 @@ static bool append_element(T **array, const T &element, int step) {
 }
 
 static zone_record *open_zone(int zone) {
-    return zone >= 0 && zone < num_in_zone_arr && zone_arr[zone].in_use != 0 ? &zone_arr[zone]
-                                                                             : nullptr;
+    return zone >= 0 && zone < num_in_zone_arr && zone_arr[zone].in_use ? &zone_arr[zone] : nullptr;
 }
 
 static int units_of(int size) {
@@ -81,24 +80,24 @@ int zone_open(int chunk_size) {
     if (chunk_size <= 0 || chunk_size > INT32_MAX / ZONE_UNIT * ZONE_UNIT) {
         return -1;
     }
-    const zone_record fresh = {nullptr, 0, units_of(chunk_size), -1, 1};
-    lazy_mutex_lock(&zone_arr_mutex);
+    const zone_record fresh = {nullptr, 0, units_of(chunk_size), -1, true};
+    const lazy_mutex_guard guard(zone_arr_mutex);
     int zone = 0;
-    while (zone < num_in_zone_arr && zone_arr[zone].in_use != 0) {
+    while (zone < num_in_zone_arr && zone_arr[zone].in_use) {
         zone++;
     }
     if (zone < num_in_zone_arr) {
         zone_arr[zone] = fresh;
-    } else if (zone <= ZONE_LIMIT && append_element(&zone_arr, fresh, ZONE_STEP)) {
-        num_in_zone_arr++;
-    } else {
-        zone = -1;
+        return zone;
     }
-    lazy_mutex_unlock(&zone_arr_mutex);
+    if (zone > ZONE_LIMIT || !append_element(&zone_arr, fresh, ZONE_STEP)) {
+        return -1;
+    }
+    num_in_zone_arr++;
     return zone;
 }
 
-// A piece of the zone's current chunk, or null; the zones are locked.
+// A piece of the zone's current chunk; null if it does not fit.
 static void *take_from_chunk(zone_record *record, int units) {
     if (record->current_chunk < 0 || units > record->chunk_units - record->used_units) {
         return nullptr;
@@ -109,57 +108,79 @@ static void *take_from_chunk(zone_record *record, int units) {
     return piece;
 }
 
-void *zone_getmem(int zone, int size) {
-    lazy_mutex_lock(&zone_arr_mutex);
-    zone_record *record = open_zone(zone);
-    const int units = size > 0 ? units_of(size) : 0;
-    if (record == nullptr || size < 0 || units > record->chunk_units) {
-        lazy_mutex_unlock(&zone_arr_mutex);
-        return memory_error();
-    }
-    void *piece = take_from_chunk(record, units);
-    const int chunk_bytes = record->chunk_units * ZONE_UNIT;
-    lazy_mutex_unlock(&zone_arr_mutex);
-    if (piece != nullptr || size == 0) {
-        return size != 0 ? piece : nullptr;
-    }
-    // Taken without the lock: exhausted memory may jump to a trap frame.
-    auto *const chunk = static_cast<char *>(getmem(chunk_bytes));
-    if (chunk == nullptr) {
+// Stores the size of the zone's chunks in *chunk_units, 0 if it cannot serve so many units, and
+// returns a piece of its current chunk, or null.
+static void *take_piece(int zone, int units, int *chunk_units) {
+    const lazy_mutex_guard guard(zone_arr_mutex);
+    zone_record *const record = open_zone(zone);
+    if (record == nullptr || units > record->chunk_units) {
+        *chunk_units = 0;
         return nullptr;
     }
-    lazy_mutex_lock(&zone_arr_mutex);
-    record = open_zone(zone);
-    if (record == nullptr || units > record->chunk_units) {
-        lazy_mutex_unlock(&zone_arr_mutex);
-        rlsmem(chunk);
-        return memory_error();
-    }
-    if (!append_element(&record->chunks, chunk, CHUNK_STEP)) {
-        lazy_mutex_unlock(&zone_arr_mutex);
-        rlsmem(chunk);
-        return memory_error();
+    *chunk_units = record->chunk_units;
+    return take_from_chunk(record, units);
+}
+
+// Adds a chunk to the zone and returns a piece of it. Null, and the chunk is still the caller's, if
+// the zone is no longer that for which the chunk was made, or without memory.
+static void *take_from_new_chunk(int zone, int units, char *chunk, int chunk_units) {
+    const lazy_mutex_guard guard(zone_arr_mutex);
+    zone_record *const record = open_zone(zone);
+    if (record == nullptr || record->chunk_units != chunk_units ||
+        !append_element(&record->chunks, chunk, CHUNK_STEP)) {
+        return nullptr;
     }
     record->current_chunk++;
     record->used_units = 0;
-    piece = take_from_chunk(record, units);
-    lazy_mutex_unlock(&zone_arr_mutex);
+    return take_from_chunk(record, units);
+}
+
+void *zone_getmem(int zone, int size) {
+    if (size < 0) {
+        return memory_error();
+    }
+    const int units = units_of(size);
+    int chunk_units = 0;
+    void *piece = take_piece(zone, units, &chunk_units);
+    if (chunk_units == 0) {
+        return memory_error();
+    }
+    if (piece != nullptr || size == 0) {
+        return size != 0 ? piece : nullptr;
+    }
+    // Made without the lock: exhausted memory may jump to a trap frame.
+    auto *const chunk = static_cast<char *>(getmem(chunk_units * ZONE_UNIT));
+    if (chunk == nullptr) {
+        return nullptr;
+    }
+    piece = take_from_new_chunk(zone, units, chunk, chunk_units);
+    if (piece == nullptr) {
+        rlsmem(chunk);
+        return memory_error();
+    }
     return piece;
 }
 
-static void release_chunks(int zone, bool closes) {
-    lazy_mutex_lock(&zone_arr_mutex);
+// Takes all chunks from a zone: an extensible array, null if there is none.
+static char **detach_chunks(int zone, bool closes) {
+    const lazy_mutex_guard guard(zone_arr_mutex);
     zone_record *const record = open_zone(zone);
-    if (record != nullptr) {
-        for (int i = 0; i <= record->current_chunk; i++) {
-            rlsmem(record->chunks[i]);
-        }
-        xar_free(&record->chunks);
-        record->current_chunk = -1;
-        record->used_units = 0;
-        record->in_use = closes ? 0 : 1;
+    if (record == nullptr) {
+        return nullptr;
     }
-    lazy_mutex_unlock(&zone_arr_mutex);
+    char **const chunks = record->chunks;
+    *record = {nullptr, 0, record->chunk_units, -1, !closes};
+    return chunks;
+}
+
+// The chunks go back without the lock: releasing takes that of the memory loop.
+static void release_chunks(int zone, bool closes) {
+    char **chunks = detach_chunks(zone, closes);
+    const int count = xar_count(&chunks);
+    for (int i = 0; i < count; i++) {
+        rlsmem(chunks[i]);
+    }
+    xar_free(&chunks);
 }
 
 void zone_empty(int zone) {

@@ -31,8 +31,10 @@ namespace {
 // The next block that the core frees: so many of its bytes are kept.
 std::size_t watched_bytes = 0;
 std::string freed;
+int num_frees = 0;
 
 void watch_free(void *block) {
+    num_frees++;
     if (watched_bytes != 0) {
         freed.assign(static_cast<char *>(block), std::exchange(watched_bytes, 0));
     }
@@ -341,9 +343,7 @@ TEST_F(Allocator, ExhaustedMemoryUnwindsAndLosesNothing) {
     before = get_memory_statistics();
     void *const block = getmem(100);
     void *const record = getmem_pool(create_mem_pool("exhausted", 64));
-    std::vector<void *> held(20); // use up the memory of former areas
-    std::generate(held.begin(), held.end(), [] { return getmem(Stat_clump_size); });
-    held.insert(held.end(), {block, record});
+    free_spare_areas();
     const struct {
         int nth; // allocation of the request fails, and all behind it
         void (*request)(void *data);
@@ -376,7 +376,69 @@ TEST_F(Allocator, ExhaustedMemoryUnwindsAndLosesNothing) {
     set_always_relocate(0);
     EXPECT_NE(zone_getmem(zone, 8), nullptr);
     zone_empty(zone);
-    std::for_each(held.begin(), held.end(), rlsmem);
+    rlsmem(block);
+    rlsmem(record);
+}
+
+void make_a_spare_area() {
+    static const int pool = create_mem_pool("spare", 1000);
+    rlsmem(getmem_pool(pool));
+}
+
+// The spare areas of the pools took any released block of about their size, and kept it when malloc
+// failed.
+TEST_F(Allocator, SpareAreasAreGivenUpBeforeARequestFails) {
+    free_spare_areas();
+    num_frees = 0;
+    rlsmem(getmem(Stat_clump_size));
+    EXPECT_EQ(num_frees, 1);
+    EXPECT_FALSE(free_spare_areas());
+
+    const struct {
+        const char *name;
+        bool relocates;
+        void *(*request)();
+    } rows[] = {
+        {"new block", false, [] { return getmem_null(100); }},
+        {"resize in place", false, [] { return relocmem_xar(getmem(10), 5000, 0); }},
+        {"resize by moving", true, [] { return relocmem_xar(getmem(10), 5000, 0); }},
+    };
+    for (const auto &row : rows) {
+        set_always_relocate(row.relocates ? 1 : 0);
+        make_a_spare_area();
+        // The first call of malloc by a row that resizes is that of the block to resize.
+        fail_allocation(std::strcmp(row.name, "new block") == 0 ? 0 : 1, false);
+        testing::internal::CaptureStdout();
+        void *const data = row.request();
+        fail_allocation(NO_FAILURE, false);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), "") << row.name;
+        EXPECT_NE(data, nullptr) << row.name;
+        EXPECT_FALSE(free_spare_areas()) << row.name;
+        rlsmem(data);
+    }
+    set_always_relocate(0);
+}
+
+// The chunk was taken without the lock, for chunks of 64 bytes; meanwhile the zone was closed and
+// opened again with larger ones. 4,000 bytes were then handed out behind that chunk.
+TEST_F(Allocator, AChunkServesOnlyTheZoneThatAskedForIt) {
+    static const int zone = zone_open(64);
+    before.num_blocks = live_blocks();
+    for (int pass = 0; pass < 3; pass++) {
+        debug_memory_loop(); // the third pass reports the first new chunk and calls the function
+        set_debug_memory_func([] {
+            set_debug_memory_func(nullptr);
+            zone_close(zone);
+            EXPECT_EQ(zone_open(8000), zone);
+        });
+        testing::internal::CaptureStdout();
+        EXPECT_EQ(zone_getmem(zone, 64) != nullptr, pass < 2);
+        testing::internal::GetCapturedStdout();
+    }
+    debug_cancel_memory_loop();
+    EXPECT_EQ(dbggetmem_size(nullptr, zone_getmem(zone, 4000)), 8000);
+    zone_close(zone);
+    before = get_memory_statistics();
 }
 
 TEST_F(Allocator, ZonesServeWhatFitsInAChunk) {

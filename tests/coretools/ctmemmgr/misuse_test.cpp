@@ -35,6 +35,14 @@ void use_a_damaged_record() {
     (void)relocmem_xar(record, 8, 0);
 }
 
+// The number of the pool, read from the header of the area.
+void *record_of_pool(int number) {
+    void *const record = getmem_pool(create_mem_pool("numbered", 16));
+    auto *const slot = static_cast<slot_header *>(record) - 1;
+    reinterpret_cast<area_header *>(slot)[-1].pool = static_cast<std::int16_t>(number);
+    return record;
+}
+
 void fill_the_table_of_pools(int mode) {
     while (getmem_pool(CLUMP_LIMIT - 1) == nullptr) {
         create_mem_pool(nullptr, 8);
@@ -68,6 +76,11 @@ TEST(Misuse, EndsTheProcessOrIsRefused) {
         {2, "rlsmem_clump:   release of already released object",
          [](int *) { release_a_record_twice(); }},
         {2, CRASH, [](int *) { use_a_damaged_record(); }},
+        {2, CRASH, [](int *) { rlsmem(record_of_pool(CLUMP_LIMIT)); }},
+        {2, CRASH, [](int *) { rlsmem(record_of_pool(-1)); }},
+        {2, CRASH, [](int *) { (void)relocmem_xar(record_of_pool(CLUMP_LIMIT), 8, 0); }},
+        {2, "manage_memory:  memory chain is corrupt",
+         [](int *) { (void)relocmem_xar(record_of_pool(-1), 8, 0); }},
         {2, CRASH, [](int *) { rlsmem(foreign + 2048); }},
         {2, CRASH, [](int *) { create_mem_pool("bad", 0); }},
         {2, CRASH, [](int *) { create_mem_pool("bad", INT32_MAX); }},
