@@ -1,7 +1,9 @@
 // The nodes of a tree: blocks that double in size, and lists of released nodes.
+#include "coretools/ctmemmgr/block_internal.h"
 #include "coretools/ctmemmgr/btree_internal.h"
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctmemmgr/xar.h"
+#include "coretools/ctmemmgr/xar_internal.h"
 
 #include <algorithm>
 #include <climits>
@@ -43,13 +45,10 @@ int pop_free(btree_block &block, int node_size) {
     return index;
 }
 
-// The storage of a block of nodes; null also for a size that no block can have.
-char *node_storage(int capacity, int node_size) {
+// The bytes of a block of nodes; 0 if no block can be so large.
+int storage_bytes(int capacity, int node_size) {
     const std::int64_t bytes = std::int64_t{capacity} * node_size;
-    if (bytes < 1 || bytes > INT_MAX) {
-        return nullptr;
-    }
-    return static_cast<char *>(getmem(static_cast<int>(bytes)));
+    return bytes > INT_MAX ? 0 : static_cast<int>(bytes);
 }
 
 // The block and the index of a node that was handed out, or no block.
@@ -87,13 +86,12 @@ btree_block *block_with_free_node(btree *tree, int node_size) {
 
 // Makes room for the descriptor first, so that the tree has changed only when nothing can fail.
 btree_block *add_block(btree *tree, int maximum, int node_size) {
-    if (xar_extend(&tree->blocks, 1) == nullptr) {
+    if (!xar_reserve(&tree->blocks, 1)) {
         return nullptr;
     }
-    xar_shrink(&tree->blocks, 1);
     const int last_capacity = xar_last(&tree->blocks)->capacity;
     const int capacity = last_capacity > maximum / 2 ? maximum : 2 * last_capacity;
-    char *nodes = node_storage(capacity, node_size);
+    auto *const nodes = static_cast<char *>(getmem(storage_bytes(capacity, node_size)));
     if (nodes == nullptr) {
         return nullptr;
     }
@@ -110,17 +108,21 @@ btree *new_btree_low(int initial_nodes, int maximum_per_block, int node_size) {
     }
     const int wanted = initial_nodes > 0 ? initial_nodes : BTREE_DEFAULT_NODES;
     const int capacity = std::min(wanted, maximum_per_block);
-    btree *tree = static_cast<btree *>(getmem(static_cast<int>(sizeof(btree))));
+    const int bytes = storage_bytes(capacity, node_size);
+    btree *tree = bytes == 0 ? nullptr : static_cast<btree *>(getmem(sizeof(btree)));
     if (tree == nullptr) {
         return nullptr;
     }
-    tree->blocks = xar_alloc_of<btree_block>(BLOCKS_AT_FIRST, BLOCKS_STEP);
-    if (tree->blocks != nullptr) {
-        tree->blocks[0] = {capacity, 0, node_storage(capacity, node_size), NO_NODE};
-    }
-    if (tree->blocks == nullptr || tree->blocks[0].nodes == nullptr) {
+    // The report may jump, so it comes last.
+    tree->blocks = static_cast<btree_block *>(
+        xar_alloc_null(BLOCKS_AT_FIRST, sizeof(btree_block), BLOCKS_STEP));
+    void *const nodes = tree->blocks != nullptr ? getmem_null(bytes) : nullptr;
+    if (nodes == nullptr) {
         free_btree(&tree);
+        report_exhausted_memory();
+        return nullptr;
     }
+    tree->blocks[0] = {capacity, 0, static_cast<char *>(nodes), NO_NODE};
     return tree;
 }
 
@@ -143,12 +145,12 @@ void *new_btree_node_low(btree *tree, int maximum_per_block, int node_size, int 
         return block->nodes;
     }
     block = xar_last(&tree->blocks);
-    if (block->used == block->capacity) {
+    if (block != nullptr && block->used == block->capacity) {
         block = add_block(tree, maximum_per_block, node_size);
-        if (block == nullptr) {
-            *index = NO_NODE;
-            return nullptr;
-        }
+    }
+    if (block == nullptr) { // without memory, or the fatal report of a damaged tree returned
+        *index = NO_NODE;
+        return nullptr;
     }
     *index = block->used++;
     return block->nodes;

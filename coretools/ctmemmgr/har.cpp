@@ -2,9 +2,11 @@
 #include "coretools/ctmemmgr/har.h"
 
 #include "coretools/ctmemmgr/xar.h"
+#include "coretools/ctmemmgr/xar_internal.h"
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 namespace {
 
@@ -17,6 +19,7 @@ struct chunk_shape {
     int limit; // of every chunk
 };
 
+// All 0 if the chunk is damaged and the fatal report returns.
 chunk_shape shape_of(void *const *chunk) {
     chunk_shape shape{};
     xar_params(chunk, &shape.element_size, &shape.step, &shape.count, &shape.limit);
@@ -28,41 +31,30 @@ void **last_chunk(void ***top) {
     return top == nullptr || *top == nullptr ? nullptr : xar_last(top);
 }
 
-// Growing and shrinking again leaves room in which the next count elements fit without a move.
-template <class Handle>
-bool reserve(Handle handle, int count) {
-    if (count == 0) {
-        return true;
-    }
-    if (xar_extend(handle, count) == nullptr) {
-        return false;
-    }
-    xar_shrink(handle, count);
-    return true;
-}
-
+// The source of the element that many elements on; null stays null.
 const void *advanced(const void *source, std::int64_t elements, int element_size) {
     return source == nullptr ? nullptr
                              : static_cast<const char *>(source) + elements * element_size;
 }
 
-// A list of chunks filled with count elements, all chunks but the last to the limit, or null.
-void **filled_chunks(const chunk_shape &shape, int count, const void *source) {
-    void **chunks = xar_alloc_of<void *>(0, 2);
-    for (int placed = 0; chunks != nullptr && placed < count;) {
-        const int part = std::min(count - placed, shape.limit);
-        void **chunk = xar_append(&chunks, 1, nullptr);
-        if (chunk != nullptr) {
-            *chunk = xar_alloc(0, shape.element_size, shape.step);
+// Appends chunks of count zero elements together, all but the last full. The top level has room for
+// them. False, and the array is as it was, without memory.
+bool append_chunks(void ***top, const chunk_shape &shape, int count) {
+    const int old_chunks = xar_count(top);
+    while (count > 0) {
+        const int part = std::min(count, shape.limit);
+        void *const chunk = xar_alloc_null(part, shape.element_size, shape.step);
+        if (chunk == nullptr) {
+            while (xar_count(top) > old_chunks) {
+                xar_free(xar_last(top));
+                xar_shrink(top, 1);
+            }
+            return false;
         }
-        if (chunk == nullptr || *chunk == nullptr ||
-            xar_append(chunk, part, advanced(source, placed, shape.element_size)) == nullptr) {
-            har_free(&chunks);
-            return nullptr;
-        }
-        placed += part;
+        xar_append(top, 1, &chunk);
+        count -= part;
     }
-    return chunks;
+    return true;
 }
 
 } // namespace
@@ -75,9 +67,10 @@ void **har_alloc(int element_size, int step) {
     if (chunk == nullptr) {
         return nullptr;
     }
-    void **top = xar_alloc_of<void *>(1, 2);
+    auto **top = static_cast<void **>(xar_alloc_null(1, sizeof(void *), 2));
     if (top == nullptr) {
         xar_free(&chunk);
+        xar_report_exhausted_memory();
         return nullptr;
     }
     top[0] = chunk;
@@ -89,29 +82,38 @@ int har_append(void ***top, int count, const void *source) {
     if (last == nullptr) {
         return 0;
     }
+    const chunk_shape shape = shape_of(last);
+    if (shape.limit == 0) {
+        return 0;
+    }
     if (count == 0) {
         return 1;
     }
-    const chunk_shape shape = shape_of(last);
     const int room = shape.limit - shape.count;
     if (count <= room) {
         return xar_append(last, count, source) == nullptr ? 0 : 1;
     }
 
-    // Everything that may fail comes first, apart from the array; putting it in place cannot fail.
-    void **more = filled_chunks(shape, count - room, advanced(source, room, shape.element_size));
-    if (more == nullptr) {
+    // Whatever may fail comes first. While one of the first two reports exhausted memory, which may
+    // jump, nothing is held.
+    const int added = count - room;
+    const int first_added = xar_count(top);
+    const int chunks = (added - 1) / shape.limit + 1;
+    if (!xar_reserve(last, room) || !xar_reserve(top, chunks)) {
         return 0;
     }
-    const int chunks = xar_count(&more);
-    if (!reserve(last, room) || !reserve(top, chunks)) {
-        har_free(&more);
+    if (!append_chunks(top, shape, added)) {
+        xar_report_exhausted_memory();
         return 0;
     }
-    last = xar_last(top);
-    xar_append(last, room, source);
-    xar_append(top, chunks, more);
-    xar_free(&more);
+    xar_append(&(*top)[first_added - 1], room, source);
+    for (int i = 0; source != nullptr && i < chunks; ++i) {
+        void *const chunk = (*top)[first_added + i];
+        const chunk_shape filled = shape_of(&chunk);
+        std::memcpy(
+            chunk, advanced(source, room + std::int64_t{i} * shape.limit, shape.element_size),
+            static_cast<std::size_t>(filled.count) * static_cast<std::size_t>(shape.element_size));
+    }
     return 1;
 }
 
@@ -124,20 +126,15 @@ void *har_inflate(void ***top) {
     if (shape.count < shape.limit) {
         return xar_extend(last, 1);
     }
-    if (!reserve(top, 1)) {
+    if (!xar_reserve(top, 1)) {
         return nullptr;
     }
-    void *chunk = xar_alloc(0, shape.element_size, shape.step);
+    void *chunk = xar_alloc(1, shape.element_size, shape.step);
     if (chunk == nullptr) {
         return nullptr;
     }
-    void *element = xar_extend(&chunk, 1);
-    if (element == nullptr) {
-        xar_free(&chunk);
-        return nullptr;
-    }
     xar_append(top, 1, &chunk);
-    return element;
+    return chunk;
 }
 
 void *har_access(void ***top, int index, int *chunk, int *offset) {
@@ -152,6 +149,9 @@ void *har_access(void ***top, int index, int *chunk, int *offset) {
         return nullptr;
     }
     const chunk_shape shape = shape_of(last);
+    if (shape.limit == 0) {
+        return nullptr;
+    }
     const int number = index / shape.limit;
     const int place = index % shape.limit;
     const int last_number = static_cast<int>(last - *top);

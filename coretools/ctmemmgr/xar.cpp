@@ -1,8 +1,10 @@
 // Extensible arrays: creation, growth, shrinking and release.
 #include "coretools/ctmemmgr/xar.h"
 
+#include "coretools/ctmemmgr/block_internal.h"
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctmemmgr/serious_errors.h"
+#include "coretools/ctmemmgr/xar_internal.h"
 #include "coretools/ctmemmgr/zones.h"
 
 #include <algorithm>
@@ -86,13 +88,15 @@ int grown_capacity(xar_header *header, int count) {
     return std::min(capacity + ((count - 1) / step + 1) * step, limit_of(element_size));
 }
 
-// The block of a zone array stays with its zone; only its contents move.
+// The block of a zone array stays with its zone; only its contents move. Its trailer is cleared, so
+// that a stale handle is no longer valid.
 void *resized_block(xar_header *header, int zone, int old_bytes, int new_bytes) {
     if (zone < 0) {
-        return relocmem_xar(header, new_bytes, 1);
+        return relocmem_xar(header, new_bytes, XAR_BLOCK);
     }
     void *block = zone_getmem(zone, new_bytes);
     if (block != nullptr) {
+        *xar_trailer_of(header) = {};
         std::memcpy(block, header, static_cast<std::size_t>(old_bytes));
     }
     return block;
@@ -152,13 +156,7 @@ bool may_extend(const void *const *handle, int count) {
     return true;
 }
 
-} // namespace
-
-void *xar_alloc(int count, int element_size, int step) {
-    return zone_xar_alloc(GENERAL_ALLOCATOR, count, element_size, step);
-}
-
-void *zone_xar_alloc(int zone, int count, int element_size, int step) {
+void *make_array(int zone, int count, int element_size, int step, failure_mode mode) {
     if (count == 0 && step == 0) {
         return nullptr;
     }
@@ -178,9 +176,11 @@ void *zone_xar_alloc(int zone, int count, int element_size, int step) {
         return nullptr;
     }
     const int bytes = block_bytes(std::max(count, room_when_empty()), element_size);
-    void *block = zone < 0 ? getmem_xar(bytes, 1) : zone_getmem(zone, bytes);
+    void *block = zone < 0 ? allocate_block(bytes, mode, XAR_BLOCK) : zone_getmem(zone, bytes);
     if (block == nullptr) {
-        unwind("XAR_ALLOC", "out of memory");
+        if (mode == FAIL_TO_TRAPS) {
+            unwind("XAR_ALLOC", "out of memory");
+        }
         return nullptr;
     }
     auto *header = static_cast<xar_header *>(block);
@@ -189,6 +189,25 @@ void *zone_xar_alloc(int zone, int count, int element_size, int step) {
     const int owner = zone < 0 ? GENERAL_ALLOCATOR : zone;
     *xar_trailer_of(header) = {XAR_TRAILER_MAGIC, static_cast<std::int16_t>(owner), count};
     return xar_elements_of(header);
+}
+
+} // namespace
+
+void *xar_alloc(int count, int element_size, int step) {
+    return zone_xar_alloc(GENERAL_ALLOCATOR, count, element_size, step);
+}
+
+void *zone_xar_alloc(int zone, int count, int element_size, int step) {
+    return make_array(zone, count, element_size, step, FAIL_TO_TRAPS);
+}
+
+void *xar_alloc_null(int count, int element_size, int step) {
+    return make_array(GENERAL_ALLOCATOR, count, element_size, step, FAIL_SOFTLY);
+}
+
+void xar_report_exhausted_memory() {
+    report_exhausted_memory();
+    unwind("XAR_ALLOC", "out of memory");
 }
 
 void *xar_extend(void **handle, int count) {
@@ -258,6 +277,17 @@ void *xar_shrink(void **handle, int count) {
     return xar_last(handle);
 }
 
+bool xar_reserve(void **handle, int count) {
+    if (count == 0) {
+        return true;
+    }
+    if (xar_extend(handle, count) == nullptr) {
+        return false;
+    }
+    xar_shrink(handle, count);
+    return true;
+}
+
 int xar_resize(void **handle, int new_count) {
     if (handle != nullptr && *handle == nullptr && new_count == 0) {
         return 0;
@@ -271,9 +301,10 @@ int xar_resize(void **handle, int new_count) {
     }
     const int count = xar_count(handle);
     if (new_count > count) {
-        return xar_extend(handle, new_count - count) == nullptr ? -1 : 0;
+        xar_extend(handle, new_count - count);
+    } else {
+        xar_shrink(handle, count - new_count);
     }
-    xar_shrink(handle, count - new_count);
     return 0;
 }
 

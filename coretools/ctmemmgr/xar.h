@@ -34,8 +34,11 @@ void *xar_last(void *const *handle);
 // Removes the last count elements and answers the new last one, null when none is left. The
 // memory stays with the array.
 void *xar_shrink(void **handle, int count);
-// Shrinks or extends to new_count: 0, or -1 when there is no memory. A null handle may only be
-// resized to 0.
+// Makes room for count more elements: appending them will neither fail nor move the array. False
+// without memory.
+bool xar_reserve(void **handle, int count);
+// Shrinks or extends to new_count elements. Returns 0, without memory too: xar_count then returns
+// the old count. A null handle may only be resized to 0.
 int xar_resize(void **handle, int new_count);
 // Fills each output that is not null: element size, growth step as created, elements in use and the
 // most elements an array of this element size may hold. A null handle fills none.
@@ -145,6 +148,12 @@ template <xar_element T>
 T *xar_shrink(T **handle, int count) {
     return static_cast<T *>(
         xar_with_untyped(handle, [count](void **untyped) { return xar_shrink(untyped, count); }));
+}
+
+template <xar_element T>
+bool xar_reserve(T **handle, int count) {
+    return xar_with_untyped(handle,
+                            [count](void **untyped) { return xar_reserve(untyped, count); });
 }
 
 template <xar_element T>

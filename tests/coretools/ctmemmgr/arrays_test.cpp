@@ -2,8 +2,10 @@
 // memory runs out.
 #include "coretools/ctmemmgr/block_debug.h"
 #include "coretools/ctmemmgr/har.h"
+#include "coretools/ctmemmgr/memory_trap.h"
 #include "coretools/ctmemmgr/xar.h"
 #include "coretools/ctmemmgr/zones.h"
+#include "coretools/ctmisc/wlx_exit.h"
 #include "tests/support/failing_malloc.h"
 
 #include <algorithm>
@@ -134,8 +136,9 @@ TEST(Xar, RandomOperationsAgreeWithAVector) {
                 source = added.data();
             }
             fail_allocation(static_cast<long>(random() % 4), false);
-            if (kind == 3 && xar_resize(&array, static_cast<int>(changed)) == 0) {
-                model.resize(changed * size);
+            if (kind == 3) {
+                EXPECT_EQ(xar_resize(&array, static_cast<int>(changed)), 0); // without memory too
+                model.resize(static_cast<std::size_t>(xar_count(&array)) * size);
             } else if (kind != 3 && xar_append(&array, static_cast<int>(changed), source)) {
                 model.insert(model.end(), added.begin(), added.end());
             }
@@ -146,6 +149,19 @@ TEST(Xar, RandomOperationsAgreeWithAVector) {
         }
         xar_free(&array);
     }
+    zone_close(zone);
+}
+
+// The old block of a zone array that has moved stays with the zone. Its trailer was left as it was,
+// and a stale handle passed for a live array.
+TEST(Xar, AStaleHandleOfAMovedZoneArrayIsInvalid) {
+    const int zone = zone_open(4096);
+    void *array = zone_xar_alloc(zone, 10, 4, 10);
+    void *const stale = array;
+    EXPECT_NE(xar_extend(&array, 10), nullptr);
+    EXPECT_NE(array, stale);
+    EXPECT_TRUE(xar_is_valid(array));
+    EXPECT_FALSE(xar_is_valid(stale));
     zone_close(zone);
 }
 
@@ -208,6 +224,42 @@ TEST(Har, RandomOperationsAgreeWithAVector) {
         har_free(&top); // no array is no error
         EXPECT_FALSE(har_access(&top, 0, nullptr, nullptr) || har_inflate(&top));
     }
+}
+
+// A chunk was lost when exhausted memory jumped to a frame of the caller.
+TEST(Har, ATrapLeavesNoChunkBehind) {
+    static void **top = nullptr;
+    constexpr void (*REQUESTS[])(void *) = {
+        [](void *) { top = har_alloc(SIZE, 1); },
+        [](void *) { har_append(&top, 3 * LIMIT, nullptr); },
+    };
+    for (const auto request : REQUESTS) {
+        const std::int64_t blocks = get_memory_statistics().num_blocks;
+        bool done = false;
+        for (int nth = 0; !done; ++nth) {
+            fail_allocation(nth, true);
+            done = call_with_memory_trap(request, nullptr);
+            fail_allocation(NO_FAILURE, false);
+            EXPECT_EQ(get_memory_statistics().num_blocks == blocks, !done) << nth;
+        }
+    }
+    har_free(&top);
+}
+
+// Where an installed exit function lets the fatal report return, a damaged chunk has no size to
+// divide by, and a damaged tree no block to take a node from.
+TEST(Har, ADamagedChunkHoldsNoElement) {
+    void **top = har_alloc(4, 10);
+    har_append(&top, 5, nullptr);
+    xar_header *const header = xar_header_of(top[0]);
+    header->magic = 0;
+    set_wlx_exit_func([](int) {});
+    EXPECT_EQ(har_access(&top, 2, nullptr, nullptr), nullptr);
+    EXPECT_EQ(har_inflate(&top), nullptr);
+    EXPECT_EQ(har_append(&top, 1, nullptr), 0);
+    set_wlx_exit_func(nullptr);
+    header->magic = XAR_HEADER_MAGIC;
+    har_free(&top);
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "coretools/ctmemmgr/btree_internal.h"
 #include "coretools/ctmemmgr/sort_pointers.h"
 #include "coretools/ctmemmgr/xar.h"
+#include "coretools/ctmisc/wlx_exit.h"
 #include "tests/support/failing_malloc.h"
 
 #include <algorithm>
@@ -141,6 +142,18 @@ TEST(Rbtree, DumpBlocksAndNodesThatAreNotInTheTree) {
     }
     EXPECT_EQ(rbtree_delete_node(tree, new_rbtree_node(tree)), 0); // hangs nowhere
     check_rules(tree->root, nullptr);
+    free_btree(&tree);
+}
+
+// The fatal report of a damaged list of blocks returns: there is no block to take a node from.
+TEST(Rbtree, ADamagedTreeSuppliesNoNode) {
+    btree *tree = new_rbtree(1);
+    xar_header *const header = xar_header_of(tree->blocks);
+    header->magic = 0;
+    set_wlx_exit_func([](int) {});
+    EXPECT_EQ(new_rbtree_node(tree), nullptr);
+    set_wlx_exit_func(nullptr);
+    header->magic = XAR_HEADER_MAGIC;
     free_btree(&tree);
 }
 
