@@ -65,6 +65,7 @@ class Allocator : public testing::Test {
     }
 
     void TearDown() override {
+        before_free = nullptr;
         EXPECT_EQ(check_memory_chain(), 0);
         EXPECT_EQ(live_blocks(), before.num_blocks);
         EXPECT_EQ(get_memory_statistics().system_size, before.system_size);
@@ -390,6 +391,7 @@ void make_a_spare_area() {
 TEST_F(Allocator, SpareAreasAreGivenUpBeforeARequestFails) {
     free_spare_areas();
     num_frees = 0;
+    before_free = watch_free;
     rlsmem(getmem(Stat_clump_size));
     EXPECT_EQ(num_frees, 1);
     EXPECT_FALSE(free_spare_areas());
