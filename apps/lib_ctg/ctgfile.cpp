@@ -1,6 +1,7 @@
 // The sorted list and the catalog file.
 #include "apps/lib_ctg/ctgfile.h"
 
+#include "apps/lib_ctg/ctgmsg.h"
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctpfa/pfaget.h"
 #include "coretools/ctpfa/pfamem.h"
@@ -12,7 +13,6 @@
 #include <climits>
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 #include <sys/stat.h>
@@ -24,6 +24,75 @@ constexpr char MEMBER_LINE[] = "%-4d%-32s%-224s\n";
 constexpr int MEMBER_LINE_LENGTH = 4 + 32 + 224;
 constexpr std::size_t CATALOG_NAME_LENGTH = 31;
 
+// A member's place in the order, beside the list. Most comparisons end at the first bytes and need
+// not follow a pointer into a member's block.
+struct sort_key {
+    std::uint64_t first_bytes; // of the name, behind what all names begin with; big-endian
+    std::int32_t type;
+    std::int32_t member; // index into src_list
+};
+
+std::size_t common_prefix_length(const char *first, const char *second, std::size_t limit) {
+    std::size_t length = 0;
+    while (length < limit && first[length] == second[length]) {
+        ++length;
+    }
+    return length;
+}
+
+// Length of what the names of all members begin with.
+std::size_t shared_prefix_length(int members) {
+    std::size_t length = std::strlen(src_list[0]->name);
+    for (int k = 1; k < members && length > 0; ++k) {
+        length = common_prefix_length(src_list[0]->name, src_list[k]->name, length);
+    }
+    return length;
+}
+
+std::uint64_t first_bytes_of(const char *text) {
+    std::uint64_t number = 0;
+    for (int shift = 56; shift >= 0 && *text != '\0'; shift -= 8, ++text) {
+        number |= std::uint64_t{static_cast<unsigned char>(*text)} << shift;
+    }
+    return number;
+}
+
+sort_entry entry_of(int member) {
+    member_record *record = src_list[member];
+    return {record->type, record->name, record->path};
+}
+
+bool comes_before(const sort_key &first, const sort_key &second) {
+    if (first.type != second.type) {
+        return first.type < second.type;
+    }
+    if (first.first_bytes != second.first_bytes) {
+        return first.first_bytes < second.first_bytes;
+    }
+    const sort_entry a = entry_of(first.member);
+    const sort_entry b = entry_of(second.member);
+    return comp_func(&a, &b) < 0;
+}
+
+// Fills sorted_list, which has an element for each member, in order. The entries still borrow the
+// members' texts.
+bool fill_in_order(int members) {
+    auto *keys = static_cast<sort_key *>(getmem(members * static_cast<int>(sizeof(sort_key))));
+    if (keys == nullptr) {
+        return false;
+    }
+    const std::size_t prefix = shared_prefix_length(members);
+    for (int k = 0; k < members; ++k) {
+        keys[k] = {first_bytes_of(src_list[k]->name + prefix), src_list[k]->type, k};
+    }
+    std::sort(keys, keys + members, comes_before);
+    for (int k = 0; k < members; ++k) {
+        sorted_list[k] = entry_of(keys[k].member);
+    }
+    rlsmem(keys);
+    return true;
+}
+
 char *copy_text(const char *text) {
     auto *block = static_cast<char *>(getmem(PFA_PATH_SIZE));
     if (block != nullptr) {
@@ -32,24 +101,87 @@ char *copy_text(const char *text) {
     return block;
 }
 
-char *format_text(const char *format, ...) {
+// Gives the entries texts of their own, which then lie in memory in the order in which they are
+// written and released. On failure the list keeps those entries that have them.
+bool copy_texts(int members) {
+    for (int k = 0; k < members; ++k) {
+        sort_entry &entry = sorted_list[k];
+        entry.name = copy_text(entry.name);
+        entry.path = copy_text(entry.path);
+        if (entry.name == nullptr || entry.path == nullptr) {
+            rlsmem(entry.name);
+            rlsmem(entry.path);
+            xar_shrink(&sorted_list, members - k);
+            return false;
+        }
+    }
+    return true;
+}
+
+constexpr int BLOCK_SIZE = 65536;
+constexpr int LONGEST_LINE = 11 + 2 * PFA_PATH_SIZE; // a number, two texts and the line feed
+
+// The open catalog, written in whole blocks: a network file system forces every write to its store.
+struct catalog_stream {
+    vek_file *record;
+    int used; // bytes of block
+    char block[BLOCK_SIZE + LONGEST_LINE];
+};
+
+// Formats to destination, which must hold the whole text, or to a buffer of the engine if it is
+// null. Returns the text, null without memory.
+char *format_text(char *destination, const char *format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
-    char *text = vek_vsprintf(nullptr, format, arguments);
+    char *text = vek_vsprintf(destination, format, arguments);
     va_end(arguments);
     return text;
 }
 
-// The formatting engine keeps its buffer, so once it has held the longest line no later line can
-// fail for want of memory, when half of the catalog may be written.
+// The formatting engine keeps its buffer: once it has held the longest line no later line can fail
+// for lack of memory, when half of the catalog may be written.
 bool make_room_for_lines() {
     char longest[PFA_PATH_SIZE];
     std::memset(longest, 'x', sizeof longest - 1);
     longest[sizeof longest - 1] = '\0';
-    return format_text(MEMBER_LINE, INT_MIN, longest, longest) != nullptr;
+    return format_text(nullptr, MEMBER_LINE, INT_MIN, longest, longest) != nullptr;
 }
 
-// Whether the record names path itself. Text with a host before the path is left to the layer.
+void write_block(catalog_stream *catalog, int length) {
+    (void)pfa_write_file(catalog->record, length, catalog->block);
+    catalog->used -= length;
+    std::memmove(catalog->block, catalog->block + length, static_cast<std::size_t>(catalog->used));
+}
+
+template <class... Values>
+void add_line(catalog_stream *catalog, const char *format, Values... values) {
+    char *line = catalog->block + catalog->used;
+    if (format_text(line, format, values...) != nullptr) {
+        catalog->used += static_cast<int>(std::strlen(line));
+    }
+    if (catalog->used >= BLOCK_SIZE) {
+        write_block(catalog, BLOCK_SIZE);
+    }
+}
+
+void write_lines(vek_file *record, const char *name) {
+    catalog_stream catalog;
+    catalog.record = record;
+    catalog.used = 0;
+    const int members = count_members();
+    const int entries = xar_count(&sorted_list);
+    add_line(&catalog, HEADER_LINE, name, members, MEMBER_LINE_LENGTH);
+    for (int k = 0; k < entries; ++k) {
+        const sort_entry &entry = sorted_list[k];
+        if (entry.type > 0) {
+            add_line(&catalog, MEMBER_LINE, entry.type, entry.name, entry.path);
+        }
+    }
+    add_line(&catalog, HEADER_LINE, name, members, MEMBER_LINE_LENGTH);
+    write_block(&catalog, catalog.used);
+}
+
+// True if the record names path itself. Text with a host before the path is left to the layer.
 bool is_named_by(vek_file *record, const char *path) {
     char name[PFA_PATH_SIZE];
     return path[0] != '/' || path[1] == '/' ||
@@ -66,14 +198,14 @@ bool may_be_written(vek_file *record) {
            (lstat(name, &status) != 0 || S_ISREG(status.st_mode));
 }
 
-int open_catalog(vek_file *record, const char *name) {
+pfa_status open_catalog(vek_file *record, const char *name) {
     static char catalog_path[PFA_PATH_SIZE];
     const int length =
         std::snprintf(catalog_path, sizeof catalog_path, "%s/%s.ctg.1", target_dir, name);
     if (length < 0 || length >= PFA_PATH_SIZE) {
         return PFA_E_INVALID_NAME;
     }
-    const int status = pfa_parse_to_vek_file(record, catalog_path);
+    const pfa_status status = pfa_parse_to_vek_file(record, catalog_path);
     if (status != PFA_E_NO_ERROR) {
         return status;
     }
@@ -83,23 +215,8 @@ int open_catalog(vek_file *record, const char *name) {
     return pfa_fopen(record, 0, binary_mode("w"));
 }
 
-void write_lines(vek_file *record, const char *name) {
-    const int members = count_members();
-    const int entries = xar_count(&sorted_list);
-    (void)pfa_fprintf(record, HEADER_LINE, name, members, MEMBER_LINE_LENGTH);
-    for (int k = 0; k < entries; ++k) {
-        const sort_entry &entry = sorted_list[k];
-        if (entry.type > 0) {
-            (void)pfa_fprintf(record, MEMBER_LINE, entry.type, entry.name, entry.path);
-        }
-    }
-    (void)pfa_fprintf(record, HEADER_LINE, name, members, MEMBER_LINE_LENGTH);
-}
-
 } // namespace
 
-// The entries borrow the members' texts until they are sorted: copied then, the texts lie in memory
-// in the order in which they are written and released.
 ctg_result sort_catalog() {
     const int members = xar_count(&src_list);
     sorted_list = xar_alloc_of<sort_entry>(0, LIST_STEP);
@@ -112,22 +229,7 @@ ctg_result sort_catalog() {
     if (xar_extend(&sorted_list, members) == nullptr) {
         return CTG_OUT_OF_MEMORY;
     }
-    for (int k = 0; k < members; ++k) {
-        sorted_list[k] = {src_list[k]->type, src_list[k]->name, src_list[k]->path};
-    }
-    std::qsort(sorted_list, members, sizeof(sort_entry), comp_func);
-    for (int k = 0; k < members; ++k) {
-        sort_entry &entry = sorted_list[k];
-        entry.name = copy_text(entry.name);
-        entry.path = copy_text(entry.path);
-        if (entry.name == nullptr || entry.path == nullptr) {
-            rlsmem(entry.name);
-            rlsmem(entry.path);
-            xar_shrink(&sorted_list, members - k);
-            return CTG_OUT_OF_MEMORY;
-        }
-    }
-    return CTG_DONE;
+    return fill_in_order(members) && copy_texts(members) ? CTG_DONE : CTG_OUT_OF_MEMORY;
 }
 
 int comp_func(const void *first, const void *second) {
@@ -148,7 +250,7 @@ const char *form_catalog_file() {
     if (pfa_alloc_vek_file(&root) != PFA_E_NO_ERROR) {
         return nullptr;
     }
-    int status = pfa_parse_to_vek_file(root, target_dir);
+    pfa_status status = pfa_parse_to_vek_file(root, target_dir);
     if (status == PFA_E_NO_ERROR) {
         status = pfa_get_file_name(root, PFA_NAME_AND_EXTENSION, name);
     }
@@ -161,19 +263,13 @@ const char *form_catalog_file() {
     return name;
 }
 
-int count_members() {
-    const int members = xar_count(&src_list);
-    return static_cast<int>(std::count_if(src_list, src_list + members,
-                                          [](const member_record *m) { return m->type >= 1; }));
-}
-
 ctg_result write_list(const char *name) {
     vek_file *record = nullptr;
     if (!make_room_for_lines() || pfa_alloc_vek_file(&record) != PFA_E_NO_ERROR) {
         return CTG_OUT_OF_MEMORY;
     }
     ctg_result result = CTG_DONE;
-    const int status = open_catalog(record, name);
+    const pfa_status status = open_catalog(record, name);
     if (status == PFA_E_NO_ERROR) {
         write_lines(record, name);
     } else if (status == PFA_E_OUT_OF_MEMORY) {
@@ -185,9 +281,4 @@ ctg_result write_list(const char *name) {
     (void)pfa_close(record);
     (void)pfa_free_vek_file(&record);
     return result;
-}
-
-void report_catalog_not_written() {
-    std::printf("Error: No write permission to %s\n", target_dir);
-    std::printf("       catalog file not generated.\n");
 }

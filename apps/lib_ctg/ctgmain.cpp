@@ -2,6 +2,7 @@
 #include "apps/lib_ctg/ctgmain.h"
 
 #include "apps/lib_ctg/ctgcore.h"
+#include "apps/lib_ctg/ctgmsg.h"
 #include "apps/lib_ctg/ctgversion.h"
 #include "coretools/ctpfa/vek_file.h"
 #include "coretools/genutil1/text_copy.h"
@@ -47,12 +48,12 @@ void cxx_main(int argc, char **argv) {
     }
     const char *value = std::getenv("VEK_LIBRARY_DIR");
     if (value == nullptr) {
-        std::printf("Error: VEK_LIBRARY_DIR not set.\n");
+        report_root_not_set();
         std::exit(1);
     }
     char root[PFA_PATH_SIZE];
     if (strcpy_limit(value, PFA_PATH_SIZE, root) != 0) {
-        std::printf("Error: VEK_LIBRARY_DIR has more than %d characters.\n", PFA_PATH_SIZE - 1);
+        report_root_too_long();
         std::exit(0);
     }
     std::exit(make_catalog_file(root));

@@ -31,7 +31,7 @@ bool is_plain(std::string_view root) {
 
 // Parses directory followed by '/': text that is all location, which the layer takes for a
 // directory without asking the disk.
-int parse_directory(vek_file *record, const char *directory) {
+pfa_status parse_directory(vek_file *record, const char *directory) {
     char text[PFA_PATH_SIZE];
     const std::size_t length = std::strlen(directory);
     if (length + 1 >= sizeof text) {
@@ -43,8 +43,8 @@ int parse_directory(vek_file *record, const char *directory) {
 }
 
 // A '$' that no variable follows begins a directory's name here, and a device in the layer.
-int parse_root(vek_file *record, const char *root) {
-    const int status = parse_directory(record, root);
+pfa_status parse_root(vek_file *record, const char *root) {
+    const pfa_status status = parse_directory(record, root);
     if (status != PFA_E_NO_ERROR || root[0] != '$' || pfa_has_component(record, PFA_DEVICE) == 0) {
         return status;
     }
@@ -58,16 +58,17 @@ bool is_expanded(std::string_view root) {
     return root[0] == '~' || root.find('$') != root.npos;
 }
 
+// Also true if one of them cannot be examined: opening it will tell.
 bool is_same_directory(const char *first, const char *second) {
     struct stat a;
     struct stat b;
     if (stat(first, &a) != 0 || stat(second, &b) != 0) {
-        return true; // nothing speaks against it; opening it will tell
+        return true;
     }
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
-// What stands before the path of a root with a host: "host:" (a drive looks the same) or
+// Length of what stands before the path of a root with a host: "host:" (a drive looks the same) or
 // "/////host".
 std::size_t host_text_length(vek_file *record, const char *root) {
     char host[PFA_HOST_SIZE];
@@ -83,27 +84,28 @@ bool names_host_or_device(vek_file *record) {
 
 // The root's path is the rest of its text. A device, or a path relative to a host, names no
 // directory that this host could open.
-int resolve_host_root(vek_file *record, const char *root, int *prefix_length) {
-    const std::size_t lead = host_text_length(record, root);
-    const std::string_view rest = std::string_view(root).substr(std::min(lead, std::strlen(root)));
+pfa_status resolve_host_root(vek_file *record, library_root *root) {
     char path[PFA_PATH_SIZE];
-    const int status = pfa_get_path(record, path);
+    const pfa_status status = pfa_get_path(record, path);
     if (status != PFA_E_NO_ERROR) {
         return status;
     }
+    const std::size_t lead = host_text_length(record, root->text);
+    const std::string_view whole(root->text);
+    const std::string_view rest = whole.substr(std::min(lead, whole.size()));
     const std::string_view parsed(path);
-    if (lead == 0 || rest.empty() || rest[0] != '/' || parsed.size() != rest.size() + 1 ||
+    if (lead == 0 || !rest.starts_with('/') || parsed.size() != rest.size() + 1 ||
         !parsed.starts_with(rest)) {
         return PFA_E_INVALID_NAME;
     }
-    *prefix_length = static_cast<int>(parsed.size());
+    root->prefix_length = static_cast<int>(parsed.size());
     return PFA_E_NO_ERROR;
 }
 
 // The record's directory as text, without its final '/'. The layer keeps parent steps at the top of
 // the file system, where they lead nowhere.
-int directory_text(vek_file *record, char out[PFA_PATH_SIZE]) {
-    const int status = pfa_get_file_name(record, PFA_DIRECTORY_NAME, out);
+pfa_status directory_text(vek_file *record, char out[PFA_PATH_SIZE]) {
+    const pfa_status status = pfa_get_file_name(record, PFA_DIRECTORY_NAME, out);
     if (status != PFA_E_NO_ERROR) {
         return status;
     }
@@ -119,58 +121,64 @@ int directory_text(vek_file *record, char out[PFA_PATH_SIZE]) {
     return PFA_E_NO_ERROR;
 }
 
-int resolve_path_root(vek_file *record, const char *root, char target[PFA_PATH_SIZE],
-                      int *prefix_length) {
+// Fails with PFA_E_INVALID_NAME if directory, which will be parsed again, comes out as another.
+pfa_status check_parsed_again(vek_file *record, const char *directory) {
+    char again[PFA_PATH_SIZE];
+    pfa_status status = parse_directory(record, directory);
+    if (status == PFA_E_NO_ERROR) {
+        status = directory_text(record, again);
+    }
+    if (status == PFA_E_NO_ERROR &&
+        (names_host_or_device(record) || std::strcmp(directory, again) != 0)) {
+        status = PFA_E_INVALID_NAME;
+    }
+    return status;
+}
+
+pfa_status resolve_path_root(vek_file *record, library_root *root) {
     char absolute[PFA_PATH_SIZE];
-    int status = pfa_make_absolute_path(record);
+    pfa_status status = pfa_make_absolute_path(record);
     if (status == PFA_E_NO_ERROR) {
         status = directory_text(record, absolute);
-    }
-    if (status == PFA_E_NO_ERROR && names_host_or_device(record)) {
-        status = PFA_E_INVALID_NAME; // ":" below "/" reads as a host
     }
     if (status != PFA_E_NO_ERROR) {
         return status;
     }
-    if (is_plain(root)) {
-        if (std::strcmp(absolute, root) != 0) {
-            return PFA_E_INVALID_NAME;
-        }
-    } else {
-        if (!is_expanded(root) && !is_same_directory(root, absolute[0] == '\0' ? "/" : absolute)) {
-            return PFA_E_INVALID_NAME;
-        }
-        // The text will be parsed again: it must come out as itself.
-        char again[PFA_PATH_SIZE];
-        status = parse_directory(record, absolute);
-        if (status == PFA_E_NO_ERROR) {
-            status = directory_text(record, again);
-        }
-        if (status != PFA_E_NO_ERROR) {
-            return status;
-        }
-        if (names_host_or_device(record) || std::strcmp(absolute, again) != 0) {
-            return PFA_E_INVALID_NAME;
-        }
+    if (names_host_or_device(record)) { // ":" below "/" reads as a host
+        return PFA_E_INVALID_NAME;
     }
-    std::strcpy(target, absolute);
-    *prefix_length = static_cast<int>(std::strlen(absolute)) + 1;
-    return PFA_E_NO_ERROR;
+    if (is_plain(root->text)) {
+        status = std::strcmp(absolute, root->text) == 0 ? PFA_E_NO_ERROR : PFA_E_INVALID_NAME;
+    } else if (!is_expanded(root->text) &&
+               !is_same_directory(root->text, absolute[0] == '\0' ? "/" : absolute)) {
+        status = PFA_E_INVALID_NAME;
+    } else {
+        status = check_parsed_again(record, absolute);
+    }
+    if (status == PFA_E_NO_ERROR) {
+        std::strcpy(root->text, absolute);
+        root->prefix_length = static_cast<int>(std::strlen(absolute)) + 1;
+    }
+    return status;
 }
 
 } // namespace
 
-ctg_result resolve_root(const char *root, char target[PFA_PATH_SIZE], int *prefix_length) {
-    std::strcpy(target, root);
+ctg_result resolve_root(const char *root, library_root *resolved) {
+    std::strcpy(resolved->text, root);
+    resolved->prefix_length = 0;
+    if (root[0] == '\0') {
+        return CTG_DONE;
+    }
     vek_file *record = nullptr;
     if (pfa_alloc_vek_file(&record) != PFA_E_NO_ERROR) {
         return CTG_OUT_OF_MEMORY;
     }
-    int status = parse_root(record, root);
+    pfa_status status = parse_root(record, root);
     if (status == PFA_E_NO_ERROR) {
         status = root[1] == ':' || names_host_or_device(record)
-                     ? resolve_host_root(record, root, prefix_length)
-                     : resolve_path_root(record, root, target, prefix_length);
+                     ? resolve_host_root(record, resolved)
+                     : resolve_path_root(record, resolved);
     }
     (void)pfa_free_vek_file(&record);
     if (status == PFA_E_OUT_OF_MEMORY) {

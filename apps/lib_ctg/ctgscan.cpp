@@ -6,8 +6,10 @@
 // entered.
 #include "apps/lib_ctg/ctgscan.h"
 
+#include "apps/lib_ctg/ctgmsg.h"
 #include "coretools/ctfileutil/objextension.h"
 #include "coretools/ctmemmgr/getmem.h"
+#include "coretools/ctpfa/pfacomponent.h"
 #include "coretools/ctpfa/pfadir.h"
 #include "coretools/ctpfa/pfaget.h"
 #include "coretools/ctpfa/pfamem.h"
@@ -15,17 +17,16 @@
 #include "coretools/ctpfa/pfastream.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 
 #include <sys/stat.h>
 
 namespace {
 
-// A directory being scanned. The chain of parents leads to the root; it lives in the frames of the
-// recursion, whose depth the length of a path bounds.
+// A directory being scanned. The chain of parents leads to the first one; it lives in the frames of
+// the recursion, whose depth the length of a path bounds.
 struct scan_level {
-    const scan_level *parent; // null for the root
+    const scan_level *parent; // null for the directory that scan_dir was called with
     int root_prefix_length;
     dev_t device;
     ino_t inode;
@@ -33,22 +34,27 @@ struct scan_level {
     char path[PFA_PATH_SIZE]; // absolute, with a final '/'
 };
 
+// An entry of a listing, and what reading it returned.
+struct scan_entry {
+    vek_file *record;
+    pfa_status status;
+    int kind; // see pfa_entry_kind
+};
+
 ctg_result scan_level_of(const char *dir_path, int root_prefix_length, const scan_level *parent);
 
+// Only the root's text is that of target_dir: the path of a directory below it ends in '/'.
 void report_not_opened(const char *dir_path) {
     if (std::strcmp(dir_path, target_dir) == 0) {
         report_root_not_opened();
     } else {
-        std::printf("Warning: No access to %s\n", dir_path);
+        report_no_access(dir_path);
     }
 }
 
-bool is_out_of_memory(int status) {
-    return status == PFA_E_OUT_OF_MEMORY;
-}
-
-// The level's path is what the record says it names: for a subdirectory it must be dir_path to the
-// letter, for a root dir_path with a '/', less the host that may stand before it.
+// Stores the path that the record names in the level. False if that is not dir_path to the letter,
+// or, for the directory that scan_dir was called with, dir_path with a '/', less the host that may
+// stand before it.
 bool is_named_by(vek_file *directory, const char *dir_path, scan_level *level) {
     if (pfa_get_path(directory, level->path) != PFA_E_NO_ERROR || level->path[0] != '/') {
         return false;
@@ -57,12 +63,13 @@ bool is_named_by(vek_file *directory, const char *dir_path, scan_level *level) {
     if (level->parent != nullptr) {
         return std::strcmp(level->path, dir_path) == 0;
     }
-    const std::size_t lead = std::strlen(dir_path) + 1 - level->root_prefix_length;
-    return level->length == static_cast<std::size_t>(level->root_prefix_length) &&
+    const auto prefix_length = static_cast<std::size_t>(level->root_prefix_length);
+    const std::size_t lead = std::strlen(dir_path) + 1 - prefix_length;
+    return level->length == prefix_length &&
            std::strncmp(level->path, dir_path + lead, level->length - 1) == 0;
 }
 
-// Learns which directory the level's path leads to.
+// Records the directory's device and inode. False if it cannot be examined.
 bool identify(scan_level *level) {
     struct stat status;
     if (stat(level->path, &status) != 0) {
@@ -83,20 +90,18 @@ bool is_own_ancestor(const scan_level *level) {
 }
 
 ctg_result open_level(vek_file *directory, const char *dir_path, scan_level *level) {
-    int status = pfa_parse_to_vek_file(directory, dir_path);
-    if (is_out_of_memory(status)) {
-        return CTG_OUT_OF_MEMORY;
+    pfa_status status = pfa_parse_to_vek_file(directory, dir_path);
+    if (status == PFA_E_NO_ERROR) {
+        if (!is_named_by(directory, dir_path, level) || !identify(level)) {
+            status = PFA_E_CANT_OPEN;
+        } else if (is_own_ancestor(level)) {
+            report_directory_loop(dir_path);
+            return CTG_FAILED;
+        } else {
+            status = pfa_open_dir(directory);
+        }
     }
-    if (status != PFA_E_NO_ERROR || !is_named_by(directory, dir_path, level) || !identify(level)) {
-        report_not_opened(dir_path);
-        return CTG_FAILED;
-    }
-    if (is_own_ancestor(level)) {
-        std::printf("Warning: Directory loop at %s\n", dir_path);
-        return CTG_FAILED;
-    }
-    status = pfa_open_dir(directory);
-    if (is_out_of_memory(status)) {
+    if (status == PFA_E_OUT_OF_MEMORY) {
         return CTG_OUT_OF_MEMORY;
     }
     if (status != PFA_E_NO_ERROR) {
@@ -106,9 +111,8 @@ ctg_result open_level(vek_file *directory, const char *dir_path, scan_level *lev
     return CTG_DONE;
 }
 
-// The file and its directory are known to fit in a path; the member's own path loses the root's
-// part and the final '/'.
-ctg_result take_member(vek_file *entry, int type, const char *path, const scan_level *level) {
+// The path below the root is the same for all members of a level.
+ctg_result take_member(vek_file *entry, int type, const scan_level *level) {
     if (xar_count(&src_list) >= MEMBER_LIMIT) {
         return CTG_TOO_MANY;
     }
@@ -117,17 +121,10 @@ ctg_result take_member(vek_file *entry, int type, const char *path, const scan_l
         return CTG_OUT_OF_MEMORY;
     }
     member->type = type;
-    if (pfa_get_name(entry, member->name) != PFA_E_NO_ERROR ||
-        pfa_get_path(entry, member->path) != PFA_E_NO_ERROR ||
-        std::strcmp(member->path, level->path) != 0) {
-        std::printf("Warning: No access to %s\n", path);
-        rlsmem(member);
-        return CTG_DONE;
-    }
-    const std::size_t below = level->length - level->root_prefix_length;
-    std::memmove(member->path, member->path + level->root_prefix_length, below + 1);
+    (void)pfa_get_name(entry, member->name);
+    const std::size_t below = level->length - static_cast<std::size_t>(level->root_prefix_length);
     if (below > 0) {
-        member->path[below - 1] = '\0';
+        std::memcpy(member->path, level->path + level->root_prefix_length, below - 1);
     }
     if (xar_append(&src_list, 1, &member) == nullptr) {
         rlsmem(member);
@@ -136,101 +133,111 @@ ctg_result take_member(vek_file *entry, int type, const char *path, const scan_l
     return CTG_DONE;
 }
 
-// path is the directory's name on disk, without the final '/' for which it has room.
-ctg_result take_directory(vek_file *entry, char *path, const scan_level *level) {
-    std::strcat(path, "/");
-    bool named = false;
-    {
-        char name[PFA_PATH_SIZE];
-        const int status = pfa_get_file_name(entry, PFA_DIRECTORY_NAME, name);
-        if (is_out_of_memory(status)) {
-            return CTG_OUT_OF_MEMORY;
-        }
-        named = status == PFA_E_NO_ERROR && std::strcmp(name, path) == 0;
+// Types the entry of a file and takes it if the type is known.
+ctg_result take_file(vek_file *entry, const scan_level *level) {
+    const pfa_status status = pfa_to_standard_form_private(entry, PFA_NO_DIRECTORY);
+    if (status == PFA_E_OUT_OF_MEMORY) {
+        return CTG_OUT_OF_MEMORY;
     }
-    if (!named) {
-        std::printf("Warning: No access to %s\n", path);
+    const int type = pfa_get_obj_type(entry);
+    return status == PFA_E_NO_ERROR && type != OBJ_TYPE_NO_MEMBER ? take_member(entry, type, level)
+                                                                  : CTG_DONE;
+}
+
+// path is the directory's name on disk, without the final '/' for which it has room. A directory
+// that has no room in its record for the '/' and the extension DIR is not entered.
+ctg_result take_directory(vek_file *entry, char *path, const scan_level *level) {
+    pfa_status status = pfa_to_standard_form_private(entry, PFA_DIRECTORY);
+    if (status != PFA_E_OUT_OF_MEMORY && pfa_is_dir(entry) == 0) {
+        report_path_too_long("", path);
+        return CTG_DONE;
+    }
+    std::strcat(path, "/");
+    char name[PFA_PATH_SIZE];
+    if (status == PFA_E_NO_ERROR) {
+        status = pfa_get_file_name(entry, PFA_DIRECTORY_NAME, name);
+    }
+    if (status == PFA_E_OUT_OF_MEMORY) {
+        return CTG_OUT_OF_MEMORY;
+    }
+    if (status != PFA_E_NO_ERROR || std::strcmp(name, path) != 0) {
+        report_no_access(path);
         return CTG_DONE;
     }
     const ctg_result result = scan_level_of(path, level->root_prefix_length, level);
     return result == CTG_FAILED ? CTG_DONE : result;
 }
 
-// What reading an entry told beside its name.
-struct entry_answers {
-    int status;
-    int kind; // see pfa_entry_kind
-};
+// True if the name and the level's path are known to fit in a path, with the '.' before extension
+// and version and the version itself.
+bool surely_fits(const vek_file *entry, const scan_level *level) {
+    constexpr std::size_t VERSION_AND_DOTS = 8;
+    const int name_length = pfa_component_length(entry, PFA_NAME);
+    const int extension_length = pfa_component_length(entry, PFA_EXTENSION);
+    return level->length + static_cast<std::size_t>(name_length + extension_length) +
+               VERSION_AND_DOTS <
+           PFA_PATH_SIZE;
+}
 
-// False also where the failed look says that no directory is there.
+// False if the failed look itself says that no directory is there.
 bool could_not_look(int kind) {
     return kind < 0 && kind != -ENOENT && kind != -ENOTDIR && kind != -ELOOP;
 }
 
-ctg_result take_entry(vek_file *entry, const entry_answers &read, const scan_level *level) {
-    char path[PFA_PATH_SIZE];
-    {
-        char name[PFA_PATH_SIZE];
-        const int status = pfa_get_file_name_mixed_case(entry, PFA_NAME_AND_VERSION, name, 0);
-        if (is_out_of_memory(status)) {
-            return CTG_OUT_OF_MEMORY;
-        }
-        if (status != PFA_E_NO_ERROR) {
-            std::printf("Warning: Could not read an entry of %s\n", level->path);
-            return CTG_DONE;
-        }
-        const std::size_t name_length = std::strlen(name);
-        if (read.status == PFA_E_INVALID_NAME || level->length + name_length >= sizeof path) {
-            std::printf("Warning: Path too long: %s%s\n", level->path, name);
-            return CTG_DONE;
-        }
-        std::memcpy(path, level->path, level->length);
-        std::memcpy(path + level->length, name, name_length + 1);
+ctg_result take_entry(const scan_entry &entry, const scan_level *level) {
+    if (entry.kind == PFA_NO_DIRECTORY && entry.status == PFA_E_NO_ERROR &&
+        surely_fits(entry.record, level)) {
+        return take_file(entry.record, level);
     }
-    const int status = pfa_to_standard_form_private(entry, read.kind == PFA_DIRECTORY ? 1 : 0);
-    if (is_out_of_memory(status)) {
+    char name[PFA_PATH_SIZE];
+    const pfa_status status =
+        pfa_get_file_name_mixed_case(entry.record, PFA_NAME_AND_VERSION, name, 0);
+    if (status == PFA_E_OUT_OF_MEMORY) {
         return CTG_OUT_OF_MEMORY;
     }
-    const int type = pfa_get_obj_type(entry);
-    if (type == OBJ_TYPE_DIRECTORY) {
-        return take_directory(entry, path, level);
-    }
-    if (read.kind ==
-        PFA_DIRECTORY) { // its record has no room for the final '/' and the extension DIR
-        std::printf("Warning: Path too long: %s\n", path);
+    if (status != PFA_E_NO_ERROR) {
+        report_unreadable_entry(level->path);
         return CTG_DONE;
     }
-    if (could_not_look(read.kind)) {
-        std::printf("Warning: No access to %s\n", path);
-    }
-    if (type == OBJ_TYPE_NO_MEMBER || status != PFA_E_NO_ERROR) {
+    const std::size_t name_length = std::strlen(name);
+    if (entry.status == PFA_E_INVALID_NAME || level->length + name_length >= PFA_PATH_SIZE) {
+        report_path_too_long(level->path, name);
         return CTG_DONE;
     }
-    return take_member(entry, type, path, level);
+    char path[PFA_PATH_SIZE];
+    std::memcpy(path, level->path, level->length);
+    std::memcpy(path + level->length, name, name_length + 1);
+    if (entry.kind == PFA_DIRECTORY) {
+        return take_directory(entry.record, path, level);
+    }
+    if (could_not_look(entry.kind)) {
+        report_no_access(path);
+    }
+    return take_file(entry.record, level);
 }
 
 // Reads the open directory to its end. A read that cannot make an entry of a name has moved past
-// that name; the other failures would come back for ever, and end the listing.
-ctg_result read_level(vek_file *directory, vek_file *entry, const scan_level *level) {
+// that name; the other failures would come back again and again, and end the listing.
+ctg_result read_level(vek_file *directory, vek_file *record, const scan_level *level) {
     for (;;) {
-        entry_answers read = {};
-        read.status = pfa_read_dir_and_kind(directory, entry, &read.kind);
-        if (read.status == PFA_E_QUIT) {
+        scan_entry entry = {record, PFA_E_NO_ERROR, PFA_NO_DIRECTORY};
+        entry.status = pfa_read_dir_and_kind(directory, record, &entry.kind);
+        if (entry.status == PFA_E_QUIT) {
             return CTG_DONE;
         }
-        if (is_out_of_memory(read.status)) {
+        if (entry.status == PFA_E_OUT_OF_MEMORY) {
             return CTG_OUT_OF_MEMORY;
         }
-        if (read.status == PFA_E_NO_ERROR || read.status == PFA_E_INVALID_NAME) {
-            const ctg_result result = take_entry(entry, read, level);
+        if (entry.status == PFA_E_NO_ERROR || entry.status == PFA_E_INVALID_NAME) {
+            const ctg_result result = take_entry(entry, level);
             if (result != CTG_DONE) {
                 return result;
             }
             continue;
         }
-        std::printf("Warning: Could not read an entry of %s\n", level->path);
-        if (read.status == -1 || read.status == PFA_E_INACTIVE || read.status == PFA_E_NOT_VALID ||
-            directory->location_handle == nullptr) {
+        report_unreadable_entry(level->path);
+        if (entry.status == PFA_E_NO_METHOD || entry.status == PFA_E_INACTIVE ||
+            entry.status == PFA_E_NOT_VALID || directory->location_handle == nullptr) {
             return CTG_DONE;
         }
     }
@@ -260,9 +267,4 @@ ctg_result scan_level_of(const char *dir_path, int root_prefix_length, const sca
 
 ctg_result scan_dir(const char *dir_path, int root_prefix_length) {
     return scan_level_of(dir_path, root_prefix_length, nullptr);
-}
-
-void report_root_not_opened() {
-    std::printf("Error: Could not open %s\n", target_dir);
-    std::printf("       Please make sure directory is readable.\n");
 }

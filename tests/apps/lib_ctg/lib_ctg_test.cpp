@@ -115,11 +115,10 @@ TEST(ResolveRoot, PrefixCountsThePathOnly) {
         {"otherhost::lib", CTG_FAILED, 0}, {"otherhost:/lib/^", CTG_FAILED, 0},
     };
     for (const auto &row : rows) {
-        char target[PFA_PATH_SIZE];
-        int prefix = 0;
-        EXPECT_EQ(resolve_root(row.root, target, &prefix), row.result) << row.root;
-        EXPECT_STREQ(target, row.root);
-        EXPECT_EQ(prefix, row.prefix) << row.root;
+        library_root root;
+        EXPECT_EQ(resolve_root(row.root, &root), row.result) << row.root;
+        EXPECT_STREQ(root.text, row.root);
+        EXPECT_EQ(root.prefix_length, row.prefix) << row.root;
     }
 }
 
