@@ -1,0 +1,128 @@
+// The life of a path record, and the registry that follows records when debugging.
+#include "coretools/ctpfa/pfacomponent.h"
+#include "coretools/ctpfa/pfacurdir.h"
+#include "coretools/ctpfa/pfamem.h"
+#include "coretools/ctpfa/pfapars.h"
+#include "tests/support/child_process.h"
+#include "tests/support/failing_malloc.h"
+#include "tests/support/path_records.h"
+#include "tests/support/report_capture.h"
+
+#include <cstring>
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+namespace {
+
+TEST(PathRecordLife, RecyclingMakesARecordNew) {
+    vek_file *record = nullptr;
+    ASSERT_EQ(pfa_alloc_vek_file(&record), PFA_E_NO_ERROR);
+    const vek_file fresh = *record;
+    put_state(record, "/a/|b|prt|3|2");
+    record->flags = PFA_F_MOUNTED;
+    record->encode = 1;
+    EXPECT_EQ(pfa_recycle_vek_file(&record), PFA_E_NO_ERROR);
+    EXPECT_EQ(state_of(record), "|||0|-4");
+    EXPECT_EQ(record->flags, fresh.flags);
+    EXPECT_EQ(record->encode, fresh.encode);
+    EXPECT_EQ(pfa_free_vek_file(&record), PFA_E_NO_ERROR);
+    EXPECT_EQ(record, nullptr);
+    EXPECT_EQ(pfa_free_vek_file(&record), PFA_E_NOT_VALID);
+}
+
+TEST(PathRecordLife, OpenRecordsAndTheCurrentDirectoryAreNotFreed) {
+    scoped_record record;
+    vek_file *file = record;
+    record->flags = PFA_F_OPEN;
+    EXPECT_EQ(pfa_free_vek_file(&file), PFA_E_NOT_ALLOWED);
+    record->flags = 0;
+    vek_file *current = pfa_get_cur_dir();
+    EXPECT_EQ(pfa_free_vek_file(&current), PFA_E_INVALID_INPUT);
+    EXPECT_EQ(current, pfa_get_cur_dir());
+}
+
+// Memory runs out at every step of the first allocation and parse, and comes back: nothing is left
+// half made.
+TEST(PathRecordLife, MemoryThatRunsOutIsReportedAndHarmless) {
+    const auto parse = [](vek_file **record) {
+        const int made = pfa_alloc_vek_file(record);
+        EXPECT_TRUE(made == PFA_E_NO_ERROR || made == PFA_E_NO_SPACE) << made;
+        EXPECT_EQ(*record == nullptr, made != PFA_E_NO_ERROR);
+        return made == 0 ? pfa_parse_to_vek_file(*record, "/x/b.prt.3") : PFA_E_OUT_OF_MEMORY;
+    };
+    int status = 1;
+    for (long allocation = 0; status == 1; ++allocation) {
+        const auto body = [&parse, allocation] {
+            vek_file *record = nullptr, *again = nullptr;
+            fail_allocation(allocation, true);
+            const int parsed = parse(&record);
+            fail_allocation(NO_FAILURE, false);
+            EXPECT_TRUE(parsed == PFA_E_NO_ERROR || parsed == PFA_E_OUT_OF_MEMORY) << parsed;
+            EXPECT_EQ(parse(&again), PFA_E_NO_ERROR);
+            EXPECT_EQ(state_of(again), "/x/|b|prt|3|2");
+            _exit(HasFailure() ? 2 : parsed != PFA_E_NO_ERROR);
+        };
+        status = run_in_child(body).status;
+    }
+    EXPECT_EQ(status, 0);
+}
+
+std::string hex(const vek_file *record) {
+    char text[16];
+    std::snprintf(text, sizeof text, "%x", pfa_trace_address(record));
+    return text;
+}
+
+void expect_debugging_registry() {
+    vek_file *early = nullptr;
+    ASSERT_EQ(pfa_alloc_vek_file(&early), PFA_E_NO_ERROR);
+    report_capture output;
+    pfa_set_mem_debug(1);
+    vek_file *one = nullptr, *two = nullptr;
+    ASSERT_EQ(pfa_alloc_vek_file(&one), PFA_E_NO_ERROR);
+    EXPECT_EQ(output.printed(),
+              "pfa_alloc_vek_file:  Created new pfa at: " + hex(one) + "\n (INFO MESSAGE)\n");
+    ASSERT_EQ(pfa_alloc_vek_file(&two), PFA_E_NO_ERROR);
+    EXPECT_EQ(pfa_put_component(one, PFA_NAME, "one"), PFA_E_NO_ERROR);
+    EXPECT_EQ(pfa_put_component(two, PFA_NAME, "two"), PFA_E_NO_ERROR);
+    output.printed();
+    char expected[200];
+    std::snprintf(expected, sizeof expected, "2 allocated pfas0, at %p, one\n1, at %p, two\n",
+                  static_cast<void *>(one), static_cast<void *>(two));
+    EXPECT_EQ(pfa_mem_debug(nullptr, 1), 0);
+    EXPECT_EQ(output.printed(), expected);
+
+    pfa_mem_debug(one, 1);
+    EXPECT_EQ(output.take(), "double allocation at " + hex(one));
+    pfa_mem_debug(one, 0);
+    EXPECT_EQ(output.printed(), "");
+    EXPECT_EQ(pfa_put_component(one, PFA_NAME, "changed"), PFA_E_NO_ERROR);
+    pfa_mem_debug(one, 0);
+    EXPECT_EQ(output.take(), "freeing one, now changed, at " + hex(one) + " twice");
+    pfa_mem_debug(nullptr, 0);
+    EXPECT_EQ(output.printed(), "total of 1 pfas, 2 entries");
+    pfa_mem_debug(one, 1); // the address comes back
+    EXPECT_EQ(output.printed(), "");
+
+    EXPECT_EQ(pfa_free_vek_file(&one), PFA_E_NO_ERROR);
+    EXPECT_EQ(pfa_free_vek_file(&two), PFA_E_NO_ERROR);
+    output.printed();
+    pfa_mem_debug(nullptr, 0);
+    EXPECT_EQ(output.printed(), "total of 0 pfas, 2 entries");
+    const std::string early_at = hex(early);
+    EXPECT_EQ(pfa_free_vek_file(&early), PFA_E_NO_ERROR);
+    EXPECT_NE(output.printed().find("pfa_mem_debug:  freeing unknown pfa at " + early_at),
+              std::string::npos);
+    EXPECT_EQ(pfa_free_vek_file(&early), PFA_E_NOT_VALID);
+    EXPECT_EQ(output.printed(), "pfa_free_vek_file:  Not freeing NULL pfa\n (INFO MESSAGE)\n");
+    pfa_set_mem_debug(0);
+    EXPECT_EQ(pfa_mem_debug(nullptr, 0), 0);
+    EXPECT_EQ(output.printed(), "") << "the registry is off";
+}
+
+TEST(PathRecordLife, TheDebuggingRegistryReportsWhatIsWrong) {
+    expect_in_own_process(expect_debugging_registry);
+}
+
+} // namespace
