@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Checks the documents: links lead somewhere, commands print what is shown, examples run.
 
-Usage: check_docs.py TOOL
+Usage: check_docs.py TOOL EXAMPLES    EXAMPLES is the directory of the built example programs
 
 - Each link of a Markdown page leads to a file and a heading that exist.
 - Each command of a ```console block is run and must print what the block shows. /data/mylib is a
@@ -19,7 +19,7 @@ import tempfile
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
-TOOL = Path(sys.argv[1]).resolve()
+TOOL, EXAMPLES = (Path(argument).resolve() for argument in sys.argv[1:])
 PAGES = sorted([*ROOT.glob("*.md"), *ROOT.glob("docs/*.md"), *ROOT.glob("examples/**/*.md")])
 SKIPPED_BLOCKS = re.compile(r"^```.*?^```", re.M | re.S)
 
@@ -57,9 +57,9 @@ def check_commands(page):
         with tempfile.TemporaryDirectory() as scratch:
             scratch = os.path.realpath(scratch)
             shutil.copytree(ROOT / "examples/mylib", f"{scratch}/mylib")
-            environment = {"PATH": f"{TOOL.parent}:{os.environ['PATH']}", "HOME": scratch}
-            for command, _, expected in re.findall(
-                r"^\$ (.*(\\\n.*)*)\n((?:(?!\$ ).*\n)*)", block, re.M
+            environment = {"PATH": f"{TOOL.parent}:{EXAMPLES}:{os.environ['PATH']}", "HOME": scratch}
+            for command, expected in re.findall(
+                r"^\$ ((?:.*\\\n)*.*)\n((?:(?!\$ ).*\n)*)", block, re.M
             ):
                 run = subprocess.run(
                     ["bash", "-c", command.replace("/data", scratch)],
