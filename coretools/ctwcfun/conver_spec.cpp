@@ -1,123 +1,53 @@
 // Conversion directives of the formatting engine.
 #include "coretools/ctwcfun/conver_spec.h"
 
-#include "coretools/ctmemmgr/xar.h"
 #include "coretools/ctplatform/wide_text.h"
 #include "coretools/ctstrutil/ascii.h"
+#include "coretools/ctwcfun/directive_internal.h"
 
 #include <algorithm>
+#include <array>
 #include <climits>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <iterator>
 
+static_assert(std::size(conv_spec_def) == 19);
+static_assert(std::all_of(std::begin(conv_spec_def), std::end(conv_spec_def),
+                          [](const conversion_row &row) { return row.append != nullptr; }));
+
 namespace {
 
-struct conversion_row {
-    const char *conversion;
-    const char *replacement; // what sprintf is to see instead, or null
-    conversion_kind kind;
-};
+// The bit of each character that is a flag, 0 for the others.
+constexpr auto FLAG_BITS = [] {
+    std::array<unsigned char, 256> bits{};
+    for (unsigned i = 0; FLAG_CHARACTERS[i] != '\0'; ++i) {
+        bits[static_cast<unsigned char>(FLAG_CHARACTERS[i])] = static_cast<unsigned char>(1U << i);
+    }
+    return bits;
+}();
 
-// Searched in order, each row over its own length: a row must not follow a shorter one that is a
-// prefix of it.
-constexpr conversion_row conv_spec_def[] = {
-    {"d", nullptr, CONV_INTEGER},  {"f", nullptr, CONV_DOUBLE},   {"lf", nullptr, CONV_DOUBLE},
-    {"s", nullptr, CONV_TEXT},     {"ws", "s", CONV_WIDE_TEXT},   {"e", nullptr, CONV_DOUBLE},
-    {"g", nullptr, CONV_DOUBLE},   {"c", nullptr, CONV_INTEGER},  {"i", nullptr, CONV_INTEGER},
-    {"o", nullptr, CONV_INTEGER},  {"u", nullptr, CONV_INTEGER},  {"x", nullptr, CONV_INTEGER},
-    {"ld", nullptr, CONV_INTEGER}, {"li", nullptr, CONV_INTEGER}, {"lo", nullptr, CONV_INTEGER},
-    {"lu", nullptr, CONV_INTEGER}, {"lx", nullptr, CONV_INTEGER}, {"pd", "s", CONV_PATH_DIRECTORY},
-    {"pf", "s", CONV_PATH_FILE},
-};
-constexpr int conv_spec_count = static_cast<int>(std::size(conv_spec_def));
-static_assert(conv_spec_count == 19);
-
-constexpr char FLAGS[] = "-+ #0'";
-constexpr char BEFORE_CONVERSION[] = "-+ #0'123456789.*";
-// Conversions that mean the same in upper case, but for the look of what they print.
-constexpr char UPPER_CASE_CONVERSIONS[] = "XEGF";
-
-} // namespace
-
-static bool is_one_of(const char *set, char character) {
-    return character != '\0' && std::strchr(set, character) != nullptr;
+unsigned flag_bit(char character) {
+    return FLAG_BITS[static_cast<unsigned char>(character)];
 }
 
-static bool begins_with_conversion(const char *text, const char *conversion) {
-    for (; *conversion != '\0'; ++text, ++conversion) {
-        if (to_lower_letter(*text) != *conversion) {
+bool begins_with_conversion(const char *text, std::string_view conversion) {
+    for (const char letter : conversion) {
+        if (to_lower_letter(*text++) != letter) {
             return false;
         }
     }
     return true;
 }
 
-static const conversion_row *find_conversion(const char *text) {
-    const auto *row = std::find_if(
-        std::begin(conv_spec_def), std::end(conv_spec_def),
-        [text](const conversion_row &r) { return begins_with_conversion(text, r.conversion); });
-    return row != std::end(conv_spec_def) ? row : nullptr;
+// The table's lower case is what printf gets, but for a last letter whose upper case means the
+// same: the C library reads "%S", "%C" and "%Lf" as asking for arguments of other types.
+bool keeps_case(char written, const conversion_row &row) {
+    return is_upper_letter(written) && to_lower_letter(written) == row.host.back() &&
+           std::strchr("XEGF", written) != nullptr;
 }
 
-int parse_conver_spec(const char **format, int *kind, char *directive) {
-    const char *next = *format;
-    std::size_t length = 0;
-    int stars = 0;
-    *kind = CONV_NONE;
-    directive[length++] = *next++;
-    while (is_one_of(BEFORE_CONVERSION, *next) && length < DIRECTIVE_SIZE - 1) {
-        stars += *next == '*';
-        directive[length++] = *next++;
-    }
-    directive[length] = '\0';
-
-    const conversion_row *row = find_conversion(next);
-    if (row == nullptr) {
-        return 0;
-    }
-    // The table's lower case is what sprintf sees, but for a last letter whose upper case means the
-    // same: the C library reads "%S", "%C" and "%Lf" as asking for arguments of other types, and
-    // "%I" as a flag.
-    const char *conversion = row->replacement != nullptr ? row->replacement : row->conversion;
-    const std::size_t size = std::strlen(conversion);
-    if (length + size > DIRECTIVE_SIZE - 1) {
-        return 0;
-    }
-    std::memcpy(directive + length, conversion, size + 1);
-    if (row->replacement == nullptr && is_one_of(UPPER_CASE_CONVERSIONS, next[size - 1])) {
-        directive[length + size - 1] = next[size - 1];
-    }
-    *format = next + std::strlen(row->conversion);
-    *kind = row->kind;
-    return stars;
-}
-
-bool replace_star(char *directive, int value) {
-    char *star = std::strchr(directive, '*');
-    if (star == nullptr) {
-        return false;
-    }
-    const char *rest = star + 1;
-    char filled[DIRECTIVE_SIZE];
-    int length;
-    if (value < 0 && star[-1] == '.') {
-        length = std::snprintf(filled, sizeof filled, "%.*s%s",
-                               static_cast<int>(star - 1 - directive), directive, rest);
-    } else {
-        length = std::snprintf(filled, sizeof filled, "%.*s%d%s",
-                               static_cast<int>(star - directive), directive, value, rest);
-    }
-    if (length >= DIRECTIVE_SIZE) {
-        return false;
-    }
-    std::memcpy(directive, filled, static_cast<std::size_t>(length) + 1);
-    return true;
-}
-
-// Moves past the digits and answers their number, INT_MAX + 1 for all that an int cannot hold.
-static long long read_number(const char **text) {
+// Moves past the digits and returns their number, INT_MAX + 1 for all beyond.
+long long read_number(const char **text) {
     constexpr long long TOO_LARGE = static_cast<long long>(INT_MAX) + 1;
     long long number = 0;
     for (; is_digit(**text); ++*text) {
@@ -126,35 +56,70 @@ static long long read_number(const char **text) {
     return number;
 }
 
-bool directive_is_printable(const char *directive, int kind) {
-    // A precision makes numbers longer but texts only shorter.
-    const bool numeric = kind == CONV_INTEGER || kind == CONV_DOUBLE;
-    const char *next = directive + 1;
-    next += std::strspn(next, FLAGS);
-    const long long width = read_number(&next);
-    long long precision = 0;
-    if (*next == '.') {
-        ++next;
-        precision = read_number(&next);
+} // namespace
+
+const char *read_flags_and_sizes(const char *text, directive *parsed) {
+    while (const unsigned bit = flag_bit(*text)) {
+        parsed->flags |= bit;
+        ++text;
     }
-    return is_letter(*next) && width < XAR_LIMIT_BYTES &&
-           precision <= (numeric ? XAR_LIMIT_BYTES : INT_MAX);
+    const long long width = read_number(&text);
+    long long precision = NO_PRECISION;
+    if (*text == '.') {
+        ++text;
+        precision = read_number(&text);
+    }
+    if (width > INT_MAX || precision > INT_MAX) {
+        return nullptr;
+    }
+    parsed->width = static_cast<int>(width);
+    parsed->precision = static_cast<int>(precision);
+    return text;
 }
 
-void take_care_of_precision(const char *directive, char *text) {
-    const char *start = std::strchr(directive, '%');
-    while (start != nullptr && start[1] == '%') {
-        start = std::strchr(start + 2, '%');
+const char *skip_to_conversion(const char *text) {
+    while (is_digit(*text) || *text == '.' || *text == '*' || flag_bit(*text) != 0) {
+        ++text;
     }
-    if (start == nullptr) {
-        return;
+    return text;
+}
+
+const char *read_conversion(const char *text, directive *parsed) {
+    for (const conversion_row &row : conv_spec_def) {
+        if (begins_with_conversion(text, row.conversion)) {
+            const char *end = text + row.conversion.size();
+            parsed->row = &row;
+            parsed->last_letter = keeps_case(end[-1], row) ? end[-1] : row.host.back();
+            return end;
+        }
     }
-    const char *end = start + std::strcspn(start, "s");
-    const char *point = std::find(start, end, '.');
-    if (point == end) {
-        return;
+    return nullptr;
+}
+
+void write_host_conversion(const directive &parsed, char *text) {
+    text[parsed.row->host.copy(text, std::string_view::npos)] = '\0';
+    text[parsed.row->host.size() - 1] = parsed.last_letter;
+}
+
+int parse_conver_spec(const char **format, int *kind, char *directive_text) {
+    const char *start = *format;
+    const char *conversion = skip_to_conversion(start + 1);
+    const auto length = static_cast<std::size_t>(conversion - start);
+    directive parsed;
+    const char *end = read_conversion(conversion, &parsed);
+    *kind = CONV_NONE;
+    directive_text[0] = '\0';
+    if (end == nullptr || length + parsed.row->host.size() >= DIRECTIVE_SIZE) {
+        return 0;
     }
-    const long long precision = read_number(&++point);
+    std::memcpy(directive_text, start, length);
+    write_host_conversion(parsed, directive_text + length);
+    *format = end;
+    *kind = parsed.row->kind;
+    return static_cast<int>(std::count(start, conversion, '*'));
+}
+
+void cut_at_character(char *text, int precision) {
     const auto length = static_cast<long long>(std::strlen(text));
     if (length <= precision) {
         return;
@@ -165,4 +130,20 @@ void take_care_of_precision(const char *directive, char *text) {
         next += euc_char_length(static_cast<unsigned char>(text[next]));
     }
     text[std::min(kept, length)] = '\0';
+}
+
+void take_care_of_precision(const char *directive_text, char *text) {
+    const char *start = std::strchr(directive_text, '%');
+    while (start != nullptr && start[1] == '%') {
+        start = std::strchr(start + 2, '%');
+    }
+    if (start == nullptr) {
+        return;
+    }
+    const char *end = start + std::strcspn(start, "s");
+    const char *point = std::find(start, end, '.');
+    if (point != end) {
+        cut_at_character(text,
+                         static_cast<int>(std::min<long long>(read_number(&++point), INT_MAX)));
+    }
 }

@@ -4,10 +4,12 @@
 #include "basictk/baselib/inc/thrTrap.h"
 
 #include <cstdarg>
+#include <cstddef>
 
 // The calling thread's; a trap that jumps past the owner releases it.
 struct vek_held_text {
     char *text = nullptr; // null if nothing is held
+    std::size_t length = 0;
     trp_marked_call call;
 };
 

@@ -1,5 +1,5 @@
-// The formatting engine: each directive is formatted by the system's snprintf on its own, and the
-// items are gathered in a buffer of the calling thread.
+// The formatting engine: gathers the text of a format and its arguments in a buffer of the calling
+// thread. Texts and plain decimal numbers are written here, everything else by snprintf.
 #include "coretools/ctwcfun/vek_vsprintf.h"
 
 #include "basictk/baselib/inc/thrLocalObject.h"
@@ -10,51 +10,47 @@
 #include "coretools/ctmemmgr/xar.h"
 #include "coretools/ctmisc/dbg_msg_tool.h"
 #include "coretools/ctplatform/wide_text.h"
-#include "coretools/ctstrutil/ascii.h"
-#include "coretools/ctwcfun/conver_spec.h"
+#include "coretools/ctwcfun/directive_internal.h"
 #include "coretools/ctwcfun/held_text_internal.h"
 #include "coretools/genutil1/text_copy.h"
 
+#include <algorithm>
 #include <atomic>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <new>
 
 namespace {
 
 constexpr std::size_t FORMAT_LIMIT = 500;
-constexpr int OUTPUT_STEP = 300;
-constexpr int BUFFER_SIZE = 500;
+constexpr std::size_t BUFFER_SIZE = 500;
+constexpr int BUFFER_STEP = 300;
 constexpr int PATH_ARGUMENT_SIZE = 256;
 constexpr double SMALLEST_DOUBLE = 1e-30;
-constexpr int WIDE_CHARACTER_BYTES = 3;
+constexpr std::size_t WIDE_CHARACTER_BYTES = 3;
 
-// Buffers of one formatting call. A record whose arrays could not all be made is completed by the
-// next call. Formatting can itself be the cause of a report, which formats on the same thread: such
-// a call finds the record busy and takes the nested one.
-struct work_record {
-    char *output = nullptr;    // extensible array: the text being built
-    char *mb_buffer = nullptr; // extensible array: the multi-byte form of a wide text
-    char *item = nullptr;      // extensible array: one formatted directive
-    int mb_capacity = 0;
-    int item_capacity = 0;
-    trp_mark busy;
-    work_record *nested = nullptr;
+struct text_buffer {
+    char *bytes = nullptr; // extensible array, all of it in use
+    std::size_t capacity = 0;
 };
 
-// Lets a va_list, which may be an array type, be handed on by address.
-struct argument_list {
-    std::va_list list;
+// Buffers of one formatting call. Formatting can itself cause a report, which formats on the same
+// thread: such a call finds the record busy and uses the nested one.
+struct work_record {
+    text_buffer output;
+    text_buffer multi_byte; // a wide text before it is formatted
+    trp_mark busy;
+    work_record *nested = nullptr;
 };
 
 // Each thread's value is a block that holds the address of the thread's first work record.
 std::atomic<thrLocalObject *> work_record_object{nullptr};
 
-} // namespace
-
 // Where the calling thread keeps the address of its first work record; null without memory.
-static work_record **thread_slot() {
+work_record **thread_slot() {
     thrLocalObject *object = thr_make_once(work_record_object, thrLocalObject_Create);
     if (object == nullptr) {
         return nullptr;
@@ -74,7 +70,7 @@ static work_record **thread_slot() {
 }
 
 // The first record of the thread that no call is using, marked busy; null without memory.
-static work_record *enter_work_record(trp_marked_call *call) {
+work_record *enter_work_record(trp_marked_call *call) {
     work_record **link = thread_slot();
     while (link != nullptr) {
         if (*link == nullptr) {
@@ -92,164 +88,240 @@ static work_record *enter_work_record(trp_marked_call *call) {
     return nullptr;
 }
 
-static bool make_buffer(char **buffer, int *capacity) {
-    if (*buffer == nullptr) {
-        *buffer = xar_alloc_of<char>(BUFFER_SIZE, BUFFER_SIZE);
-        *capacity = *buffer != nullptr ? BUFFER_SIZE : 0;
-    }
-    return *buffer != nullptr;
-}
-
-static bool prepare(work_record *record) {
-    if (record->output == nullptr) {
-        record->output = xar_alloc_of<char>(0, OUTPUT_STEP);
-        if (record->output == nullptr) {
-            return false;
-        }
-    } else {
-        xar_shrink(&record->output, xar_count(&record->output));
-    }
-    return make_buffer(&record->mb_buffer, &record->mb_capacity) &&
-           make_buffer(&record->item, &record->item_capacity);
-}
-
-static bool grow(char **buffer, int *capacity, std::size_t needed) {
-    if (needed <= static_cast<std::size_t>(*capacity)) {
-        return true;
-    }
+// Slow path of reserve. Doubles, so that a text of many pieces is not moved for each of them.
+bool grow(text_buffer *buffer, std::size_t needed) {
     if (needed > XAR_LIMIT_BYTES) {
         return false;
     }
-    const int size = static_cast<int>(needed);
-    if (xar_extend(buffer, size - *capacity) == nullptr) {
+    const std::size_t capacity = std::min<std::size_t>(
+        std::max({needed, 2 * buffer->capacity, BUFFER_SIZE}), XAR_LIMIT_BYTES);
+    if (buffer->bytes == nullptr) {
+        buffer->bytes = xar_alloc_of<char>(static_cast<int>(capacity), BUFFER_STEP);
+        if (buffer->bytes == nullptr) {
+            return false;
+        }
+    } else if (xar_extend(&buffer->bytes, static_cast<int>(capacity - buffer->capacity)) ==
+               nullptr) {
         return false;
     }
-    *capacity = size;
+    buffer->capacity = capacity;
     return true;
 }
 
-static bool append(work_record *record, const char *bytes, std::size_t count) {
-    if (count == 0) {
-        return true;
-    }
-    return count <= XAR_LIMIT_BYTES &&
-           xar_append(&record->output, static_cast<int>(count), bytes) != nullptr;
+bool reserve(text_buffer *buffer, std::size_t needed) {
+    return needed <= buffer->capacity || grow(buffer, needed);
 }
 
-// Formats one value into the item, which grows when the result does not fit, and appends it.
+} // namespace
+
+// A call of the engine that is under way.
+struct formatting {
+    work_record *record = nullptr;
+    std::size_t length = 0; // of the text in the output
+    std::va_list arguments;
+};
+
+namespace {
+
+// The end of the text, with room for `count` more bytes; null if there is none.
+char *reserve_end(formatting *call, std::size_t count) {
+    text_buffer *output = &call->record->output;
+    if (count > XAR_LIMIT_BYTES || !reserve(output, call->length + count)) {
+        return nullptr;
+    }
+    return output->bytes + call->length;
+}
+
+bool append_bytes(formatting *call, const char *bytes, std::size_t count) {
+    char *end = reserve_end(call, count);
+    if (end == nullptr) {
+        return false;
+    }
+    std::memcpy(end, bytes, count);
+    call->length += count;
+    return true;
+}
+
+// Appends bytes with blanks up to the width. Flags other than FLAG_LEFT are not looked at.
+bool append_justified(formatting *call, const directive &parsed, const char *bytes,
+                      std::size_t count) {
+    const auto width = static_cast<std::size_t>(parsed.width);
+    const std::size_t blanks = width > count ? width - count : 0;
+    char *end = count <= XAR_LIMIT_BYTES ? reserve_end(call, count + blanks) : nullptr;
+    if (end == nullptr) {
+        return false;
+    }
+    const bool left = (parsed.flags & FLAG_LEFT) != 0;
+    std::memset(left ? end + count : end, ' ', blanks);
+    std::memcpy(left ? end : end + blanks, bytes, count);
+    call->length += count + blanks;
+    return true;
+}
+
+// Lets snprintf append a value: a text up to the first zero character that it prints.
 template <class Value>
-static bool append_item(work_record *record, const char *directive, Value value) {
-    int length = 0;
-    do {
-        if (!grow(&record->item, &record->item_capacity, static_cast<std::size_t>(length) + 1)) {
-            return false;
+bool append_by_host(formatting *call, const directive &parsed, Value value) {
+    char format[DIRECTIVE_SIZE] = "%";
+    char *end = format + 1;
+    for (unsigned i = 0; FLAG_CHARACTERS[i] != '\0'; ++i) {
+        if ((parsed.flags & 1U << i) != 0) {
+            *end++ = FLAG_CHARACTERS[i];
         }
-        length = std::snprintf(record->item, static_cast<std::size_t>(record->item_capacity),
-                               directive, value);
+    }
+    end = std::copy_n("*.*", 3, end); // a negative precision counts as none
+    write_host_conversion(parsed, end);
+    std::size_t room = 1;
+    while (char *text = reserve_end(call, room)) {
+        room = call->record->output.capacity - call->length;
+        const int length = std::snprintf(text, room, format, parsed.width, parsed.precision, value);
         if (length < 0) {
             return false;
         }
-    } while (length >= record->item_capacity);
-    return append(record, record->item, std::strlen(record->item));
-}
-
-// The width of a directive "%s" or "%-<width>s"; -1 for any other one. The width is known to fit.
-static int left_justified_width(const char *directive) {
-    int width = 0;
-    const char *next = directive + 1;
-    if (*next == '-') {
-        for (++next; is_digit(*next); ++next) {
-            width = 10 * width + (*next - '0');
+        if (static_cast<std::size_t>(length) < room) {
+            call->length += std::strlen(text);
+            return true;
         }
+        room = static_cast<std::size_t>(length) + 1;
     }
-    return std::strcmp(next, "s") == 0 ? width : -1;
+    return false;
 }
 
-// Padding on the right, the columns of a table, is worth doing here: snprintf pads byte by byte.
-static bool append_text(work_record *record, const char *directive, const char *text) {
+bool has_only_left_flag(const directive &parsed) {
+    return (parsed.flags & ~FLAG_LEFT) == 0;
+}
+
+template <class Integer>
+bool append_integer(formatting *call, const directive &parsed, Integer value) {
+    const bool decimal = parsed.last_letter == 'd' || parsed.last_letter == 'i';
+    if (!decimal || parsed.precision != NO_PRECISION || !has_only_left_flag(parsed)) {
+        return append_by_host(call, parsed, value);
+    }
+    char digits[24];
+    const char *end = std::to_chars(std::begin(digits), std::end(digits), value).ptr;
+    return append_justified(call, parsed, digits, static_cast<std::size_t>(end - digits));
+}
+
+// Null counts as the empty text.
+bool append_this_text(formatting *call, const directive &parsed, const char *text) {
     if (text == nullptr) {
         text = "";
     }
-    const int width = left_justified_width(directive);
-    if (width < 0) {
-        return append_item(record, directive, text);
+    if (!has_only_left_flag(parsed)) {
+        return append_by_host(call, parsed, text);
     }
-    const std::size_t length = std::strlen(text);
-    if (!append(record, text, length)) {
-        return false;
-    }
-    if (length >= static_cast<std::size_t>(width)) {
-        return true;
-    }
-    const int blanks = width - static_cast<int>(length);
-    char *padding = xar_extend(&record->output, blanks);
-    if (padding != nullptr) {
-        std::memset(padding, ' ', static_cast<std::size_t>(blanks));
-    }
-    return padding != nullptr;
+    const std::size_t length = parsed.precision == NO_PRECISION
+                                   ? std::strlen(text)
+                                   : strnlen(text, static_cast<std::size_t>(parsed.precision));
+    return append_justified(call, parsed, text, length);
 }
 
-static bool append_wide_text(work_record *record, const char *directive, const vek_wchar *text) {
-    const std::size_t bytes = static_cast<std::size_t>(wslen(text)) * WIDE_CHARACTER_BYTES;
-    if (!grow(&record->mb_buffer, &record->mb_capacity, bytes + 1)) {
-        return false;
-    }
-    wstostr(record->mb_buffer, text);
-    take_care_of_precision(directive, record->mb_buffer);
-    return append_text(record, directive, record->mb_buffer);
+} // namespace
+
+bool append_int(formatting *call, const directive &parsed) {
+    return append_integer(call, parsed, va_arg(call->arguments, int));
 }
 
-static bool append_path(work_record *record, const char *directive, const char *text) {
+bool append_long(formatting *call, const directive &parsed) {
+    return append_integer(call, parsed, va_arg(call->arguments, long));
+}
+
+bool append_double(formatting *call, const directive &parsed) {
+    const double value = va_arg(call->arguments, double);
+    return append_by_host(call, parsed, std::fabs(value) < SMALLEST_DOUBLE ? 0.0 : value);
+}
+
+bool append_text(formatting *call, const directive &parsed) {
+    return append_this_text(call, parsed, va_arg(call->arguments, const char *));
+}
+
+bool append_wide_text(formatting *call, const directive &parsed) {
+    const auto *text = va_arg(call->arguments, const vek_wchar *);
+    text_buffer *buffer = &call->record->multi_byte;
+    if (!reserve(buffer, static_cast<std::size_t>(wslen(text)) * WIDE_CHARACTER_BYTES + 1)) {
+        return false;
+    }
+    wstostr(buffer->bytes, text);
+    if (parsed.precision != NO_PRECISION) {
+        cut_at_character(buffer->bytes, parsed.precision);
+    }
+    return append_this_text(call, parsed, buffer->bytes);
+}
+
+bool append_path(formatting *call, const directive &parsed) {
+    const auto *text = va_arg(call->arguments, const char *);
     char path[PATH_ARGUMENT_SIZE];
     if (strcpy_limit(text != nullptr ? text : "", PATH_ARGUMENT_SIZE, path) != 0) {
         dbg_crash_msg("WSTRCOPY_X", "OVERFLOW.");
     }
     pfu_path_to_os(path, PFU_HOST_POSIX);
-    return append_text(record, directive, path);
+    return append_this_text(call, parsed, path);
 }
 
-// Takes the argument of a complete directive and appends its text.
-static bool append_argument(work_record *record, const char *directive, int kind,
-                            argument_list *arguments) {
-    switch (kind) {
-    case CONV_INTEGER:
-        return std::strchr(directive, 'l') != nullptr
-                   ? append_item(record, directive, va_arg(arguments->list, long))
-                   : append_item(record, directive, va_arg(arguments->list, int));
-    case CONV_DOUBLE: {
-        const double value = va_arg(arguments->list, double);
-        return append_item(record, directive, std::fabs(value) < SMALLEST_DOUBLE ? 0.0 : value);
+namespace {
+
+// Copies the text from a '%' up to `conversion`, with the next int arguments in place of its stars;
+// a negative precision is left out with its '.'. False if it does not fit.
+bool fill_in_stars(formatting *call, const char *from, const char *conversion,
+                   char (&filled)[DIRECTIVE_SIZE]) {
+    std::size_t length = 0;
+    for (; from != conversion; ++from) {
+        char number[12] = {*from};
+        if (*from == '*') {
+            const int value = va_arg(call->arguments, int);
+            if (value < 0 && filled[length - 1] == '.') {
+                --length;
+                continue;
+            }
+            std::snprintf(number, sizeof number, "%d", value);
+        }
+        const std::size_t count = std::strlen(number);
+        if (length + count >= DIRECTIVE_SIZE) {
+            return false;
+        }
+        std::memcpy(filled + length, number, count);
+        length += count;
     }
-    case CONV_TEXT:
-        return append_text(record, directive, va_arg(arguments->list, const char *));
-    case CONV_WIDE_TEXT:
-        return append_wide_text(record, directive, va_arg(arguments->list, const vek_wchar *));
-    case CONV_PATH_DIRECTORY:
-    case CONV_PATH_FILE:
-        return append_path(record, directive, va_arg(arguments->list, const char *));
-    default:
-        return false;
-    }
+    filled[length] = '\0';
+    return true;
 }
 
-static bool append_directive(work_record *record, const char **format, argument_list *arguments) {
-    char directive[DIRECTIVE_SIZE];
-    int kind = CONV_NONE;
-    const int stars = parse_conver_spec(format, &kind, directive);
-    if (kind == CONV_NONE) {
+// Appends what the directive at *format makes of its arguments, and moves *format past it.
+bool append_directive(formatting *call, const char **format) {
+    directive parsed;
+    char filled[DIRECTIVE_SIZE];
+    const char *start = *format;
+    const char *conversion = read_flags_and_sizes(start + 1, &parsed);
+    if (conversion == nullptr) {
         return false;
     }
-    for (int i = 0; i < stars; ++i) {
-        if (!replace_star(directive, va_arg(arguments->list, int))) {
+    const char *end = conversion; // of the flags and sizes, their stars filled in
+    if (*conversion == '*') {
+        conversion = skip_to_conversion(conversion);
+        if (!fill_in_stars(call, start, conversion, filled)) {
+            return false;
+        }
+        parsed = {};
+        start = filled;
+        end = read_flags_and_sizes(start + 1, &parsed);
+        if (end == nullptr || *end != '\0') {
             return false;
         }
     }
-    return directive_is_printable(directive, kind) &&
-           append_argument(record, directive, kind, arguments);
+    const char *rest = read_conversion(conversion, &parsed);
+    if (rest == nullptr || end - start + std::ssize(parsed.row->host) >= DIRECTIVE_SIZE) {
+        return false;
+    }
+    // A precision makes numbers longer but texts only shorter.
+    const bool numeric = parsed.row->kind == CONV_INTEGER || parsed.row->kind == CONV_DOUBLE;
+    if (parsed.width >= XAR_LIMIT_BYTES || (numeric && parsed.precision > XAR_LIMIT_BYTES)) {
+        return false;
+    }
+    *format = rest;
+    return parsed.row->append(call, parsed);
 }
 
 // The first '%' that is a character of its own, or the end of the text.
-static const char *end_of_plain_text(const char *text) {
+const char *end_of_plain_text(const char *text) {
     while (*text != '\0' && *text != '%') {
         const int length = euc_char_length(static_cast<unsigned char>(*text));
         ++text;
@@ -260,25 +332,27 @@ static const char *end_of_plain_text(const char *text) {
     return text;
 }
 
-static bool format_all(work_record *record, const char *format, argument_list *arguments) {
+bool append_all(formatting *call, const char *format) {
     while (*format != '\0') {
         if (*format != '%') {
             const char *end = end_of_plain_text(format);
-            if (!append(record, format, static_cast<std::size_t>(end - format))) {
+            if (!append_bytes(call, format, static_cast<std::size_t>(end - format))) {
                 return false;
             }
             format = end;
         } else if (format[1] == '%') {
-            if (!append(record, format, 1)) {
+            if (!append_bytes(call, format, 1)) {
                 return false;
             }
             format += 2;
-        } else if (!append_directive(record, &format, arguments)) {
+        } else if (!append_directive(call, &format)) {
             return false;
         }
     }
-    return append(record, "", 1);
+    return append_bytes(call, "", 1);
 }
+
+} // namespace
 
 const char *vek_hold_text(vek_held_text *held, const char *format, std::va_list arguments) {
     held->text = nullptr;
@@ -289,18 +363,19 @@ const char *vek_hold_text(vek_held_text *held, const char *format, std::va_list 
         std::printf("vek_sprintf   format too long \n");
         return nullptr;
     }
-    work_record *record = enter_work_record(&held->call);
-    if (record == nullptr) {
+    formatting call;
+    call.record = enter_work_record(&held->call);
+    if (call.record == nullptr) {
         return nullptr;
     }
-    argument_list passed;
-    va_copy(passed.list, arguments);
-    if (prepare(record) && format_all(record, format, &passed)) {
-        held->text = record->output;
+    va_copy(call.arguments, arguments);
+    if (append_all(&call, format)) {
+        held->text = call.record->output.bytes;
+        held->length = call.length - 1;
     } else {
         trp_leave_call(&held->call);
     }
-    va_end(passed.list);
+    va_end(call.arguments);
     return held->text;
 }
 
@@ -316,7 +391,7 @@ char *vek_vsprintf(char *destination, const char *format, std::va_list arguments
         return nullptr;
     }
     if (destination != nullptr) {
-        std::memcpy(destination, held.text, static_cast<std::size_t>(xar_count(&held.text)));
+        std::memcpy(destination, held.text, held.length + 1);
     }
     vek_release_text(&held);
     return destination != nullptr ? destination : held.text;

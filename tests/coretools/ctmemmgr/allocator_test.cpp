@@ -208,7 +208,7 @@ void use_everything_else(int step, int **list, thrMutex *mutex, int *count) {
 TEST_F(Allocator, EightThreadsAtOnceLoseNothing) {
     constexpr int THREADS = 8;
     constexpr int STEPS = 4000;
-    constexpr int ENGINE_BLOCKS = 5; // what the formatting engine keeps for each thread it served
+    constexpr int ENGINE_BLOCKS = 3; // what the formatting engine keeps for each thread it served
     const int first_pool = make_pools();
     const int zone = zone_open(4000);
     thrMutex *const mutex = thrMutex_Create_Recursive();
