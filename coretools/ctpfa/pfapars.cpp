@@ -9,7 +9,6 @@
 #include "coretools/ctpfa/pfaloc_call.h"
 #include "coretools/ctpfa/pfapars_internal.h"
 #include "coretools/ctpfa/pfaput.h"
-#include "coretools/ctwcfun/wstr_ret.h"
 #include "coretools/genutil1/invstr.h"
 
 #include <cstdint>
@@ -129,23 +128,15 @@ pfa_status expand_and_parse(vek_file *record, vek_file *base, const char *text, 
     return pfa_to_standard_form_private(record, directory);
 }
 
-// Whether the name breaks the rules of names: 0, 1, or -1 without memory.
-int name_is_invalid(const vek_file *record) {
+bool breaks_name_rules(const vek_file *record) {
     char name[PFA_PATH_SIZE];
     (void)pfa_get_component(record, PFA_NAME, name, PFA_PATH_SIZE);
-    if (name[0] == '.') {
-        return 1;
-    }
-    const vek_wchar *wide = wstr_ret(name);
-    return wide != nullptr ? invalid_string(wide) : -1;
+    return name[0] == '.' || is_invalid_name(name);
 }
 
 // Types a record whose type is not known yet.
 pfa_status find_type(vek_file *record, int directory) {
-    const int invalid = name_is_invalid(record);
-    if (invalid < 0) {
-        return PFA_E_OUT_OF_MEMORY;
-    }
+    const int invalid = breaks_name_rules(record) ? 1 : 0;
     const pfa_status result =
         pfa_put_extension_to_type(record, pfa_component_length(record, PFA_NAME), invalid);
     if (result != PFA_E_NO_ERROR || directory == 0 || pfa_is_local(record) == 0) {
