@@ -5,7 +5,9 @@
 #include "coretools/ctmemmgr/serious_errors.h"
 #include "coretools/ctpfa/pfa_dir_filter.h"
 #include "coretools/ctpfa/pfacomponent.h"
+#include "coretools/ctpfa/pfadir_internal.h"
 #include "coretools/ctpfa/pfadircache.h"
+#include "coretools/ctpfa/pfadircache_internal.h"
 #include "coretools/ctpfa/pfadirpath.h"
 #include "coretools/ctpfa/pfaget.h"
 #include "coretools/ctpfa/pfainfo.h"
@@ -29,23 +31,6 @@ void undo_loan(vek_file *directory, vek_file *donor) {
     directory->location_handle = nullptr;
     directory->flags &= ~PFA_F_BORROWED;
     donor->flags &= ~PFA_F_LENT;
-}
-
-// Gives a borrowed listing back to the cache. The path of the record may have changed since, so
-// the donor is known by the listing, not by the name alone.
-void return_listing(vek_file *directory, const char *key) {
-    const void *borrowed = directory->location_handle;
-    directory->flags &= ~PFA_F_BORROWED;
-    directory->location_handle = nullptr;
-    vek_file *donor = nullptr;
-    pfa_dir_from_cache(key, &donor, nullptr, 1, directory, 0);
-    if (donor == nullptr || donor->location_handle != borrowed) {
-        dbg_err_crash("pfa_close", "can't find donor of borrowed stream for %s", key);
-        donor = pfa_dir_cache_owner(borrowed);
-    }
-    if (donor != nullptr) {
-        donor->flags &= ~PFA_F_LENT;
-    }
 }
 
 void trace_opening(const char *key, const char *subset, bool from_cache) {
@@ -149,7 +134,7 @@ pfa_status pfa_close_dir(vek_file *directory) {
         key[0] = '\0';
     }
     if ((directory->flags & PFA_F_BORROWED) != 0) {
-        return_listing(directory, key);
+        pfa_return_dir_to_cache(key, directory);
     } else if ((directory->flags & PFA_F_LENT) != 0) {
         dbg_err_crash("pfa_close", "can't close %s with borrowed stream", key);
         return PFA_E_NO_ACCESS;

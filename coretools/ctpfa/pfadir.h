@@ -35,7 +35,3 @@ pfa_status pfa_read_dir(vek_file *directory, vek_file *entry);
 // The same, and stores the kind of the entry (see pfa_entry_kind) whenever one was read, also with
 // PFA_E_INVALID_NAME.
 pfa_status pfa_read_dir_and_kind(vek_file *directory, vek_file *entry, int *kind);
-
-// Closes an open directory record, which the caller (pfa_close) has checked. A listing on loan goes
-// back to the cache. PFA_E_NO_ACCESS for a record whose listing is out on loan: it stays open.
-pfa_status pfa_close_dir(vek_file *directory);

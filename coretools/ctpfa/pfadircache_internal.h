@@ -1,66 +1,27 @@
-// The table behind the directory cache, shared by the files that make it up.
-//
-// Invariants between calls:
-//   - an entry is free (state PFA_E_INACTIVE: time 0, empty name, no record, no data) or in use;
-//     num_inactive counts the free ones
-//   - index_by_name holds the index of every entry in use and of no other, ordered by name
-//   - the record of an entry in use is open and not borrowed; it is lent while, and only while, one
-//     open record elsewhere has borrowed its listing
+// What the layer itself asks of the directory cache.
 #pragma once
 
-#include "coretools/ctmemmgr/btree.h"
-#include "coretools/ctmemmgr/xar.h"
 #include "coretools/ctpfa/vek_file.h"
 
-#include <ctime>
+// Looks a directory up under its key.
+//   donor       where to store the record to borrow from, from then on marked as lent; null if its
+//               listing is on loan already. May be null: then nothing is lent
+//   index       where to store the entry's index, -1 for none; may be null
+//   returning   1 when a borrower gives its listing back: nothing is dropped
+//   asked       the record to be opened, whose location says whether it may use the cache ("Pfa-
+//               DirCacheEligible"); may be null
+//   discarding  1 to drop the entry
+// Returns 1 if the listing counts as cached, with a donor or without, else 0.
+int pfa_dir_from_cache(const char *key, vek_file **donor, int *index, int returning,
+                       vek_file *asked, int discarding);
 
-struct dir_cache_appdata {
-    int type;
-    void *data;
-};
+// Offers the listing just opened on `directory` with the result of that open. If it is cached, the
+// cache owns it and `directory` has borrowed it.
+void pfa_add_dir_to_cache(const char *key, vek_file *directory, int open_result);
 
-struct dir_cache_entry {
-    char name[PFA_PATH_SIZE];   // the key
-    std::time_t time;           // of the last use
-    vek_file *record;           // holds the listing
-    int state;                  // 0, PFA_E_NOT_CACHABLE (forced), PFA_E_NOT_VALID (stale),
-                                // PFA_E_INACTIVE (free)
-    dir_cache_appdata *appdata; // extensible array, or null
-};
+// Gives a borrowed listing back to the entry that owns it. The path of the borrower may have
+// changed since, so the owner is known by the listing, not by the key alone.
+void pfa_return_dir_to_cache(const char *key, vek_file *directory);
 
-// Beyond this many entries one is reused before one is added.
-constexpr int max_dir_cache_size = 256;
-
-extern dir_cache_entry *dir_cache; // extensible array; null before the first insertion
-extern btree *index_by_name;       // entry indexes by value
-extern int num_inactive;
-
-// Appends one zero element to an array; null without memory and where the array is full. (Growth
-// past the limit of an array is an error of the process, not just of the call.)
-template <class T>
-T *pfadc_append(T **array) {
-    int count = 0;
-    int maximum = 0;
-    xar_params(array, nullptr, nullptr, &count, &maximum);
-    return count < maximum ? xar_extend(array, 1) : nullptr;
-}
-
-// Makes the table and its index; false without memory.
-bool pfadc_create();
-int pfadc_index_of(const btree_node *node);
-// The node of the entry with this name, or null.
-btree_node *pfadc_find_dir_low(const char *name);
-// Puts an entry, by its name, into the index; false without memory or when the name is taken.
-bool pfadc_add_index_entry(int index);
-// Frees an entry; a free one, even one half filled, is made clean. The node is the entry's in the
-// index, or null to have it looked up. A failure to close the listing is answered and changes
-// nothing.
-pfa_status pfadc_clean_cache_entry(int index, btree_node *node);
-// Finds or makes a free entry, evicting the one unused for longest when the table is full: its
-// index, or -1 without memory or room.
-int pfadc_free_slot();
-void pfadc_free_appdata(dir_cache_entry *entry);
-void dbg_dump_pfadc_entry(const void *data);
-int is_name_forced_cache(const char *name);
 // Drops the listing of the directory of this key.
 void pfa_full_dir_name_update_cache(const char *name);

@@ -1,4 +1,5 @@
 // Notices to the directory cache: which listing a change concerns.
+#include "coretools/ctpfa/memory_guard_internal.h"
 #include "coretools/ctpfa/pfacurdir.h"
 #include "coretools/ctpfa/pfadircache.h"
 #include "coretools/ctpfa/pfadircache_internal.h"
@@ -82,34 +83,30 @@ void record_changed(vek_file *record) {
     }
 }
 
+// A notice follows a change that was made; no failure in it may reach the caller.
+int notify(void (*notice)(void *), const void *argument) {
+    const int saved_errno = errno;
+    (void)pfa_call_guarded(notice, const_cast<void *>(argument));
+    errno = saved_errno;
+    return 0;
+}
+
 } // namespace
 
 int pfa_file_name_update_dir_cache(const char *file_name) {
-    const int saved_errno = errno;
-    if (parse_into(&named_file, file_name)) {
-        record_changed(named_file);
-    }
-    errno = saved_errno;
-    return 0;
+    const auto notice = [](void *name) {
+        if (parse_into(&named_file, static_cast<const char *>(name))) {
+            record_changed(named_file);
+        }
+    };
+    return notify(notice, file_name);
 }
 
 int pfa_dir_cache_update(vek_file *record) {
-    const int saved_errno = errno;
-    record_changed(record);
-    errno = saved_errno;
-    return 0;
+    return notify([](void *changed) { record_changed(static_cast<vek_file *>(changed)); }, record);
 }
 
 int pfa_dir_name_update_cache(const char *directory_name) {
-    const int saved_errno = errno;
-    directory_name_changed(directory_name);
-    errno = saved_errno;
-    return 0;
-}
-
-void pfa_full_dir_name_update_cache(const char *name) {
-    pfa_dir_from_cache(name, nullptr, nullptr, 0, nullptr, 1);
-    if (pfa_dir_cache_debug()) {
-        std::printf("dir_cache> nuked %s\n", name);
-    }
+    return notify([](void *name) { directory_name_changed(static_cast<const char *>(name)); },
+                  directory_name);
 }

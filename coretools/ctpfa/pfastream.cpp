@@ -1,7 +1,7 @@
 // Opening, writing and closing streams.
 #include "coretools/ctpfa/pfastream.h"
 
-#include "coretools/ctpfa/pfadir.h"
+#include "coretools/ctpfa/pfadir_internal.h"
 #include "coretools/ctpfa/pfadircache.h"
 #include "coretools/ctpfa/pfaget.h"
 #include "coretools/ctpfa/pfainfo.h"

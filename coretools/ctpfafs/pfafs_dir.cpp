@@ -44,10 +44,10 @@ void release_directory(pfafs_directory *block) {
     relmem(&block);
 }
 
-// A block around the listing, which it owns from then on; null when memory is exhausted, the
-// listing being released too.
+// A block that owns the listing. If memory runs out, releases the listing and returns null; getmem
+// could jump out and lose it.
 pfafs_directory *new_directory(unix_dir *listing) {
-    pfafs_directory *block = static_cast<pfafs_directory *>(getmem(sizeof(pfafs_directory)));
+    pfafs_directory *block = static_cast<pfafs_directory *>(getmem_null(sizeof(pfafs_directory)));
     if (block == nullptr) {
         os_closedir(listing);
         return nullptr;
@@ -55,7 +55,7 @@ pfafs_directory *new_directory(unix_dir *listing) {
     block->kind = pfafs_directory::KIND;
     block->listing = listing;
     const int count = xar_count(&listing->names);
-    block->dir_flags = static_cast<int *>(getmem(count * static_cast<int>(sizeof(int))));
+    block->dir_flags = static_cast<int *>(getmem_null(count * static_cast<int>(sizeof(int))));
     if (block->dir_flags == nullptr) {
         release_directory(block);
         return nullptr;

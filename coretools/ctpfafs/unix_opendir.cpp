@@ -3,6 +3,7 @@
 
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctmemmgr/xar.h"
+#include "coretools/ctpfa/memory_guard_internal.h"
 #include "coretools/ctpfa/vek_file.h"
 
 #include <cerrno>
@@ -24,8 +25,8 @@ struct name_text {
     int count = 0;
 };
 
-// While a directory is open, memory comes from getmem_null: a failure of getmem may jump past the
-// closedir. False when memory is exhausted; the names stay as they were.
+// False if memory runs out; the names stay as they were. Here and below memory comes from
+// getmem_null, or under a guard: a failure of getmem may jump out and lose what was read.
 bool add_name(name_text *names, const dirent *entry) {
     const int size = static_cast<int>(std::strlen(entry->d_name)) + 2;
     if (size > names->size - names->used) {
@@ -70,22 +71,33 @@ int read_names(DIR *directory, name_text *names) {
     }
 }
 
-// The array of the names with its closing null; null when memory is exhausted, and when the names
-// are more than an array can hold, which would be fatal to ask for.
-char **index_names(const name_text &names) {
-    if (names.count >= XAR_LIMIT_BYTES / static_cast<int>(sizeof(char *))) {
-        return nullptr;
+struct name_index {
+    const name_text *names;
+    char **array;
+};
+
+// Makes the array of the names with its closing null.
+void index_names(void *argument) {
+    auto *index = static_cast<name_index *>(argument);
+    index->array = xar_alloc_of<char *>(index->names->count + 1, NAMES_STEP);
+    if (index->array == nullptr) {
+        return;
     }
-    char **array = xar_alloc_of<char *>(names.count + 1, NAMES_STEP);
-    if (array == nullptr) {
-        return nullptr;
-    }
-    char *kind = names.text;
-    for (int i = 0; i < names.count; ++i) {
-        array[i] = kind + 1;
+    char *kind = index->names->text;
+    for (int i = 0; i < index->names->count; ++i) {
+        index->array[i] = kind + 1;
         kind += std::strlen(kind + 1) + 2;
     }
-    return array;
+}
+
+// Null if memory runs out or there are more names than an array can hold, which would be fatal to
+// ask for.
+char **new_name_index(const name_text &names) {
+    name_index index = {&names, nullptr};
+    if (names.count < XAR_LIMIT_BYTES / static_cast<int>(sizeof(char *))) {
+        (void)pfa_call_guarded(index_names, &index);
+    }
+    return index.array;
 }
 
 } // namespace
@@ -99,9 +111,9 @@ unix_dir *unix_opendir(const char *name, const char *) {
     const int failure = read_names(directory, &names);
     closedir(directory);
 
-    char **array = failure == 0 ? index_names(names) : nullptr;
+    char **array = failure == 0 ? new_name_index(names) : nullptr;
     unix_dir *snapshot =
-        array != nullptr ? static_cast<unix_dir *>(getmem(sizeof(unix_dir))) : nullptr;
+        array != nullptr ? static_cast<unix_dir *>(getmem_null(sizeof(unix_dir))) : nullptr;
     if (snapshot == nullptr) {
         xar_free(&array);
         relmem(&names.text);

@@ -1,6 +1,8 @@
 // The directory cache: against an independent model, and what it does for loans, forced caching,
 // application data and traces. Its directories lie in memory, in a location type that the layer
 // knows by its registration alone.
+#include "basictk/baselib/inc/thrTrap.h"
+#include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctpfa/pfa_dir_filter.h"
 #include "coretools/ctpfa/pfacomponent.h"
 #include "coretools/ctpfa/pfadir.h"
@@ -11,9 +13,11 @@
 #include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfaput.h"
 #include "coretools/ctpfa/pfastream.h"
+#include "tests/support/failing_malloc.h"
 #include "tests/support/path_records.h"
 
 #include <algorithm>
+#include <csetjmp>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -22,6 +26,7 @@
 #include <map>
 #include <random>
 #include <set>
+#include <utility>
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -55,6 +60,8 @@ struct memory_store {
     int eligible = 1;
     int is_virtual = 0;
     int close_status = 0;
+    void (*when_asked)() = nullptr;  // called once by "PfaDirCacheInvalid",
+    void (*when_closed)() = nullptr; // and by "PfaDirClose"
 } store;
 
 struct memory_listing {
@@ -116,10 +123,23 @@ int read_dir(vek_file *directory, void **data, vek_file *entry, const pfa_dir_fi
     return PFA_E_QUIT;
 }
 
+void call_once(void (**function)()) {
+    if (void (*call)() = std::exchange(*function, nullptr)) {
+        call();
+    }
+}
+
 int close_dir(vek_file *, void **data) {
     delete listing_of(data);
     --store.listings_kept;
+    call_once(&store.when_closed);
     return 0;
+}
+
+int is_out_of_date(vek_file *, void **data, const char *key) {
+    const bool changed = listing_of(data)->entries != store.directories[key];
+    call_once(&store.when_asked);
+    return changed;
 }
 
 bool register_memory_location() {
@@ -139,10 +159,7 @@ bool register_memory_location() {
     pfa_loc_method_register(TYPE, PfaIsVirtualFolder, [](vek_file *) { return store.is_virtual; });
     pfa_loc_method_register(TYPE, PfaDirCacheEligible,
                             [](vek_file *, const char *) { return store.eligible; });
-    pfa_loc_method_register(TYPE, PfaDirCacheInvalid,
-                            [](vek_file *, void **data, const char *key) -> int {
-                                return listing_of(data)->entries != store.directories[key];
-                            });
+    pfa_loc_method_register(TYPE, PfaDirCacheInvalid, is_out_of_date);
     pfa_loc_method_register(TYPE, PfaMakeParent, [](vek_file *record, vek_file *parent) -> int {
         return pfa_copy_vek_file(record, parent);
     });
@@ -155,8 +172,8 @@ class memory_location : public testing::Test {
     void SetUp() override {
         static const bool registered = register_memory_location();
         ASSERT_TRUE(registered);
-        for (int i = 0; i < xar_count(&dir_cache); ++i) {
-            pfa_full_dir_name_update_cache(dir_cache[i].name);
+        for (const auto &[key, files] : store.directories) {
+            pfa_full_dir_name_update_cache(key.c_str());
         }
         store = memory_store();
     }
@@ -182,7 +199,7 @@ struct cached_dir {
 class pfadircache : public memory_location {
   protected:
     std::mt19937 random{20240611};
-    std::vector<cached_dir> slots{std::size_t(xar_count(&dir_cache))};
+    std::vector<cached_dir> slots;
     std::list<scoped_record> readers;
     int evictions = 0;
 
@@ -274,23 +291,16 @@ class pfadircache : public memory_location {
         }
     }
 
+    // Every key is cached where the model has it, and no listing is lost.
     void check() {
-        ASSERT_EQ(static_cast<std::size_t>(xar_count(&dir_cache)), slots.size());
         int listings = 0;
-        for (std::size_t i = 0; i < slots.size(); ++i) {
-            const cached_dir &model = slots[i];
-            const dir_cache_entry &real = dir_cache[i];
-            ASSERT_EQ(real.name, model.key);
-            ASSERT_EQ(real.time, model.used) << model.key;
-            if (model.key.empty()) {
-                ASSERT_EQ(real.state, PFA_E_INACTIVE);
-            } else {
-                ++listings;
-                ASSERT_EQ(real.state, model.stale ? PFA_E_NOT_VALID : 0) << model.key;
-                ASSERT_EQ(real.record->flags, PFA_F_OPEN | (model.lent ? PFA_F_LENT : 0u));
-            }
+        for (const auto &[key, files] : store.directories) {
+            int index = -1;
+            pfa_dir_from_cache(key.c_str(), nullptr, &index, 1, nullptr, 0);
+            const cached_dir *entry = cached(key);
+            ASSERT_EQ(index, entry == nullptr ? -1 : entry - slots.data()) << key;
+            listings += entry != nullptr;
         }
-        ASSERT_EQ(num_inactive, int(slots.size()) - listings);
         for (const scoped_record &reader : readers) {
             listings += (reader->flags & PFA_F_BORROWED) == 0;
         }
@@ -329,10 +339,16 @@ TEST_F(pfadircache, AgreesWithAModelAfterEveryStep) {
     EXPECT_GT(evictions, 100);
 }
 
-bool is_lent(const char *key) {
+// The record that owns the listing of a directory, fresh or not; null if it is not cached.
+vek_file *owner_of(const char *key) {
     vek_file *donor = nullptr;
-    pfa_dir_from_cache(key, &donor, nullptr, 1, nullptr, 0); // not asking whether it is fresh
-    return donor != nullptr && (donor->flags & PFA_F_LENT) != 0;
+    pfa_dir_from_cache(key, &donor, nullptr, 1, nullptr, 0);
+    return donor;
+}
+
+bool is_lent(const char *key) {
+    const vek_file *owner = owner_of(key);
+    return owner != nullptr && (owner->flags & PFA_F_LENT) != 0;
 }
 
 TEST_F(memory_location, OpensAndListsThroughTheSameCalls) {
@@ -363,7 +379,7 @@ TEST_F(memory_location, GetsBackWhatItLentAndNoMore) {
     EXPECT_EQ(copy->location_handle, nullptr);
     EXPECT_EQ(pfa_open_dir(copy), 0);
     EXPECT_EQ(copy->flags, 0u + PFA_F_OPEN); // not those that it was copied with
-    EXPECT_EQ(pfa_close(pfa_dir_cache_owner(directory->location_handle)), PFA_E_NO_ACCESS);
+    EXPECT_EQ(pfa_close(owner_of("mem:/d/")), PFA_E_NO_ACCESS);
     // A record whose path changed while it was open gives back what it has borrowed.
     ASSERT_EQ(pfa_open_dir(root) + pfa_close(root), 0);
     (void)pfa_put_path(directory, "/");
@@ -412,6 +428,95 @@ TEST_F(memory_location, LosesApplicationDataWithTheListing) {
     EXPECT_EQ(pfa_close(directory), 0);
     EXPECT_EQ(pfa_dir_from_cache("mem:/d/", nullptr, nullptr, 0, nullptr, 0), 0);
     EXPECT_EQ(released[0] * 10 + released[1], 11);
+}
+
+void list(const char *name) {
+    scoped_record directory(name);
+    EXPECT_EQ(pfa_open_dir(directory), PFA_E_NO_ERROR);
+    EXPECT_EQ(pfa_close(directory), PFA_E_NO_ERROR);
+}
+
+int index_of(const char *key) {
+    int index = -1;
+    pfa_dir_from_cache(key, nullptr, &index, 1, nullptr, 0);
+    return index;
+}
+
+// A look-up held the address of its entry, and the entry's node of the index, while a method or a
+// release function ran. One that called back into the layer made it read released memory, drop the
+// listing of another directory, or leave a node without an entry.
+TEST_F(memory_location, MayCallBackWhenItIsAskedForFreshness) {
+    list("mem:/d/");
+    store.directories["mem:/d/"] = {"new"};
+    store.when_asked = [] {
+        pfa_dir_name_update_cache("mem:/d/");
+        list("mem:/e/"); // takes the entry of the other
+    };
+    list("mem:/d/");
+    EXPECT_GE(index_of("mem:/e/"), 0) << "dropped in place of the other";
+    store.when_asked = [] {
+        for (char name[] = "mem:/a/"; name[5] <= 'z'; ++name[5]) { // the table moves
+            list(name);
+        }
+    };
+    list("mem:/d/");
+    EXPECT_GE(index_of("mem:/d/"), 0);
+}
+
+TEST_F(memory_location, MayCallBackWhenItClosesAListing) {
+    list("mem:/d/");
+    store.when_closed = [] {
+        EXPECT_EQ(index_of("mem:/d/"), -1) << "its listing is being closed";
+        list("mem:/d/");
+        list("mem:/e/");
+    };
+    pfa_dir_name_update_cache("mem:/d/");
+    EXPECT_GE(index_of("mem:/d/"), 0);
+    EXPECT_GE(index_of("mem:/e/"), 0);
+    EXPECT_EQ(store.listings_kept, 2);
+}
+
+TEST_F(memory_location, MayCallBackWhenItReleasesApplicationData) {
+    list("mem:/d/");
+    const int index = index_of("mem:/d/");
+    int first = 0;
+    int second = 0;
+    const auto release = [](void *data) {
+        ++*static_cast<int *>(data);
+        list("mem:/e/");
+        pfa_dir_name_update_cache("mem:/d/");
+    };
+    ASSERT_EQ(pfa_register_dir_appdata(5, release), PFA_E_NO_ERROR);
+    ASSERT_EQ(pfa_attach_dir_appdata(index, 5, &first), PFA_E_NO_ERROR);
+    ASSERT_EQ(pfa_attach_dir_appdata(index, 5, &second), PFA_E_NO_ERROR);
+    EXPECT_EQ(first, 1);
+    EXPECT_EQ(second, 1) << "released with its listing";
+    EXPECT_EQ(index_of("mem:/d/"), -1);
+    EXPECT_GE(index_of("mem:/e/"), 0);
+}
+
+// A call that opens a file gives a notice before it returns the stream. When memory ran out in the
+// notice, the jump to a trap frame lost the stream.
+TEST_F(memory_location, ANoticeDoesNotJumpWhenMemoryRunsOut) {
+    list("mem:/d/");
+    const auto exhaust = [](void *released) {
+        *static_cast<bool *>(released) = true;
+        fail_allocation(0, true);
+        rlsmem(getmem(1 << 20));
+    };
+    bool released = false;
+    ASSERT_EQ(pfa_register_dir_appdata(6, exhaust), PFA_E_NO_ERROR);
+    ASSERT_EQ(pfa_attach_dir_appdata(index_of("mem:/d/"), 6, &released), PFA_E_NO_ERROR);
+    std::jmp_buf context;
+    ASSERT_EQ(trp_push_frame(TRP_CLASS_MEMORY, &context), 1);
+    if (setjmp(context) == 0) {
+        pfa_file_name_update_dir_cache("mem:/d/file");
+    } else {
+        ADD_FAILURE() << "jumped";
+    }
+    trp_pop_frame();
+    fail_allocation(NO_FAILURE, false);
+    EXPECT_TRUE(released);
 }
 
 TEST_F(memory_location, IsTracedWhenTheSwitchIsOn) {
