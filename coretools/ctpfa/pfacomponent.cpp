@@ -1,8 +1,8 @@
 // The component layer: every change and every look at the text of a path record.
 #include "coretools/ctpfa/pfacomponent.h"
 
-#include "coretools/ctpfa/pfainfo.h"
-#include "coretools/ctpfa/pfaloc_call.h"
+#include "coretools/ctpfa/path_text.h"
+#include "coretools/ctpfa/pfarecord_internal.h"
 #include "coretools/ctstrutil/char_case.h"
 
 #include <cstring>
@@ -15,46 +15,36 @@ bool is_index(int index) {
     return index >= 0 && index < PFA_COMPONENTS;
 }
 
-// The component as a range of the text; empty for a bad record or index.
-struct piece {
-    const char *text;
-    int length;
-};
-
-piece component(const vek_file *record, int index) {
-    if (pfa_is_valid(record) == 0 || !is_index(index)) {
-        return {"", 0};
-    }
-    const pfa_bounds &bounds = record->bounds[index];
-    return {record->text + bounds.start, bounds.end - bounds.start};
+// The text of a component; empty for a bad record or index.
+std::string_view component(const vek_file *record, int index) {
+    return pfa_is_valid(record) != 0 && is_index(index) ? pfa_component_text(record, index, index)
+                                                        : std::string_view();
 }
 
-// Replaces destination[offset, offset + replaced) by the source range. The destination holds length
-// characters and a zero, and capacity bytes at most. Changes nothing and answers false when the
-// offset lies outside or the new length would not be below the capacity.
-bool splice(piece source, char *destination, int length, int offset, int replaced, int capacity) {
-    if (offset < 0 || offset > length || replaced < 0 || replaced > length - offset ||
-        source.length < 0 || source.length >= capacity - (length - replaced)) {
+// Appends to out[capacity] at *length. False, and nothing changed, if it does not fit.
+bool append(std::string_view text, char *out, std::int16_t *length, int capacity) {
+    if (*length < 0 || static_cast<int>(text.size()) >= capacity - *length) {
         return false;
     }
-    const int tail = length - offset - replaced;
-    std::memmove(destination + offset + source.length, destination + offset + replaced,
-                 static_cast<std::size_t>(tail));
-    std::memcpy(destination + offset, source.text, static_cast<std::size_t>(source.length));
-    destination[length - replaced + source.length] = '\0';
+    std::memcpy(out + *length, text.data(), text.size());
+    *length = static_cast<std::int16_t>(*length + static_cast<int>(text.size()));
+    out[*length] = '\0';
     return true;
 }
 
 // Replaces the text of the components first to last and moves the later ones. The bounds inside a
 // range of several components are left to the caller.
-pfa_status replace(vek_file *record, int first, int last, piece source) {
+pfa_status replace(vek_file *record, int first, int last, std::string_view source) {
     const int start = record->bounds[first].start;
     const int end = record->bounds[last].end;
-    if (!splice(source, record->text, record->bounds[PFA_COMPONENTS - 1].end, start, end - start,
-                PFA_PATH_SIZE)) {
+    const int total = record->bounds[PFA_COMPONENTS - 1].end;
+    const int shift = static_cast<int>(source.size()) - (end - start);
+    if (total + shift >= PFA_PATH_SIZE) {
         return PFA_E_INVALID_INPUT;
     }
-    const int shift = source.length - (end - start);
+    std::memmove(record->text + end + shift, record->text + end,
+                 static_cast<std::size_t>(total - end) + 1);
+    std::memcpy(record->text + start, source.data(), source.size());
     record->bounds[last].end = static_cast<std::int16_t>(end + shift);
     for (int i = last + 1; i < PFA_COMPONENTS; ++i) {
         record->bounds[i].start = static_cast<std::int16_t>(record->bounds[i].start + shift);
@@ -63,58 +53,82 @@ pfa_status replace(vek_file *record, int first, int last, piece source) {
     return PFA_E_NO_ERROR;
 }
 
-// A length below 0 stands for a text that does not have the length asked for.
-pfa_status put(vek_file *record, int index, piece source) {
-    if (record == nullptr || source.text == nullptr) {
-        return PFA_E_INVALID_INPUT;
-    }
+// `source` may be longer than any record.
+pfa_status put(vek_file *record, int index, std::string_view source) {
     if (pfa_is_valid(record) == 0) {
         return PFA_E_NOT_VALID;
     }
     return is_index(index) ? replace(record, index, index, source) : PFA_E_INVALID_INPUT;
 }
 
-// A text to compare with a component: length characters, all of it for -1.
-piece text_piece(const char *text, int length) {
+// A text to compare with a component: length characters, all of it for -1. A null text is empty.
+std::string_view compared_text(const char *text, int length) {
     if (text == nullptr) {
-        return {"", 0};
+        return {};
     }
-    return {text, length == -1 ? static_cast<int>(std::strlen(text)) : length};
+    return length == -1 ? std::string_view(text)
+                        : std::string_view(text, static_cast<std::size_t>(length));
+}
+
+using comparison = int (*)(const char *, const char *, std::size_t);
+
+int compare(const vek_file *record, int index, const char *text, int length, comparison order) {
+    const std::string_view mine = component(record, index);
+    const std::string_view other = compared_text(text, length);
+    if (mine.empty() || mine.size() != other.size()) {
+        return static_cast<int>(mine.size()) - static_cast<int>(other.size());
+    }
+    return order(mine.data(), other.data(), mine.size());
 }
 
 pfa_status end_character(const vek_file *record, int index, bool last, char *character) {
     if (pfa_is_valid(record) == 0) {
         return PFA_E_NOT_VALID;
     }
-    const piece part = component(record, index);
-    if (part.length == 0) {
+    const std::string_view part = component(record, index);
+    if (part.empty()) {
         return PFA_E_NOT_FOUND;
     }
     if (character != nullptr) {
-        *character = part.text[last ? part.length - 1 : 0];
+        *character = last ? part.back() : part.front();
     }
     return PFA_E_NO_ERROR;
+}
+
+std::string_view range(const char *text, int low, int high) {
+    return {text + low, static_cast<std::size_t>(high - low)};
 }
 
 } // namespace
 
 pfa_status pfa_put_component_len(vek_file *record, int index, const char *text, int length) {
-    const bool holds_length = text != nullptr && length >= 0 && length < PFA_PATH_SIZE &&
-                              std::memchr(text, '\0', static_cast<std::size_t>(length)) == nullptr;
-    return put(record, index, {text, holds_length ? length : -1});
+    if (record == nullptr || text == nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
+    if (pfa_is_valid(record) == 0) {
+        return PFA_E_NOT_VALID;
+    }
+    // A shorter text does not have the length that is asked for.
+    if (length < 0 || length >= PFA_PATH_SIZE ||
+        std::memchr(text, '\0', static_cast<std::size_t>(length)) != nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
+    return put(record, index, {text, static_cast<std::size_t>(length)});
 }
 
 pfa_status pfa_put_component(vek_file *record, int index, const char *text) {
-    const int length = text != nullptr ? static_cast<int>(strnlen(text, PFA_PATH_SIZE)) : 0;
-    return put(record, index, {text, length});
+    if (record == nullptr || text == nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
+    return put(record, index, {text, strnlen(text, PFA_PATH_SIZE)});
 }
 
 int pfa_component_length(const vek_file *record, int index) {
-    return component(record, index).length;
+    return static_cast<int>(component(record, index).size());
 }
 
 int pfa_has_component(const vek_file *record, int index) {
-    return component(record, index).length > 0 ? 1 : 0;
+    return component(record, index).empty() ? 0 : 1;
 }
 
 int pfa_has_location(const vek_file *record, int *location_type) {
@@ -134,21 +148,11 @@ pfa_status pfa_component_last_char(const vek_file *record, int index, char *char
 }
 
 int pfa_component_strcmp(const vek_file *record, int index, const char *text, int length) {
-    const piece mine = component(record, index);
-    const piece other = text_piece(text, length);
-    if (mine.length != other.length) {
-        return mine.length - other.length;
-    }
-    return std::strncmp(mine.text, other.text, static_cast<std::size_t>(mine.length));
+    return compare(record, index, text, length, std::strncmp);
 }
 
 int pfa_component_u_strcmp(const vek_file *record, int index, const char *text, int length) {
-    const piece mine = component(record, index);
-    const piece other = text_piece(text, length);
-    if (mine.length != other.length) {
-        return mine.length - other.length;
-    }
-    return strncasecmp(mine.text, other.text, static_cast<std::size_t>(mine.length));
+    return compare(record, index, text, length, strncasecmp);
 }
 
 pfa_status pfa_copy_component(const vek_file *from, vek_file *to, int index) {
@@ -172,7 +176,7 @@ pfa_status pfa_copy_location(const vek_file *from, vek_file *to) {
         return PFA_E_NO_ERROR;
     }
     const pfa_status result =
-        replace(to, PFA_HOST, PFA_PATH, {from->text, from->bounds[PFA_PATH].end});
+        replace(to, PFA_HOST, PFA_PATH, pfa_component_text(from, PFA_HOST, PFA_PATH));
     if (result == PFA_E_NO_ERROR) {
         std::memcpy(to->bounds, from->bounds, sizeof(pfa_bounds) * (PFA_PATH + 1));
         to->location_type = from->location_type;
@@ -185,15 +189,8 @@ pfa_status pfa_append_component(const vek_file *record, int index, char *out, st
     if (out == nullptr || length == nullptr || pfa_is_valid(record) == 0) {
         return PFA_E_NOT_VALID;
     }
-    const piece part = component(record, index);
-    if (part.length == 0) {
-        return PFA_E_NO_ERROR;
-    }
-    if (!splice(part, out, *length, *length, 0, capacity)) {
-        return PFA_E_ERROR;
-    }
-    *length = static_cast<std::int16_t>(*length + part.length);
-    return PFA_E_NO_ERROR;
+    const std::string_view part = component(record, index);
+    return part.empty() || append(part, out, length, capacity) ? PFA_E_NO_ERROR : PFA_E_ERROR;
 }
 
 pfa_status pfa_append_component_lower(const vek_file *record, int index, char *out,
@@ -218,12 +215,7 @@ int pfa_strcat(const char *text, char *out, std::int16_t *length) {
     if (text == nullptr || out == nullptr || length == nullptr) {
         return 0;
     }
-    const piece source = {text, static_cast<int>(strnlen(text, PFA_PATH_SIZE))};
-    if (!splice(source, out, *length, *length, 0, PFA_PATH_SIZE)) {
-        return 0;
-    }
-    *length = static_cast<std::int16_t>(*length + source.length);
-    return 1;
+    return append({text, strnlen(text, PFA_PATH_SIZE)}, out, length, PFA_PATH_SIZE) ? 1 : 0;
 }
 
 void pfa_substring_to_lower(char *text, int from, int to) {
@@ -236,15 +228,11 @@ void pfa_substring_to_lower(char *text, int from, int to) {
 }
 
 int pfa_last_sep_in_range(const char *text, int low, int high, char separator) {
-    if (text == nullptr || low < 0) {
+    if (text == nullptr || low < 0 || high < low) {
         return -1;
     }
-    for (int i = high - 1; i >= low; --i) {
-        if (text[i] == separator) {
-            return i;
-        }
-    }
-    return -1;
+    const std::size_t at = range(text, low, high).rfind(separator);
+    return at == std::string_view::npos ? -1 : low + static_cast<int>(at);
 }
 
 int pfa_last_delimited_range(const char *text, int low, int high, char separator,
@@ -257,11 +245,10 @@ int pfa_last_delimited_range(const char *text, int low, int high, char separator
     if (text == nullptr || low < 0 || high < low) {
         return 0;
     }
-    const int last = high > low && text[high - 1] == separator ? high - 1 : high;
-    const int before = pfa_last_sep_in_range(text, low, last, separator);
-    *start = static_cast<std::int16_t>(before < 0 ? low : before + 1);
-    *end = static_cast<std::int16_t>(last);
-    return *start < *end ? 1 : 0;
+    const std::string_view last = last_element(range(text, low, high), separator);
+    *start = static_cast<std::int16_t>(last.data() - text);
+    *end = static_cast<std::int16_t>(*start + static_cast<int>(last.size()));
+    return last.empty() ? 0 : 1;
 }
 
 int pfa_comp_last_delim_range(const vek_file *record, int index, char separator,
@@ -273,17 +260,16 @@ int pfa_comp_last_delim_range(const vek_file *record, int index, char separator,
     return pfa_last_delimited_range(record->text, bounds.start, bounds.end, separator, start, end);
 }
 
-pfa_status pfa_get_component_mapping(vek_file *record, int *host_index, int *device_index,
+pfa_status pfa_get_component_mapping(const vek_file *record, int *host_index, int *device_index,
                                      int *path_index) {
-    const struct {
-        int *index;
-        pfa_method method;
-    } roles[] = {{host_index, PfaHostIdx}, {device_index, PfaDeviceIdx}, {path_index, PfaPathIdx}};
-    for (const auto &role : roles) {
-        if (role.index != nullptr) {
-            const int index = pfaloc_call_F(record, role.method);
-            *role.index = index >= PFA_HOST && index <= PFA_PATH ? index : -1;
-        }
+    if (host_index != nullptr) {
+        *host_index = pfa_role_index(record, PfaHostIdx);
+    }
+    if (device_index != nullptr) {
+        *device_index = pfa_role_index(record, PfaDeviceIdx);
+    }
+    if (path_index != nullptr) {
+        *path_index = pfa_role_index(record, PfaPathIdx);
     }
     return pfa_is_valid(record) != 0 ? PFA_E_NO_ERROR : PFA_E_NOT_VALID;
 }

@@ -64,5 +64,5 @@ int pfa_comp_last_delim_range(const vek_file *record, int index, char separator,
 
 // The component index that the record's location type gives to each role (each may be null), -1
 // when it has no such component. 0, or 11 with every role -1.
-pfa_status pfa_get_component_mapping(vek_file *record, int *host_index, int *device_index,
+pfa_status pfa_get_component_mapping(const vek_file *record, int *host_index, int *device_index,
                                      int *path_index);

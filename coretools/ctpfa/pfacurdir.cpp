@@ -9,6 +9,7 @@
 #include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfaput.h"
 #include "coretools/ctpfa/pfastream.h"
+#include "coretools/genutil1/bounded_text.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -25,22 +26,18 @@ bool make_cur_dir() {
 }
 
 // The working directory with a '/' at its end, which makes it parse as a directory; the empty text
-// when it is unknown or does not fit.
-void working_directory(char text[PFA_PATH_SIZE]) {
-    if (getcwd(text, PFA_PATH_SIZE) == nullptr) {
-        text[0] = '\0';
-        return;
+// if it is unknown or does not fit.
+bounded_text<PFA_PATH_SIZE> working_directory() {
+    bounded_text<PFA_PATH_SIZE> text;
+    if (getcwd(text.data(), PFA_PATH_SIZE) == nullptr) {
+        text.clear();
+        return text;
     }
-    const std::size_t length = std::strlen(text);
-    if (text[length - 1] == '/') {
-        return;
+    text.set_size(std::strlen(text.c_str()));
+    if (!text.view().ends_with('/') && !text.append('/')) {
+        text.clear();
     }
-    if (length + 1 == PFA_PATH_SIZE) {
-        text[0] = '\0';
-        return;
-    }
-    text[length] = '/';
-    text[length + 1] = '\0';
+    return text;
 }
 
 pfa_status load_home_directory() {
@@ -87,13 +84,10 @@ void load_pfa_cur_dir(vek_file *directory) {
         (void)pfa_copy_vek_file(directory, Cur_Dir);
         return;
     }
-    char text[PFA_PATH_SIZE];
-    working_directory(text);
+    const auto text = working_directory();
     // A name such as "a\b" or "^" reads as another directory; better none than that one.
-    char read_back[PFA_PATH_SIZE];
-    if (parse_to_pfa(Cur_Dir, 1, text) != PFA_E_NO_ERROR ||
-        pfa_get_location(Cur_Dir, read_back, nullptr) != PFA_E_NO_ERROR ||
-        std::strcmp(read_back, text) != 0) {
+    if (parse_to_pfa(Cur_Dir, 1, text.c_str()) != PFA_E_NO_ERROR ||
+        !pfa_is_directory_named(Cur_Dir, text.c_str())) {
         (void)parse_to_pfa(Cur_Dir, 1, "");
     }
     (void)pfa_put_version(Cur_Dir, 0);

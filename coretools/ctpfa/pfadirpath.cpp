@@ -2,14 +2,14 @@
 #include "coretools/ctpfa/pfadirpath.h"
 
 #include "coretools/ctfileutil/objextension.h"
+#include "coretools/ctpfa/path_text.h"
 #include "coretools/ctpfa/pfacomponent.h"
 #include "coretools/ctpfa/pfacurdir.h"
 #include "coretools/ctpfa/pfaget.h"
-#include "coretools/ctpfa/pfainfo.h"
-#include "coretools/ctpfa/pfaloc_call.h"
 #include "coretools/ctpfa/pfamem.h"
 #include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfaput.h"
+#include "coretools/ctpfa/pfarecord_internal.h"
 
 namespace {
 
@@ -36,6 +36,7 @@ pfa_status parent_of_root(vek_file *record, vek_file *parent) {
 }
 
 pfa_status parent_of_unlocated(vek_file *record, vek_file *parent) {
+    // The current directory of a process is one of the standard filesystem.
     if (record->location_type != PfaStdFilesystem) {
         return PFA_E_ROOT_DIR;
     }
@@ -47,34 +48,24 @@ pfa_status parent_of_unlocated(vek_file *record, vek_file *parent) {
     return pfa_has_location(current, nullptr) ? pfa_make_parent(current, parent) : PFA_E_ROOT_DIR;
 }
 
-pfa_bounds last_element(const vek_file *record, int path_index) {
-    pfa_bounds element = {-1, -1};
-    pfa_comp_last_delim_range(record, path_index, '/', &element.start, &element.end);
-    return element;
-}
-
-// An empty element or a step up, which names no directory of its own.
-bool names_nothing(const vek_file *record, pfa_bounds element) {
-    const int length = element.end - element.start;
-    return length <= 0 || (length == 1 && record->text[element.start] == '^');
-}
-
 // Cuts the last element off a directory's path, keeping the '/' in front of it.
 pfa_status cut_last_element(vek_file *record, int path_index) {
-    pfa_bounds last = last_element(record, path_index);
-    if (names_nothing(record, last)) {
+    std::size_t size = parent_size(pfa_component_text(record, path_index, path_index));
+    if (size == NO_PARENT) {
         char path[PFA_PATH_SIZE];
-        (void)pfa_get_path(record, path); // resolves steps up and drops empty elements
+        (void)pfa_get_path(record, path); // takes back parent steps and drops empty elements
         (void)pfa_put_path(record, path);
-        last = last_element(record, path_index);
-        if (names_nothing(record, last)) {
+        size = parent_size(pfa_component_text(record, path_index, path_index));
+        if (size == NO_PARENT) {
             return PFA_E_ROOT_DIR;
         }
     }
-    record->text[last.start] = '\0';
-    record->bounds[path_index].end = last.start;
+    const auto end =
+        static_cast<std::int16_t>(record->bounds[path_index].start + static_cast<int>(size));
+    record->text[end] = '\0';
+    record->bounds[path_index].end = end;
     for (int i = path_index + 1; i < PFA_COMPONENTS; ++i) {
-        record->bounds[i] = {last.start, last.start};
+        record->bounds[i] = {end, end};
     }
     return PFA_E_NO_ERROR;
 }
@@ -126,13 +117,10 @@ pfa_status pfa_make_subdir(vek_file *directory, const char *name, vek_file *out)
     if (name == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
-    const vek_file before = *out;
-    (void)pfa_copy_vek_file(directory, out);
-    const pfa_status status = pfa_location_append(out, out, name);
-    if (status != PFA_E_NO_ERROR) {
-        *out = before;
-    }
-    return status;
+    return pfa_all_or_nothing(out, [&] {
+        (void)pfa_copy_vek_file(directory, out);
+        return pfa_location_append(out, out, name);
+    });
 }
 
 pfa_status pfa_make_parent(vek_file *record, vek_file *parent) {
@@ -140,8 +128,7 @@ pfa_status pfa_make_parent(vek_file *record, vek_file *parent) {
         return PFA_E_NOT_VALID;
     }
     const bool is_directory = pfa_is_dir(record);
-    int path_index = -1;
-    (void)pfa_get_component_mapping(record, nullptr, nullptr, &path_index);
+    const int path_index = pfa_role_index(record, PfaPathIdx);
     if (is_directory) {
         if (!pfa_has_location(record, nullptr)) {
             return parent_of_unlocated(record, parent);
@@ -150,17 +137,15 @@ pfa_status pfa_make_parent(vek_file *record, vek_file *parent) {
             return parent_of_root(record, parent);
         }
     }
-    const vek_file before = *parent;
-    (void)pfa_copy_vek_file(record, parent);
-    pfa_status status = pfa_make_absolute_path(parent);
-    if (status == PFA_E_NO_ERROR && is_directory) {
-        status = cut_last_element(parent, path_index);
-    }
-    if (status != PFA_E_NO_ERROR) {
-        *parent = before;
-    } else if (!is_directory) {
-        drop_file_part(parent);
-        parent->type = OBJ_TYPE_DIRECTORY;
-    }
-    return status;
+    return pfa_all_or_nothing(parent, [&] {
+        (void)pfa_copy_vek_file(record, parent);
+        pfa_status status = pfa_make_absolute_path(parent);
+        if (status == PFA_E_NO_ERROR && is_directory) {
+            status = cut_last_element(parent, path_index);
+        } else if (status == PFA_E_NO_ERROR) {
+            drop_file_part(parent);
+            parent->type = OBJ_TYPE_DIRECTORY;
+        }
+        return status;
+    });
 }

@@ -59,7 +59,7 @@ bool is_this_host(const char *host) {
 
 } // namespace
 
-int pfa_is_local(vek_file *record) {
+int pfa_is_local(const vek_file *record) {
     if (pfa_is_valid(record) == 0) {
         return -1;
     }

@@ -11,7 +11,7 @@ inline int pfa_is_valid(const vek_file *record) {
 // 1 when the file is on this host: it names no host, this machine's name in either case, or another
 // name of it that the resolver knows. Else 0; -1 for an invalid record. Only a record of the
 // standard filesystem with a host asks the resolver.
-int pfa_is_local(vek_file *record);
+int pfa_is_local(const vek_file *record);
 
 // Marks the record's file as lying on a file system that is not local. 1; 0 for an invalid record.
 int pfa_set_mounted(vek_file *record);

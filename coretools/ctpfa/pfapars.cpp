@@ -1,98 +1,19 @@
-// Parsing a name into a path record, and the standard form that fixes its object type.
+// Parses a name into a path record, and finds its object type: the standard form.
 #include "coretools/ctpfa/pfapars.h"
 
 #include "coretools/ctfileutil/objextension.h"
+#include "coretools/ctpfa/pfa_entry_kind.h"
 #include "coretools/ctpfa/pfa_std_location.h"
 #include "coretools/ctpfa/pfacomponent.h"
 #include "coretools/ctpfa/pfacurdir.h"
-#include "coretools/ctpfa/pfainfo.h"
-#include "coretools/ctpfa/pfaloc_call.h"
 #include "coretools/ctpfa/pfapars_internal.h"
 #include "coretools/ctpfa/pfaput.h"
+#include "coretools/ctpfa/pfarecord_internal.h"
 #include "coretools/genutil1/invstr.h"
 
-#include <cstdint>
-#include <cstdlib>
 #include <cstring>
 
 namespace {
-
-bool is_digit(char character) {
-    return character >= '0' && character <= '9';
-}
-
-// Cuts the '.' and the version off the end of name and answers the version, 0 when there is none. A
-// number that starts with 0 is no version, with or without a sign.
-std::int16_t cut_version(char *name) {
-    char *dot = std::strrchr(name, '.');
-    if (dot == nullptr || dot == name) {
-        return 0;
-    }
-    const char *number = dot + 1;
-    if (is_vers_string(number) == 0 || number[number[0] == '-' ? 1 : 0] == '0') {
-        return 0;
-    }
-    *dot = '\0';
-    return static_cast<std::int16_t>(std::strtol(number, nullptr, 10));
-}
-
-// Cuts the last '.' and the extension after it off name and answers the extension. Empty, and
-// nothing cut, when the '.' is the first or the last character.
-const char *cut_extension(char *name) {
-    char *dot = std::strrchr(name, '.');
-    if (dot == nullptr || dot == name || dot[1] == '\0') {
-        return "";
-    }
-    *dot = '\0';
-    return dot + 1;
-}
-
-// What the type looks like from the name alone. Only a text that is all location is a directory.
-int guess_type(const char *name, const char *extension) {
-    if (extension[0] == '\0') {
-        return OBJ_TYPE_NO_MEMBER;
-    }
-    const int type = extension_to_type(extension);
-    if (type == OBJ_TYPE_UNKNOWN_EXTENSION || type == OBJ_TYPE_DIRECTORY) {
-        return OBJ_TYPE_NO_MEMBER;
-    }
-    const int length = static_cast<int>(std::strlen(name));
-    if (length >= PFA_SHORT_NAME_SIZE && length > type_to_name_length(type)) {
-        return OBJ_TYPE_NO_MEMBER;
-    }
-    return is_invalid_name(name) && type_to_weird_chars_OK(type) == 0 ? OBJ_TYPE_NO_MEMBER : type;
-}
-
-// Fills a cleared record from text, a copy that is cut up on the way.
-pfa_status split(vek_file *record, int parse_location, char *text, int length) {
-    std::int16_t rest = 0;
-    if (parse_location != 0) {
-        const pfa_status result = pfa_parse_location(record, text, &rest, -1);
-        if (result != PFA_E_NO_ERROR) {
-            return result;
-        }
-        if (rest < 0 || rest > length) {
-            return PFA_E_ERROR;
-        }
-    }
-    char *name = text + rest;
-    if (name[0] == '\0') {
-        return pfa_put_obj_type(record, OBJ_TYPE_DIRECTORY);
-    }
-    std::int16_t version = 0;
-    const char *extension = "";
-    if (name[0] != '.') {
-        version = cut_version(name);
-        extension = cut_extension(name);
-    }
-    pfa_status result = pfa_put_component(record, PFA_NAME, name);
-    if (result == PFA_E_NO_ERROR) {
-        result = pfa_put_component(record, PFA_EXTENSION, extension);
-    }
-    record->type = static_cast<std::int16_t>(guess_type(name, extension));
-    record->version = version;
-    return result;
-}
 
 pfa_status expand_and_parse(vek_file *record, vek_file *base, const char *text, int directory) {
     char with_values[PFA_PATH_SIZE];
@@ -128,26 +49,29 @@ pfa_status expand_and_parse(vek_file *record, vek_file *base, const char *text, 
     return pfa_to_standard_form_private(record, directory);
 }
 
-bool breaks_name_rules(const vek_file *record) {
+bool is_invalid_member_name(const vek_file *record) {
     char name[PFA_PATH_SIZE];
     (void)pfa_get_component(record, PFA_NAME, name, PFA_PATH_SIZE);
     return name[0] == '.' || is_invalid_name(name);
 }
 
+bool asks_location(int directory) {
+    return directory != PFA_NO_DIRECTORY && directory != PFA_DIRECTORY;
+}
+
 // Types a record whose type is not known yet.
 pfa_status find_type(vek_file *record, int directory) {
-    const int invalid = breaks_name_rules(record) ? 1 : 0;
-    const pfa_status result =
-        pfa_put_extension_to_type(record, pfa_component_length(record, PFA_NAME), invalid);
-    if (result != PFA_E_NO_ERROR || directory == 0 || pfa_is_local(record) == 0) {
+    pfa_status result = pfa_put_extension_to_type(record, pfa_component_length(record, PFA_NAME),
+                                                  is_invalid_member_name(record) ? 1 : 0);
+    if (result != PFA_E_NO_ERROR || directory == PFA_NO_DIRECTORY || pfa_is_local(record) == 0) {
         return result;
     }
-    const pfa_status answer =
-        directory == 1 ? PFA_E_EXIST : pfa_status(pfaloc_call_F(record, PfaIsFolder));
-    if (answer == PFA_E_OUT_OF_MEMORY) {
-        return answer;
+    result =
+        asks_location(directory) ? pfa_status(pfaloc_call_F(record, PfaIsFolder)) : PFA_E_EXIST;
+    if (result == PFA_E_OUT_OF_MEMORY) {
+        return result;
     }
-    return answer == PFA_E_EXIST ? pfa_put_obj_type(record, OBJ_TYPE_DIRECTORY) : PFA_E_NO_ERROR;
+    return result == PFA_E_EXIST ? pfa_put_obj_type(record, OBJ_TYPE_DIRECTORY) : PFA_E_NO_ERROR;
 }
 
 } // namespace
@@ -165,38 +89,13 @@ pfa_status pfa_parse_to_vek_file_private(vek_file *record, vek_file *base, const
         strnlen(text, PFA_PATH_SIZE) == PFA_PATH_SIZE) {
         return PFA_E_INVALID_INPUT;
     }
-    vek_file before = *record;
-    const pfa_status result =
-        expand_and_parse(record, base == record ? &before : base, text, directory);
-    if (result != PFA_E_NO_ERROR) {
-        *record = before;
+    vek_file base_copy;
+    if (base == record) {
+        base_copy = *base;
+        base = &base_copy;
     }
-    return result;
-}
-
-pfa_status parse_to_pfa(vek_file *record, int parse_location, const char *text) {
-    if (pfa_is_valid(record) == 0) {
-        return PFA_E_NOT_VALID;
-    }
-    const std::size_t length = text != nullptr ? strnlen(text, PFA_PATH_SIZE) : PFA_PATH_SIZE;
-    if (length == PFA_PATH_SIZE) {
-        return PFA_E_INVALID_INPUT;
-    }
-    // The text may be the record's own.
-    char copy[PFA_PATH_SIZE];
-    std::memcpy(copy, text, length + 1);
-    const vek_file before = *record;
-    record->text[0] = '\0';
-    for (pfa_bounds &bounds : record->bounds) {
-        bounds = {0, 0};
-    }
-    record->version = 0;
-    record->type = OBJ_TYPE_NOT_YET;
-    const pfa_status result = split(record, parse_location, copy, static_cast<int>(length));
-    if (result != PFA_E_NO_ERROR) {
-        *record = before;
-    }
-    return result;
+    return pfa_all_or_nothing(record,
+                              [&] { return expand_and_parse(record, base, text, directory); });
 }
 
 pfa_status pfa_to_standard_form(vek_file *record) {
@@ -212,22 +111,4 @@ pfa_status pfa_to_standard_form_private(vek_file *record, int directory) {
         record->type = OBJ_TYPE_NOT_YET;
     }
     return result;
-}
-
-int is_vers_string(const char *text) {
-    if (text == nullptr) {
-        return 0;
-    }
-    const bool negative = text[0] == '-';
-    const char *digits = negative ? text + 1 : text;
-    if (!is_digit(digits[0]) || (digits[0] == '0' && !negative)) {
-        return 0;
-    }
-    for (const char *at = digits; *at != '\0'; ++at) {
-        if (!is_digit(*at)) {
-            return 0;
-        }
-    }
-    const long number = std::strtol(text, nullptr, 10);
-    return number >= INT16_MIN && number <= INT16_MAX ? 1 : 0;
 }

@@ -34,7 +34,7 @@ pfa_status pfa_to_standard_form(vek_file *record);
 pfa_status pfa_to_standard_form_private(vek_file *record, int directory);
 
 // 1 or 0; 0 for an invalid record.
-int pfa_path_is_absolute(vek_file *record);
+int pfa_path_is_absolute(const vek_file *record);
 
 // out becomes relative as seen from base. Any of the three may be the same record. An absolute
 // relative stays as it is, and so does every one when base holds no text. 0; 11, also for a base
@@ -56,15 +56,20 @@ int pfa_no_mixed_case(const vek_file *record);
 // unless it is 0. A directory without a location is "./". Name and extension are lower-cased when
 // lower is not 0, in the first form when pfa_no_mixed_case says so. 0; 1 when it does not fit; 11;
 // or the location type's answer. out is empty unless the answer is 0.
-pfa_status pfa_get_full_name(vek_file *record, char *out);
-pfa_status pfa_get_full_name_mixed_case(vek_file *record, char *out, int lower);
+pfa_status pfa_get_full_name(const vek_file *record, char *out);
+pfa_status pfa_get_full_name_mixed_case(const vek_file *record, char *out, int lower);
 
 // The parts of the full name that include (pfa_include) asks for. Without the name it is the
 // record's directory. Without the path, a record that has no name is written as pfa_get_name has
 // it. Results as above; 9 when only some of host, device and path are asked for and the record is
 // not of location type 1.
-pfa_status pfa_get_file_name(vek_file *record, int include, char *out);
-pfa_status pfa_get_file_name_mixed_case(vek_file *record, int include, char *out, int lower);
+pfa_status pfa_get_file_name(const vek_file *record, int include, char *out);
+pfa_status pfa_get_file_name_mixed_case(const vek_file *record, int include, char *out, int lower);
+
+// True if the record is a directory whose name (device and path, with the final '/') is written
+// exactly as `name`. A name that a directory really has can read as another one ("a\b", "^", "x::y"):
+// parse it and ask this, to see that it reads back as itself.
+bool pfa_is_directory_named(const vek_file *record, const char *name);
 
 // 1 when text is a version number: digits that do not start with 0, or '-' and digits, within 16
 // bits.

@@ -1,4 +1,5 @@
 // Expansion of '$' and '~' in a name, before it is parsed.
+#include "coretools/ctpfa/path_text.h"
 #include "coretools/ctpfa/pfacurdir.h"
 #include "coretools/ctpfa/pfamem.h"
 #include "coretools/ctpfa/pfapars.h"
@@ -10,22 +11,7 @@
 
 namespace {
 
-// A text that grows at its end within a capacity.
-struct growing_text {
-    char *text;
-    int length;
-    int capacity;
-
-    bool append(const char *from, std::size_t count) {
-        if (count >= static_cast<std::size_t>(capacity - length)) {
-            return false;
-        }
-        std::memcpy(text + length, from, count);
-        length += static_cast<int>(count);
-        text[length] = '\0';
-        return true;
-    }
-};
+using expanded_text = bounded_text<PFA_PATH_SIZE>;
 
 // The first character that ends a variable name, or the end of the text.
 const char *find_path_separator(const char *text) {
@@ -44,69 +30,84 @@ const char *value_of(const char *name, const char *end) {
     return std::getenv(variable);
 }
 
-} // namespace
-
-pfa_status substitute_env_vars(const char *in, char *out, int capacity) {
-    growing_text expanded = {out, 0, capacity};
+bool expand_variables(const char *in, expanded_text *out) {
     bool replaced = false;
-    // Copies text as written, or with the separators that follow from a replacement.
-    const auto copy = [&expanded, &replaced](const char *from, const char *to) {
-        const int start = expanded.length;
-        if (!expanded.append(from, static_cast<std::size_t>(to - from))) {
-            return false;
-        }
+    // Appends text as written, or with the separators that follow from a replacement.
+    const auto copy = [&](const char *from, const char *to) {
+        const std::size_t start = out->size();
+        const bool fits = out->append({from, static_cast<std::size_t>(to - from)});
         if (replaced) {
-            std::replace(expanded.text + start, expanded.text + expanded.length, '\\', '/');
+            std::replace(out->data() + start, out->data() + out->size(), '\\', '/');
         }
-        return true;
+        return fits;
     };
-
     while (true) {
         const char *dollar = in + std::strcspn(in, "$");
         if (!copy(in, dollar)) {
-            return PFA_E_INVALID_INPUT;
+            return false;
         }
         if (*dollar == '\0') {
-            return PFA_E_NO_ERROR;
+            return true;
         }
         const char *end = find_path_separator(dollar + 1);
         const char *value = value_of(dollar + 1, end);
         if (value == nullptr) {
             in = *end == '\0' ? end : end + 1;
             if (!copy(dollar, in)) {
-                return PFA_E_INVALID_INPUT;
+                return false;
             }
             continue;
         }
         if (!replaced) {
-            std::replace(expanded.text, expanded.text + expanded.length, '\\', '/');
+            std::replace(out->data(), out->data() + out->size(), '\\', '/');
             replaced = true;
         }
-        if (!expanded.append(value, std::strlen(value))) {
-            return PFA_E_INVALID_INPUT;
+        if (!out->append(value)) {
+            return false;
         }
         in = end;
     }
 }
 
+pfa_status append_home_directory(expanded_text *out) {
+    vek_file home;
+    char name[PFA_PATH_SIZE];
+    pfa_init_vek_file(&home);
+    const pfa_status known = pfa_get_home_dir(&home);
+    if (known == PFA_E_OUT_OF_MEMORY) {
+        return known;
+    }
+    const bool fits = known == PFA_E_NO_ERROR && pfa_get_full_name(&home, name) == PFA_E_NO_ERROR &&
+                      out->append(name);
+    return fits ? PFA_E_NO_ERROR : PFA_E_INVALID_INPUT;
+}
+
+pfa_status store(const expanded_text &text, char *out, int capacity) {
+    if (static_cast<int>(text.size()) >= capacity) {
+        return PFA_E_INVALID_INPUT;
+    }
+    text.copy_to(out);
+    return PFA_E_NO_ERROR;
+}
+
+} // namespace
+
+pfa_status substitute_env_vars(const char *in, char *out, int capacity) {
+    expanded_text expanded;
+    return expand_variables(in, &expanded) ? store(expanded, out, capacity) : PFA_E_INVALID_INPUT;
+}
+
 pfa_status substitute_unix_home_dir(const char *in, char *out, int capacity) {
-    growing_text expanded = {out, 0, capacity};
+    expanded_text expanded;
     if (in[0] == '~') {
-        if (in[1] != '\0' && in[1] != '/' && in[1] != '\\') {
-            return PFA_E_INVALID_INPUT;
+        if (in[1] != '\0' && !is_separator(in[1])) {
+            return PFA_E_INVALID_INPUT; // the home directory of a user
         }
-        vek_file home;
-        char name[PFA_PATH_SIZE];
-        pfa_init_vek_file(&home);
-        const pfa_status known = pfa_get_home_dir(&home);
-        if (known == PFA_E_OUT_OF_MEMORY) {
-            return known;
-        }
-        if (known != PFA_E_NO_ERROR || pfa_get_full_name(&home, name) != PFA_E_NO_ERROR ||
-            !expanded.append(name, std::strlen(name))) {
-            return PFA_E_INVALID_INPUT;
+        const pfa_status result = append_home_directory(&expanded);
+        if (result != PFA_E_NO_ERROR) {
+            return result;
         }
         in += in[1] == '\0' ? 1 : 2;
     }
-    return expanded.append(in, std::strlen(in)) ? PFA_E_NO_ERROR : PFA_E_INVALID_INPUT;
+    return expanded.append(in) ? store(expanded, out, capacity) : PFA_E_INVALID_INPUT;
 }

@@ -1,13 +1,11 @@
 // Setting the object type of a path record: what it does to name, extension and directory path.
 #include "coretools/ctfileutil/objextension.h"
+#include "coretools/ctpfa/path_text.h"
 #include "coretools/ctpfa/pfacomponent.h"
 #include "coretools/ctpfa/pfadirpath.h"
-#include "coretools/ctpfa/pfainfo.h"
-#include "coretools/ctpfa/pfaloc_call.h"
 #include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfaput.h"
-
-#include <cstring>
+#include "coretools/ctpfa/pfarecord_internal.h"
 
 namespace {
 
@@ -42,27 +40,23 @@ pfa_status turn_into_directory(vek_file *record) {
 // The last element of the directory path becomes the name, unless it is too long for a name of the
 // type that the record is about to get.
 pfa_status turn_back_into_file(vek_file *record, int type) {
-    const int index = pfaloc_call_F(record, PfaPathIdx);
-    if (index < PFA_HOST || index > PFA_PATH) {
+    const int index = pfa_role_index(record, PfaPathIdx);
+    if (index == -1) {
         return PFA_E_NO_ERROR;
     }
-    std::int16_t start = 0;
-    std::int16_t end = 0;
-    if (pfa_comp_last_delim_range(record, index, '/', &start, &end) == 0) {
-        return PFA_E_NO_ERROR;
-    }
-    const int length = end - start;
-    if (length >= PFA_SHORT_NAME_SIZE && type != OBJ_TYPE_NO_MEMBER && type != OBJ_TYPE_NOT_YET) {
-        return PFA_E_NO_ERROR;
-    }
-    // Both lie in the record's text, which the stores below move.
     const vek_file before = *record;
-    const pfa_bounds path = before.bounds[index];
-    const pfa_status result =
-        pfa_put_component_len(record, index, before.text + path.start, start - path.start);
-    return result == PFA_E_NO_ERROR
-               ? pfa_put_component_len(record, PFA_NAME, before.text + start, length)
-               : result;
+    const std::string_view path = pfa_component_text(&before, index, index);
+    const std::string_view element = last_element(path);
+    const bool fits = element.size() < PFA_SHORT_NAME_SIZE || type == OBJ_TYPE_NO_MEMBER ||
+                      type == OBJ_TYPE_NOT_YET;
+    if (element.empty() || !fits) {
+        return PFA_E_NO_ERROR;
+    }
+    const pfa_status result = pfa_put_component_len(record, index, path.data(),
+                                                    static_cast<int>(element.data() - path.data()));
+    return result == PFA_E_NO_ERROR ? pfa_put_component_len(record, PFA_NAME, element.data(),
+                                                            static_cast<int>(element.size()))
+                                    : result;
 }
 
 pfa_status change_type(vek_file *record, int type, int lower) {
@@ -104,12 +98,7 @@ pfa_status pfa_put_obj_type_lower(vek_file *record, int type, int lower) {
         record->type = static_cast<std::int16_t>(type);
         return PFA_E_NO_ERROR;
     }
-    const vek_file before = *record;
-    const pfa_status result = change_type(record, type, lower);
-    if (result != PFA_E_NO_ERROR) {
-        *record = before;
-    }
-    return result;
+    return pfa_all_or_nothing(record, [&] { return change_type(record, type, lower); });
 }
 
 pfa_status pfa_put_extension_to_type(vek_file *record, int name_length, int name_invalid) {

@@ -11,6 +11,7 @@
 #include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfastream.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -18,10 +19,14 @@
 
 namespace {
 
-enum version_selector : int { OWN_VERSION = 0, LATEST_VERSION = 1, NEXT_VERSION = 2 };
+// The types of IGS, SET, VDA and DXF files, which other systems write.
+constexpr int FIRST_EXCHANGE_TYPE = 134;
+constexpr int LAST_EXCHANGE_TYPE = 137;
+
+constexpr int NO_FILE = -1; // a maximum of no version at all
 
 // What a walk over a directory has found of a name: the highest version of an entry that is the
-// name exactly, and of one that differs from it only in case. -1 for none, 0 for no version.
+// name exactly, and of one that differs from it only in case. 0 is a file without version.
 struct found_versions {
     const char *name;
     std::size_t name_length;
@@ -30,9 +35,7 @@ struct found_versions {
 };
 
 void take_max_vers(int *maximum, int version) {
-    if (version > *maximum) {
-        *maximum = version;
-    }
+    *maximum = std::max(*maximum, version);
 }
 
 // Looks at every entry and passes over it, so that one read runs through the whole directory.
@@ -66,7 +69,8 @@ pfa_status pfa_search_file_versions(vek_file *directory, found_versions *found) 
 
 // Whether names of this type, or in this location, are the same in either case.
 bool ignores_case(vek_file *directory, int type) {
-    return type == OBJ_TYPE_NO_MEMBER || (type >= 134 && type <= 137) ||
+    return type == OBJ_TYPE_NO_MEMBER ||
+           (type >= FIRST_EXCHANGE_TYPE && type <= LAST_EXCHANGE_TYPE) ||
            pfaloc_call_F(directory, PfaCaseSensitiveLoc) == 0;
 }
 
@@ -76,24 +80,25 @@ pfa_status pfa_get_file_vers_low(vek_file *directory, const char *name, int sele
     if (opened != PFA_E_NO_ERROR) {
         return opened == PFA_E_OUT_OF_MEMORY ? opened : PFA_E_NO_ACCESS;
     }
-    found_versions found = {name, std::strlen(name), -1, -1};
+    found_versions found = {name, std::strlen(name), NO_FILE, NO_FILE};
     pfa_status result = pfa_search_file_versions(directory, &found);
     int highest = found.exact;
     if (found.other_case > highest && ignores_case(directory, type)) {
         highest = found.other_case;
     }
     (void)pfa_close(directory);
-    if (result == PFA_E_NO_ERROR && selector == LATEST_VERSION && highest == -1) {
+    if (result == PFA_E_NO_ERROR && selector == PFA_LATEST_VERSION && highest == NO_FILE) {
         result = PFA_E_NOT_FOUND;
     }
     if (result != PFA_E_NO_ERROR) {
         return result;
     }
-    if (selector == LATEST_VERSION) {
+    if (selector == PFA_LATEST_VERSION) {
         *version = highest;
+    } else if (highest == NO_FILE) {
+        *version = 1;
     } else {
-        // A file without a version stands for the first.
-        *version = highest == -1 ? 1 : highest == 0 ? 2 : highest + 1;
+        *version = std::max(highest, 1) + 1; // a file without a version stands for the first
     }
     return PFA_E_NO_ERROR;
 }
@@ -104,10 +109,10 @@ pfa_status pfa_get_file_vers(vek_file *record, int selector, int *version) {
     if (pfa_is_valid(record) == 0) {
         return PFA_E_NOT_VALID;
     }
-    if (version == nullptr || selector < OWN_VERSION || selector > NEXT_VERSION) {
+    if (version == nullptr || selector < PFA_OWN_VERSION || selector > PFA_NEXT_VERSION) {
         return PFA_E_INVALID_INPUT;
     }
-    if (selector == OWN_VERSION) {
+    if (selector == PFA_OWN_VERSION) {
         *version = record->version;
         return PFA_E_NO_ERROR;
     }

@@ -3,6 +3,12 @@
 
 #include "coretools/ctpfa/vek_file.h"
 
+enum pfa_version_selector : int {
+    PFA_OWN_VERSION = 0,
+    PFA_LATEST_VERSION = 1,
+    PFA_NEXT_VERSION = 2,
+};
+
 // Stores a version of the record's file in *version:
 //   selector 0  the record's own version
 //   selector 1  the highest version in the record's directory, 0 for a file without version

@@ -1,0 +1,48 @@
+// The rules of directory paths, as text. Nothing here knows a record, a location type or the disk.
+//
+// A path is a row of elements, each with a '/' behind it; a path that starts with '/' is absolute.
+// There are two forms:
+//   stored   in a path record: the element "^" is a parent step, as in "a/^/b/"
+//   written  everywhere else: the element ".." is a parent step, as in "a/../b/"
+#pragma once
+
+#include "coretools/ctpfa/vek_file.h"
+#include "coretools/genutil1/bounded_text.h"
+
+#include <cstddef>
+#include <string_view>
+
+// A path under construction; long enough for two that fit in a record.
+using path_text = bounded_text<2 * PFA_PATH_SIZE>;
+
+// In the paths that users write, '\' separates elements as well.
+constexpr bool is_separator(char character) {
+    return character == '/' || character == '\\';
+}
+
+// Returns the size of the directory part of a name: up to and including its last separator.
+std::size_t directory_part_size(std::string_view name);
+
+// Returns the last element of `path` without its '/'; empty if there is none.
+std::string_view last_element(std::string_view path, char separator = '/');
+
+constexpr std::size_t NO_PARENT = std::string_view::npos;
+// Returns the size of `path` without its last element. NO_PARENT if a parent step has nothing to
+// take back there: no element, an empty one, or another parent step.
+std::size_t parent_size(std::string_view path);
+
+// The functions below return false if the result does not fit.
+
+// Stores in *stored the stored form of a path that a user wrote: "./" elements are dropped, and a
+// relative path stays relative ("./" and "//x/" is "x/"); "../" becomes "^/"; the last element gets
+// its '/'.
+[[nodiscard]] bool path_to_stored(std::string_view path, path_text *stored);
+
+// Stores in *written the written form of a stored path: empty elements are dropped, and each parent
+// step takes back the element before it, or stays where there is none.
+[[nodiscard]] bool path_to_written(std::string_view stored, path_text *written);
+
+// Takes back, in the written path that starts at `start` of *path, the elements that parent steps
+// follow, and drops empty elements. Steps at the start of a relative path stay. Returns false if an
+// absolute path climbs above its root.
+[[nodiscard]] bool take_back_steps(path_text *path, std::size_t start);

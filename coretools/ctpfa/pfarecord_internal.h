@@ -1,0 +1,37 @@
+// What the files that read and write path records share.
+#pragma once
+
+#include "coretools/ctpfa/pfainfo.h"
+#include "coretools/ctpfa/pfaloc_call.h"
+
+#include <string_view>
+
+// The text of components `first` to `last` of a valid record.
+inline std::string_view pfa_component_text(const vek_file *record, int first, int last) {
+    const int start = record->bounds[first].start;
+    return {record->text + start, static_cast<std::size_t>(record->bounds[last].end - start)};
+}
+
+// True for the index of a component that can hold a host, a device or a path.
+constexpr bool pfa_is_location_index(int index) {
+    return index >= PFA_HOST && index <= PFA_PATH;
+}
+
+// Returns the component in which the record's location type keeps what `method` (PfaHostIdx,
+// PfaDeviceIdx or PfaPathIdx) asks for, -1 if it keeps none. These methods only read the record.
+template <class Method>
+int pfa_role_index(const vek_file *record, Method method) {
+    const int index = pfaloc_call_F(const_cast<vek_file *>(record), method);
+    return pfa_is_location_index(index) ? index : -1;
+}
+
+// Runs `change` on a record and puts the record back if it fails.
+template <class Change>
+pfa_status pfa_all_or_nothing(vek_file *record, Change change) {
+    const vek_file before = *record;
+    const pfa_status result = change();
+    if (result != PFA_E_NO_ERROR) {
+        *record = before;
+    }
+    return result;
+}
