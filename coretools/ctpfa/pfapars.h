@@ -67,8 +67,8 @@ pfa_status pfa_get_file_name(const vek_file *record, int include, char *out);
 pfa_status pfa_get_file_name_mixed_case(const vek_file *record, int include, char *out, int lower);
 
 // True if the record is a directory whose name (device and path, with the final '/') is written
-// exactly as `name`. A name that a directory really has can read as another one ("a\b", "^", "x::y"):
-// parse it and ask this, to see that it reads back as itself.
+// exactly as `name`. A name that a directory really has can read as another one ("a\b", "^",
+// "x::y"): parse it and ask this, to see that it reads back as itself.
 bool pfa_is_directory_named(const vek_file *record, const char *name);
 
 // 1 when text is a version number: digits that do not start with 0, or '-' and digits, within 16

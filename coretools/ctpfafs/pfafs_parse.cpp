@@ -10,264 +10,228 @@
 // The host form is the one the user writes; written back, a relative path on a host has one colon
 // and a device no slash that is not the path's. The neutral form can hold every part beside every
 // other. '^' in a stored path is its parent step, ".." in both forms.
+#include "coretools/ctpfa/path_text.h"
 #include "coretools/ctpfa/pfa_std_location.h"
 #include "coretools/ctpfa/pfacomponent.h"
 #include "coretools/ctpfa/pfaget.h"
 #include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfaput.h"
+#include "coretools/ctpfa/pfarecord_internal.h"
 #include "coretools/ctpfafs/pfafs_internal.h"
 #include "coretools/ctpfafs/vek_is_dir.h"
+#include "coretools/ctstrutil/ascii.h"
 
+#include <algorithm>
 #include <cstring>
+#include <string_view>
 
 namespace {
 
-// A piece of the name being claimed. Hosts and devices are never empty when they are there.
-struct piece {
-    int start = 0;
-    int length = 0;
-};
-
+// Where a name says that its file is. Host and device are parts of the name, empty if absent.
 struct location {
-    piece host;
-    piece device;
-    int path = 0; // where the directory path begins
+    std::string_view host;
+    std::string_view device;
+    std::size_t path = 0; // where the directory path begins
 };
 
-bool is_separator(char character) {
-    return character == '/' || character == '\\';
-}
-
-bool is_letter(char character) {
-    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
-}
-
-// The host or device of a neutral name that begins at start: it ends at a '|' or '/', must not be
-// empty, and holds fewer than 32 characters. A '|' behind it only ends it. False: no such piece.
-bool take_neutral_piece(const char *name, int start, piece *out, int *path) {
-    const int length = static_cast<int>(std::strcspn(name + start, "|/"));
-    const char end = name[start + length];
-    if (length == 0 || length >= PFA_HOST_SIZE || end == '\0') {
+// Takes the host or device that begins at `start` of a neutral name: 1 to PFA_HOST_SIZE - 1
+// characters that a '|' or '/' ends. Stores where the rest begins, behind a '|'. False if there is
+// none.
+bool take_neutral_part(std::string_view name, std::size_t start, std::string_view *part,
+                       std::size_t *rest) {
+    const std::size_t end = name.find_first_of("|/", start);
+    if (end == name.npos || end == start || end - start >= PFA_HOST_SIZE) {
         return false;
     }
-    *out = {start, length};
-    *path = start + length + (end == '|' ? 1 : 0);
+    *part = name.substr(start, end - start);
+    *rest = end + (name[end] == '|' ? 1 : 0);
     return true;
 }
 
-// Exactly three slashes and something more.
-bool begins_neutral_device(const char *text) {
-    return std::strncmp(text, "///", 3) == 0 && text[3] != '/' && text[3] != '\0';
+// True for exactly three slashes and something more.
+bool begins_neutral_device(std::string_view text) {
+    return text.size() > 3 && text.starts_with("///") && text[3] != '/';
 }
 
 // A name that begins with three slashes or more. Exactly five begin a host and exactly three a
 // device; any other number is the one slash of an absolute path.
-bool split_neutral(const char *name, location *out) {
-    const int slashes = static_cast<int>(std::strspn(name, "/"));
+bool split_neutral(std::string_view name, location *out) {
+    const std::size_t slashes = std::min(name.find_first_not_of('/'), name.size());
     if (slashes == 5) {
-        if (!take_neutral_piece(name, 5, &out->host, &out->path)) {
+        if (!take_neutral_part(name, slashes, &out->host, &out->path)) {
             return false;
         }
-        const int after_host = out->host.start + out->host.length;
-        return !begins_neutral_device(name + after_host) ||
-               take_neutral_piece(name, after_host + 3, &out->device, &out->path);
+        const std::size_t after_host = slashes + out->host.size();
+        return !begins_neutral_device(name.substr(after_host)) ||
+               take_neutral_part(name, after_host + 3, &out->device, &out->path);
     }
     if (slashes == 3) {
-        return name[3] == '\0' || take_neutral_piece(name, 3, &out->device, &out->path);
+        return name.size() == slashes || take_neutral_part(name, slashes, &out->device, &out->path);
     }
     out->path = slashes - 1;
     return true;
 }
 
 // "$device/" where the path would begin.
-bool split_dollar_device(const char *name, location *out) {
-    const char *text = name + out->path;
-    const char *slash = text[0] == '$' ? std::strchr(text, '/') : nullptr;
-    const int length = slash != nullptr ? static_cast<int>(slash - text) - 1 : 0;
-    if (length == 0) {
+bool split_dollar_device(std::string_view name, location *out) {
+    const std::string_view text = name.substr(out->path);
+    const std::size_t slash = text.find('/');
+    if (!text.starts_with('$') || slash == text.npos || slash == 1) {
         return true;
     }
-    if (length >= PFA_HOST_SIZE) {
-        return false;
-    }
-    out->device = {out->path + 1, length};
-    out->path = static_cast<int>(slash - name);
-    return true;
+    out->device = text.substr(1, slash - 1);
+    out->path += slash;
+    return out->device.size() < PFA_HOST_SIZE;
 }
 
 // "\\host\c$\": the share through which a drive is administered. Two backslashes with no other
 // behind them begin an ordinary path.
-bool split_drive_share(const char *name, location *out) {
-    const char *after_host = std::strchr(name + 2, '\\');
-    if (after_host == nullptr) {
+bool split_drive_share(std::string_view name, location *out) {
+    const std::size_t after_host = name.find('\\', 2);
+    if (after_host == name.npos) {
         return true;
     }
-    const int length = static_cast<int>(after_host - name) - 2;
-    if (length == 0 || length >= PFA_HOST_SIZE || !is_letter(after_host[1]) ||
-        after_host[2] != '$' || after_host[3] != '\\') {
-        return false;
-    }
-    out->host = {2, length};
-    out->device = {length + 3, 1};
-    out->path = length + 5;
-    return true;
+    const std::string_view drive = name.substr(after_host + 1, 3);
+    out->host = name.substr(2, after_host - 2);
+    out->device = drive.substr(0, 1);
+    out->path = after_host + 3;
+    return !out->host.empty() && out->host.size() < PFA_HOST_SIZE && drive.size() == 3 &&
+           is_letter(drive[0]) && drive.ends_with("$\\");
 }
 
-// colon is the first ':' of the name, or null. Behind a host stands another, or a '/'; any other
-// colon is a character like any other.
-bool split_host_form(const char *name, const char *colon, location *out) {
-    if (colon == nullptr && name[0] == '\\' && name[1] == '\\') {
+// `colon` is the index of the first ':' of the name, npos for none. It ends a host if another one
+// or a '/' follows; any other colon is a character like any other.
+bool split_host_form(std::string_view name, std::size_t colon, location *out) {
+    if (colon == name.npos && name.starts_with("\\\\")) {
         return split_drive_share(name, out);
     }
-    if (colon != nullptr) {
-        const int length = static_cast<int>(colon - name);
-        if (length > 0 && length < PFA_HOST_SIZE && (colon[1] == ':' || colon[1] == '/')) {
-            out->host = {0, length};
-            out->path = length + (colon[1] == ':' ? 2 : 1);
+    if (colon != name.npos && colon > 0 && colon < PFA_HOST_SIZE) {
+        const std::string_view behind = name.substr(colon + 1);
+        if (behind.starts_with(':') || behind.starts_with('/')) {
+            out->host = name.substr(0, colon);
+            out->path = colon + (behind[0] == ':' ? 2 : 1);
         }
     }
     return split_dollar_device(name, out);
 }
 
-// Copies the directory path at the start of text: up to its last separator, and with it a last
-// piece of "." or "..", which name directories. A ".." behind other segments needs its separator to
-// be a parent step. Answers where the rest of the text begins.
-int take_path(const char *text, char (&path)[PFA_PATH_SIZE + 1]) {
-    int length = static_cast<int>(std::strlen(text));
-    while (length > 0 && !is_separator(text[length - 1])) {
-        --length;
+// Takes the directory path at the start of a name without its location: up to its last separator,
+// and with it a last piece of "." or "..", which name directories. Returns where the rest begins.
+std::size_t take_path(std::string_view name, path_text *path) {
+    const std::size_t size = directory_part_size(name);
+    const std::string_view rest = name.substr(size);
+    const bool is_directory = rest == "." || rest == "..";
+    // What fits in a name fits in a path_text.
+    (void)path->append(name.substr(0, size));
+    if (is_directory && (size == 0 || rest == "..")) {
+        (void)path->append(rest);
+        (void)(size == 0 || path->append('/')); // behind other elements a step needs its separator
     }
-    int rest = length;
-    const char *step = "";
-    if (std::strcmp(text + length, ".") == 0) {
-        rest += 1;
-        step = length == 0 ? "." : "";
-    } else if (std::strcmp(text + length, "..") == 0) {
-        rest += 2;
-        step = length == 0 ? ".." : "../";
-    }
-    std::memcpy(path, text, static_cast<std::size_t>(length));
-    std::memcpy(path + length, step, std::strlen(step) + 1);
-    return rest;
+    return is_directory ? name.size() : size;
 }
 
-// Stores the directory path that begins at start. With a rest offset it ends where the last piece
-// of the name begins; without one the whole name is the path.
-bool put_path(vek_file *record, const char *name, int start, std::int16_t *rest) {
+// Stores the directory path that begins at `start`, and in *rest where it ends; without `rest` all
+// of the name is path.
+bool put_path(vek_file *record, std::string_view name, std::size_t start, std::int16_t *rest) {
     if (rest == nullptr) {
-        return pfa_put_path(record, name + start) == PFA_E_NO_ERROR;
+        return pfa_put_path(record, name.data() + start) == PFA_E_NO_ERROR;
     }
-    char path[PFA_PATH_SIZE + 1];
-    const int path_end = take_path(name + start, path);
-    if (pfa_put_path(record, path) != PFA_E_NO_ERROR) {
+    path_text path;
+    const std::size_t path_end = take_path(name.substr(start), &path);
+    if (pfa_put_path(record, path.c_str()) != PFA_E_NO_ERROR) {
         return false;
     }
     *rest = static_cast<std::int16_t>(start + path_end);
     return true;
 }
 
-bool put_piece(vek_file *record, int index, const char *name, const piece &part) {
-    return pfa_put_component_len(record, index, name + part.start, part.length) == PFA_E_NO_ERROR;
+bool put_part(vek_file *record, int index, std::string_view part) {
+    return pfa_put_component_len(record, index, part.empty() ? "" : part.data(),
+                                 static_cast<int>(part.size())) == PFA_E_NO_ERROR;
 }
 
-// 0, or 9 when the name is not one of this location. A name that is declined for its form leaves
-// the record as it was.
-int pfafs_claim_location(vek_file *record, const char *name, const char *colon,
+// A name that is declined for its form leaves the record as it was.
+int pfafs_claim_location(vek_file *record, const char *text, const char *colon,
                          std::int16_t *rest) {
-    if (name == nullptr || std::strlen(name) >= PFA_PATH_SIZE) {
+    if (text == nullptr || std::strlen(text) >= PFA_PATH_SIZE) {
         return PFA_E_INVALID_INPUT;
     }
+    const std::string_view name(text);
+    const std::size_t colon_at =
+        colon == nullptr ? name.npos : static_cast<std::size_t>(colon - text);
     location found;
-    const bool split = std::strncmp(name, "///", 3) == 0 ? split_neutral(name, &found)
-                                                         : split_host_form(name, colon, &found);
-    if (!split || !put_piece(record, PFA_HOST, name, found.host) ||
-        !put_piece(record, PFA_DEVICE, name, found.device) ||
-        !put_path(record, name, found.path, rest)) {
+    const bool split = name.starts_with("///") ? split_neutral(name, &found)
+                                               : split_host_form(name, colon_at, &found);
+    if (!split || !put_part(record, PFA_HOST, found.host) ||
+        !put_part(record, PFA_DEVICE, found.device) || !put_path(record, name, found.path, rest)) {
         return PFA_E_INVALID_INPUT;
     }
     return PFA_E_NO_ERROR;
 }
 
-// A location string under construction. Text that does not fit makes it fail as a whole: a string
-// cut short would name another place.
-struct location_text {
-    char *out;
-    std::int16_t *length;
-    int capacity;
-    bool fits = true;
+// A location text under construction.
+using location_text = bounded_text<PFA_PATH_SIZE>;
 
-    void add(const char *text) {
-        fits = fits && *length + static_cast<int>(std::strlen(text)) < capacity &&
-               pfa_strcat(text, out, length) == 1;
-    }
+std::string_view component(const vek_file *record, int index) {
+    return pfa_component_text(record, index, index);
+}
 
-    void add(const vek_file *record, int component) {
-        fits = fits &&
-               pfa_append_component(record, component, out, length, capacity) == PFA_E_NO_ERROR;
+// Appends a location text to out[*length]. One that does not fit is not written at all: a text cut
+// short would name another place.
+pfa_status append_whole(const location_text &text, char *out, std::int16_t *length, int capacity) {
+    if (*length < 0 || static_cast<int>(text.size()) >= capacity - *length) {
+        return PFA_E_ERROR;
     }
-};
+    text.copy_to(out + *length);
+    *length = static_cast<std::int16_t>(*length + static_cast<int>(text.size()));
+    return PFA_E_NO_ERROR;
+}
 
 // Host, device and the path as it is displayed. A device beside a host is not written, and nothing
 // tells a relative path on a host from a name with a colon in it.
 int pfafs_full_loc_string(vek_file *record, char *out, std::int16_t *length, int capacity) {
-    location_text text{out, length, capacity};
-    if (text.out == nullptr || text.length == nullptr) {
+    if (out == nullptr || length == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
     char path[PFA_PATH_SIZE];
-    const int result = pfa_get_path(record, path);
+    const pfa_status result = pfa_get_path(record, path);
     if (result != PFA_E_NO_ERROR) {
         return result;
     }
-    if (pfa_has_component(record, PFA_HOST)) {
-        text.add(record, PFA_HOST);
-        text.add(":");
-    } else if (pfa_has_component(record, PFA_DEVICE)) {
-        text.add("$");
-        text.add(record, PFA_DEVICE);
-        text.add(path[0] == '\0' ? "/" : "");
+    const std::string_view host = component(record, PFA_HOST);
+    const std::string_view device = component(record, PFA_DEVICE);
+    location_text text;
+    bool fits = true;
+    if (!host.empty()) {
+        fits = text.append(host) && text.append(':');
+    } else if (!device.empty()) {
+        fits = text.append('$') && text.append(device) && (path[0] != '\0' || text.append('/'));
     }
-    text.add(path);
-    return text.fits ? PFA_E_NO_ERROR : PFA_E_ERROR;
+    return fits && text.append(path) ? append_whole(text, out, length, capacity) : PFA_E_ERROR;
 }
 
-// Whether a host or device can be read back: in the neutral form it ends at the first of these.
-bool is_neutral_piece(const vek_file *record, int index) {
-    char text[PFA_PATH_SIZE];
-    return pfa_get_component(record, index, text, PFA_PATH_SIZE) == PFA_E_NO_ERROR &&
-           std::strpbrk(text, "|/") == nullptr;
-}
-
-// 4 when the host or device holds a character that ends it in this form. Behind them, a path that
-// does not begin with '/' is set off by a '|'.
+// The same in a form in which every part can be read back. Fails with PFA_E_INVALID_NAME if host or
+// device hold a character that ends them there. Behind them a '|' sets off a path that does not
+// begin with '/'.
 int pfafs_neut_loc_string(vek_file *record, char *out, std::int16_t *length, int capacity) {
-    location_text text{out, length, capacity};
-    if (text.out == nullptr || text.length == nullptr) {
+    if (out == nullptr || length == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
-    if (!is_neutral_piece(record, PFA_HOST) || !is_neutral_piece(record, PFA_DEVICE)) {
+    const std::string_view host = component(record, PFA_HOST);
+    const std::string_view device = component(record, PFA_DEVICE);
+    if (host.find_first_of("|/") != host.npos || device.find_first_of("|/") != device.npos) {
         return PFA_E_INVALID_NAME;
     }
     char path[PFA_PATH_SIZE];
-    const int result = pfa_get_path(record, path);
+    const pfa_status result = pfa_get_path(record, path);
     if (result != PFA_E_NO_ERROR) {
         return result;
     }
-    const bool has_host = pfa_has_component(record, PFA_HOST) != 0;
-    const bool has_device = pfa_has_component(record, PFA_DEVICE) != 0;
-    if (has_host) {
-        text.add("/////");
-        text.add(record, PFA_HOST);
-    }
-    if (has_device) {
-        text.add("///");
-        text.add(record, PFA_DEVICE);
-    }
-    if ((has_host || has_device) && path[0] != '/') {
-        text.add("|");
-    }
-    text.add(path);
-    return text.fits ? PFA_E_NO_ERROR : PFA_E_ERROR;
+    location_text text;
+    const bool fits = (host.empty() || (text.append("/////") && text.append(host))) &&
+                      (device.empty() || (text.append("///") && text.append(device))) &&
+                      (text.empty() || path[0] == '/' || text.append('|')) && text.append(path);
+    return fits ? append_whole(text, out, length, capacity) : PFA_E_ERROR;
 }
 
 // PFA_E_EXIST when the name is a directory, as it is written or in the case in which names of its
