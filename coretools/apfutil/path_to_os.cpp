@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
-// Trailing bytes of multi-byte (EUC) characters are never ASCII, so bytes can be looked at singly.
+// No byte of a multi-byte (EUC) character is ASCII, so bytes can be looked at singly.
 void pfu_path_to_os(char *text, int host_kind) {
     if (text == nullptr || (host_kind != PFU_HOST_POSIX && host_kind != PFU_HOST_BACKSLASH)) {
         return;

@@ -2,6 +2,7 @@
 // A notice keeps the errno of the call.
 #include "coretools/ctdci/dci.h"
 
+#include "coretools/ctmisc/report_services_internal.h"
 #include "coretools/ctpfa/pfadircache.h"
 
 #include <cstring>

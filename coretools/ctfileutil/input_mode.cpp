@@ -1,6 +1,8 @@
 // The input mode of the process.
 #include "coretools/ctfileutil/input_mode.h"
 
+#include "coretools/ctmisc/report_services_internal.h"
+
 #include <atomic>
 
 namespace {

@@ -1,4 +1,4 @@
-// Runs bookkeeping of the memory layer so that exhausted memory cannot jump out of it.
+// Bookkeeping of the memory layer that exhausted memory must not jump out of.
 #include "coretools/ctmemmgr/memory_trap.h"
 
 #include "basictk/baselib/inc/thrTrap.h"

@@ -1,46 +1,60 @@
-// Reports of serious errors: silent unless switched on, fatal, or handed to the traps.
+// Reports of serious errors.
 //
-// name is the place that reports; format and the arguments after it go through vek_vsprintf. Both
-// may be null: the text that needs them is left out, and so is a message that the engine refuses.
-// Everything is printed on standard output. Any thread may report; reports of one kind never mix.
+// Three grades, of which only the second shows in a program that switches nothing on:
+//   dbg_err_crash, dbg_err_syserr, dbg_print_info   silent until the verbose mode or another run
+//                                                   mode than the user's is set
+//   err_crash                                       printed, ends the process with status 2
+//   error_break                                     exhausted memory: handed to the trap frames
+//                                                   (thrTrap.h); its own report is a dbg_err_crash,
+//                                                   so silent by default
+//
+// `name` is the place that reports; `format` and its arguments are vek_vsprintf's. Both may be
+// null: the text that needs them is left out. Everything is printed on standard output. Any thread
+// may call; reports of one function do not mix.
 #pragma once
 
-// A serious internal error. Does nothing and answers 0 while the verbose mode is off or another
-// report of this kind is under way on any thread. Otherwise prints (outside the user run mode),
-// ends the process or continues as set_dbg_err_crash and the callback say, and answers 1.
+// A serious internal error. Returns 0, and does nothing, while the verbose mode is off or another
+// dbg_err_crash is under way on any thread. Otherwise prints name and message (outside the user run
+// mode), ends the process or continues as set_dbg_err_crash and the callback say, and returns 1.
 int dbg_err_crash(const char *name, const char *format, ...);
 
-// A failed system call: 0 and silent while the verbose mode is off, else 1; prints outside the user
-// run mode.
+// A failed system call. Returns 0, silent, while the verbose mode is off, else 1. Prints outside
+// the user run mode only.
 int dbg_err_syserr(const char *name, const char *format, ...);
 
-// A trace: 0 and silent in the user run mode, else 1.
+// A trace. Returns 0, silent, in the user run mode, else 1.
 int dbg_print_info(const char *name, const char *format, ...);
 
-// A fatal error: prints name and text, then crash. Where that returns, answers 0.
+// A fatal error: prints name and text, then calls crash(), and returns 0 if that returns.
 int err_crash(const char *name, const char *text);
 
-// A recoverable error. Reports text, a format without arguments, then hands TRP_CLASS_MEMORY to the
-// traps: control passes to the innermost frame of this thread that takes it, and every mutex of the
-// thread is released first. Returns, with the mutexes gone, when no frame takes it: the caller must
-// then cope with the failure itself.
+// Memory is exhausted, or a container has reached its limit. Passes `text` to the message hook and
+// to dbg_err_crash, where it is a format without arguments, and then calls
+// trp_execute(TRP_CLASS_MEMORY): the thread's mutexes are released, and if a trap frame of the
+// thread takes the class, control jumps there and this call never returns. Without such a frame, as
+// in the catalog tool, it returns, and the caller must cope with the failure itself.
 void error_break(const char *text);
 
-// The verbose mode: the master switch of dbg_err_crash and dbg_err_syserr, off at first.
+// The verbose mode: the master switch of dbg_err_crash and dbg_err_syserr, 0 (off) at first.
 void set_verbose_mode(int on);
 int get_verbose_mode();
 
-// Whether a serious error ends the process: 1 it does, 0 it does not, -1 (at first) decided at the
-// next report: 0 in the user run mode, else 1.
-void set_dbg_err_crash(int ends_process);
+// What a serious error does. At first undecided: the next report decides, DBG_ERR_CONTINUES in the
+// user run mode, else DBG_ERR_ENDS_PROCESS.
+constexpr int DBG_ERR_UNDECIDED = -1;
+constexpr int DBG_ERR_CONTINUES = 0;
+constexpr int DBG_ERR_ENDS_PROCESS = 1;
+void set_dbg_err_crash(int what_it_does);
 
-// Asked before a serious error ends the process, unless the input mode, the run mode and the
-// environment variable DBG_ERR_SHOW_DIALOG leave it out: nonzero ends it, zero continues. message
-// may be null and lives until the callback returns. The setter answers
-// the callback that was installed before.
+// Called before a serious error ends the process; ends it if the result is not 0. The first report
+// decides whether it is called at all: not if the input mode is 1 and either the run mode is
+// RUN_MODE_REGRESSION or RUN_MODE_NO_CALLBACK or the environment has no DBG_ERR_SHOW_DIALOG.
+// `message` is the whole text, null if there is none, and lives until the callback returns. The
+// setter returns the callback that was installed before.
 using dbg_crash_callback = int (*)(const char *name, const char *message);
 dbg_crash_callback set_dbg_err_crash_callback(dbg_crash_callback callback);
 
+// The locks under which the functions above print. Recursive.
 void lock_dbg_crash();
 void unlock_dbg_crash();
 void lock_dbg_err_syserr();

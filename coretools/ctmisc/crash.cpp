@@ -1,4 +1,4 @@
-// The unconditional end of the process.
+// The end of the process after a fatal error.
 #include "coretools/ctmisc/crash.h"
 
 #include "coretools/ctmisc/wlx_exit.h"
@@ -22,7 +22,7 @@ void set_vek_debug_switch(int on) {
 
 int crash() {
     if (vek_debug_switch != 0) {
-        std::fflush(stdout); // the report of the error would go with the process
+        std::fflush(stdout); // the signal loses what is buffered
         ctsu_raise_signal(SIGSEGV);
         return 0;
     }

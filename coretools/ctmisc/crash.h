@@ -1,9 +1,10 @@
-// The unconditional end of the process.
+// The end of the process after a fatal error.
 #pragma once
 
-// Says so on standard output, runs the exit handlers and ends the process, both with code 2.
-// Returns, then 0, only when an installed exit function returns or the debugging switch is on.
+// Prints "Serious internal error; cannot continue.", runs the exit handlers (wlx_exit.h) and ends
+// the process, both with status 2. Returns, 0, only if the function of set_wlx_exit_func returns or
+// the debug switch is on.
 int crash();
 
-// While on, crash raises SIGSEGV instead, so that a debugger stops at the place of the error.
+// While on, crash() raises SIGSEGV instead, so that a debugger stops at the place of the error.
 void set_vek_debug_switch(int on);

@@ -1,9 +1,10 @@
-// Boxed diagnostic messages, written to a file or to standard error.
+// Boxed diagnostic messages.
 #include "coretools/ctmisc/dbg_msg_tool.h"
 
 #include "basictk/baselib/inc/thrMutex.h"
 #include "basictk/baselib/inc/thrTrap.h"
 #include "coretools/ctmisc/lazy_mutex.h"
+#include "coretools/ctmisc/report_services_internal.h"
 
 #include <atomic>
 #include <csignal>
@@ -11,10 +12,6 @@
 #include <cstring>
 
 #include <unistd.h>
-// Two upper layers, on purpose: messages are formatted like every other text, and the directory
-// cache must hear of a message file that appears.
-#include "coretools/ctdci/dci.h"
-#include "coretools/ctwcfun/vek_vsprintf.h"
 
 namespace {
 
@@ -29,9 +26,89 @@ std::atomic<dbg_crash_func> crash_func{nullptr};
 constinit trp_mark dbg_msg_tool_called;
 constinit lazy_mutex dbg_msg_tool_lock{thrMutex_Create_Recursive};
 
-// Under the lock.
+// Guarded by dbg_msg_tool_lock.
 char dbg_error_fname[FILE_NAME_SIZE];
-int fresh = 1;
+bool fresh = true; // no message has gone to a file yet
+
+// Cuts what does not fit; a missing or refused format gives the empty text.
+void format_message(char (&message)[MESSAGE_SIZE], const char *format, std::va_list arguments) {
+    vek_held_text held;
+    vek_hold_text(&held, format, arguments);
+    std::snprintf(message, sizeof message, "%s", held.text != nullptr ? held.text : "");
+    vek_release_text(&held);
+}
+
+void format_line(char (&line)[MESSAGE_SIZE], const char *format, ...) {
+    std::va_list arguments;
+    va_start(arguments, format);
+    format_message(line, format, arguments);
+    va_end(arguments);
+}
+
+void format_heading(char (&heading)[MESSAGE_SIZE], message_kind kind, const char *name,
+                    char level) {
+    switch (kind) {
+    case INFO_MESSAGE:
+        format_line(heading, "\n*** INFO MESSAGE from %s : ***\n\t", name);
+        break;
+    case ERROR_MESSAGE:
+        format_line(heading, "\n*** %c-LEVEL ERROR in %s : ***\n\t", level, name);
+        break;
+    case FATAL_MESSAGE:
+        format_line(heading, "\n*** FATAL ERROR in %s : ***\n\t", name);
+        break;
+    }
+}
+
+// Must be called with dbg_msg_tool_lock held.
+void write_box(const char *heading, const char *message) {
+    std::FILE *file = nullptr;
+    if (dbg_error_fname[0] != '\0') {
+        file = dci_fopen(dbg_error_fname, fresh ? "w" : "a");
+    }
+    std::fprintf(file != nullptr ? file : stderr, "%s%s\n", heading, message);
+    if (file != nullptr) {
+        std::fclose(file);
+        fresh = false;
+    }
+}
+
+// Must be called with dbg_msg_tool_lock held.
+bool wants_signal(message_kind kind, const char *name) {
+    if (kind != FATAL_MESSAGE || dbg_allow_crash == 0) {
+        return false;
+    }
+    const dbg_crash_func function = crash_func;
+    return function == nullptr || function(name) != 0;
+}
+
+// No scoped guard: a trap in the crash function or the notice of the file can jump out of here.
+void dbg_msg_tool(message_kind kind, const char *name, char level, const char *format,
+                  std::va_list arguments) {
+    trp_marked_call call;
+    if (!trp_enter_call(&call, &dbg_msg_tool_called)) {
+        return;
+    }
+    // Formatted before the lock is taken and a file is open: formatting can run out of memory, and
+    // the trap would release the one and leave the other open.
+    const bool printed = dbg_allow_print != 0;
+    char heading[MESSAGE_SIZE] = "";
+    char message[MESSAGE_SIZE] = "";
+    if (printed) {
+        format_heading(heading, kind, name, level);
+        format_message(message, format, arguments);
+    }
+    lock_dbg_msg_tool();
+    const bool signals = wants_signal(kind, name);
+    if (printed) {
+        write_box(heading, message);
+    }
+    unlock_dbg_msg_tool();
+    trp_leave_call(&call);
+    if (signals) {
+        kill(getpid(), SIGUSR1);
+    }
+}
 
 } // namespace
 
@@ -60,42 +137,12 @@ int dbg_set_error_file_name(const char *name) {
     if (length == FILE_NAME_SIZE) {
         return 0;
     }
-    lock_dbg_msg_tool();
+    const lazy_mutex_guard guard(dbg_msg_tool_lock);
     if (length > 0) {
         std::memcpy(dbg_error_fname, name, length);
     }
     dbg_error_fname[length] = '\0';
-    unlock_dbg_msg_tool();
     return 1;
-}
-
-// Cuts what does not fit; a missing or refused format gives the empty text.
-static void format_message(char (&message)[MESSAGE_SIZE], const char *format,
-                           std::va_list arguments) {
-    const char *text = format != nullptr ? vek_vsprintf(nullptr, format, arguments) : nullptr;
-    std::snprintf(message, sizeof message, "%s", text != nullptr ? text : "");
-}
-
-static void format_line(char (&line)[MESSAGE_SIZE], const char *format, ...) {
-    std::va_list arguments;
-    va_start(arguments, format);
-    format_message(line, format, arguments);
-    va_end(arguments);
-}
-
-static void format_heading(char (&heading)[MESSAGE_SIZE], message_kind kind, const char *name,
-                           char level) {
-    switch (kind) {
-    case INFO_MESSAGE:
-        format_line(heading, "\n*** INFO MESSAGE from %s : ***\n\t", name);
-        break;
-    case ERROR_MESSAGE:
-        format_line(heading, "\n*** %c-LEVEL ERROR in %s : ***\n\t", level, name);
-        break;
-    case FATAL_MESSAGE:
-        format_line(heading, "\n*** FATAL ERROR in %s : ***\n\t", name);
-        break;
-    }
 }
 
 void dbg_fprintf(std::FILE *stream, const char *format, ...) {
@@ -105,55 +152,6 @@ void dbg_fprintf(std::FILE *stream, const char *format, ...) {
     format_message(message, format, arguments);
     va_end(arguments);
     std::fprintf(stream != nullptr ? stream : stderr, "%s", message);
-}
-
-// Called under the lock.
-static void write_box(const char *heading, const char *message) {
-    std::FILE *file = nullptr;
-    if (dbg_error_fname[0] != '\0') {
-        file = dci_fopen(dbg_error_fname, fresh != 0 ? "w" : "a");
-    }
-    std::fprintf(file != nullptr ? file : stderr, "%s%s\n", heading, message);
-    if (file != nullptr) {
-        std::fclose(file);
-        fresh = 0;
-    }
-}
-
-// Called under the lock.
-static bool wants_signal(message_kind kind, const char *name) {
-    if (kind != FATAL_MESSAGE || dbg_allow_crash == 0) {
-        return false;
-    }
-    const dbg_crash_func function = crash_func;
-    return function == nullptr || function(name) != 0;
-}
-
-static void dbg_msg_tool(message_kind kind, const char *name, char level, const char *format,
-                         std::va_list arguments) {
-    trp_marked_call call;
-    if (!trp_enter_call(&call, &dbg_msg_tool_called)) {
-        return;
-    }
-    // Formatted before the lock is taken and a file is open: formatting can run out of memory, and
-    // the trap would leave the one released and the other open.
-    const bool printed = dbg_allow_print != 0;
-    char heading[MESSAGE_SIZE] = "";
-    char message[MESSAGE_SIZE] = "";
-    if (printed) {
-        format_heading(heading, kind, name, level);
-        format_message(message, format, arguments);
-    }
-    lock_dbg_msg_tool();
-    const bool signals = wants_signal(kind, name);
-    if (printed) {
-        write_box(heading, message);
-    }
-    unlock_dbg_msg_tool();
-    trp_leave_call(&call);
-    if (signals) {
-        kill(getpid(), SIGUSR1);
-    }
 }
 
 void dbg_crash_msg(const char *name, const char *format, ...) {

@@ -1,4 +1,4 @@
-// Mutexes made when they are first needed, under the library initialisation lock.
+// Mutexes made on first use.
 #include "coretools/ctmisc/lazy_mutex.h"
 
 #include "basictk/baselib/inc/thrMutex.h"

@@ -1,4 +1,4 @@
-// Mutexes made when they are first needed, under the library initialisation lock.
+// Mutexes made on first use, under the library initialisation lock.
 #pragma once
 
 #include <atomic>
@@ -10,12 +10,12 @@ struct lazy_mutex {
     std::atomic<thrMutex *> handle{nullptr};
 };
 
-// Makes the mutex at the first call and locks it. When it cannot be made the caller runs unlocked.
-// Must not be called while the thread holds the initialisation lock.
+// Makes the mutex on the first call, and locks it. If it cannot be made, the caller runs unlocked.
+// Must not be called with the initialisation lock held.
 void lazy_mutex_lock(lazy_mutex *mutex);
 
-// Undoes one lazy_mutex_lock. Does nothing when the thread is not the owner: the mutex could not be
-// made, or a trap that nobody took has released it.
+// Undoes one lazy_mutex_lock. Does nothing if the thread is not the owner: the mutex could not be
+// made, or a trap that returned has released it.
 void lazy_mutex_unlock(lazy_mutex *mutex);
 
 // Holds a lazy mutex for a block that no trap can leave.

@@ -1,4 +1,4 @@
-// Message hooks: a host application installs a function and receives the messages itself.
+// Message hooks.
 #include "coretools/ctmisc/mgr_msg.h"
 
 #include <atomic>

@@ -1,8 +1,8 @@
-// Message hooks: a host application installs a function and receives the messages itself.
+// Message hooks: a host application installs functions that receive the messages.
 //
-// Each mgr_ call hands all its arguments, unchanged and in order, to the installed function, and
-// does nothing while none is installed. Installing null takes a hook out. A hook may be called by
-// any thread, and must be ready to be called from inside a report.
+// Each mgr_ call passes its arguments, unchanged and in order, to the installed function, and does
+// nothing if there is none. Installing null removes a hook. Hooks are called on the thread that
+// reports, possibly inside a report, and several threads may call at once.
 #pragma once
 
 #include "coretools/ctplatform/wide_text.h"
@@ -36,5 +36,5 @@ void mgr_msgID_put(int message_id, Further... further) {
     }
 }
 
-// A line for the trail file of the host application.
+// A line for the trail file of the host application. Reports pass the code 69.
 void mgr_msg_put_in_trl(const vek_wchar *text, int code);

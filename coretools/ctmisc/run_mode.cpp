@@ -16,46 +16,13 @@ constexpr int ADDED_MODES_STEP = 5;
 
 std::atomic<int> run_mode{RUN_MODE_USER};
 
-// Extensible array of ints. Its elements are touched under the lock only; that it exists at all can
-// be seen without, so that a process which adds no mode never locks.
+// Extensible array of ints, guarded by added_run_modes_lock. That it exists can be seen without the
+// lock, so a process that adds no mode never locks.
 std::atomic<int *> added_run_modes{nullptr};
 constinit lazy_mutex added_run_modes_lock{thrMutex_Create_Recursive};
 
-} // namespace
-
-int get_run_mode() {
-    return run_mode;
-}
-
-int set_run_mode(int mode) {
-    return run_mode.exchange(mode);
-}
-
-int user_run_mode() {
-    return get_run_mode() == RUN_MODE_USER;
-}
-
-int regression_run_mode() {
-    const int mode = get_run_mode();
-    return std::find(std::begin(REGRESSION_MODES), std::end(REGRESSION_MODES), mode) !=
-           std::end(REGRESSION_MODES);
-}
-
-int is_run_mode(int mode) {
-    if (get_run_mode() == mode) {
-        return 1;
-    }
-    if (added_run_modes.load() == nullptr) {
-        return 0;
-    }
-    lazy_mutex_lock(&added_run_modes_lock);
-    const int found = int_in_list(mode, added_run_modes.load()) >= 0;
-    lazy_mutex_unlock(&added_run_modes_lock);
-    return found;
-}
-
-// Called under the lock.
-static int append_run_mode(int mode) {
+// Must be called with added_run_modes_lock held.
+int append_run_mode(int mode) {
     int *modes = added_run_modes.load();
     if (int_in_list(mode, modes) >= 0) {
         return 1;
@@ -68,9 +35,43 @@ static int append_run_mode(int mode) {
     }
     const bool appended = xar_append(&modes, 1, &mode) != nullptr;
     added_run_modes.store(modes);
-    return appended;
+    return appended ? 1 : 0;
 }
 
+} // namespace
+
+int get_run_mode() {
+    return run_mode;
+}
+
+int set_run_mode(int mode) {
+    return run_mode.exchange(mode);
+}
+
+int user_run_mode() {
+    return get_run_mode() == RUN_MODE_USER ? 1 : 0;
+}
+
+int regression_run_mode() {
+    const int mode = get_run_mode();
+    return std::find(std::begin(REGRESSION_MODES), std::end(REGRESSION_MODES), mode) !=
+                   std::end(REGRESSION_MODES)
+               ? 1
+               : 0;
+}
+
+int is_run_mode(int mode) {
+    if (get_run_mode() == mode) {
+        return 1;
+    }
+    if (added_run_modes.load() == nullptr) {
+        return 0;
+    }
+    const lazy_mutex_guard guard(added_run_modes_lock);
+    return int_in_list(mode, added_run_modes.load()) >= 0 ? 1 : 0;
+}
+
+// No scoped guard: a trap of the allocation can jump out of here.
 int add_run_mode(int mode) {
     lazy_mutex_lock(&added_run_modes_lock);
     const int added = append_run_mode(mode);

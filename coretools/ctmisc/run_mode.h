@@ -1,5 +1,5 @@
 // The run mode of the process: one current mode, and any number of added ones that count as active.
-// Every function may be called from any thread.
+// Any thread may call.
 #pragma once
 
 constexpr int RUN_MODE_USER = 0;           // traces silent, serious errors do not end the process
@@ -8,7 +8,7 @@ constexpr int RUN_MODE_NO_CALLBACK = -151; // serious errors do not consult the 
 constexpr int RUN_MODE_PFA_TRACE = 9998;   // traces of the file access layer
 
 int get_run_mode();
-// Answers the mode that was set before.
+// Returns the mode that was set before.
 int set_run_mode(int mode);
 
 // 1 in the user run mode, else 0.
@@ -16,7 +16,7 @@ int user_run_mode();
 // 1 in one of the four regression modes, else 0.
 int regression_run_mode();
 
-// 1 when mode is the current mode or an added one, else 0.
+// 1 if the mode is the current or an added one, else 0.
 int is_run_mode(int mode);
-// Makes mode count as active for the rest of the run: 1, or 0 when there is no memory.
+// Makes the mode count as active from now on. Returns 1, or 0 if there is no memory.
 int add_run_mode(int mode);

@@ -20,18 +20,8 @@ std::atomic<int> exit_handlers_run{0};
 std::atomic<wlx_exit_handler> wlx_exit_func{nullptr};
 constinit lazy_mutex wlx_exit_functions_lock{thrMutex_Create};
 
-} // namespace
-
-void lock_wlx_exit_functions() {
-    lazy_mutex_lock(&wlx_exit_functions_lock);
-}
-
-void unlock_wlx_exit_functions() {
-    lazy_mutex_unlock(&wlx_exit_functions_lock);
-}
-
-// Called under the lock.
-static int put_in_front(wlx_exit_handler handler) {
+// Must be called with wlx_exit_functions_lock held.
+int put_in_front(wlx_exit_handler handler) {
     void *old = exit_funcs.load();
     const int count = xar_count(&old);
     void *handlers =
@@ -45,14 +35,25 @@ static int put_in_front(wlx_exit_handler handler) {
         std::memcpy(first + 1, old, static_cast<std::size_t>(count) * sizeof(wlx_exit_handler));
     }
     exit_funcs.store(handlers);
-    // A run that has begun may still read the old array. One that begins after this test cannot: in
-    // the single order of these atomics its own look at exit_funcs follows the store above.
+    // A run that has begun may still read the old array. One that begins after this test reads the
+    // new one: these atomics are sequentially consistent.
     if (exit_handlers_run.load() == 0) {
         xar_free(&old);
     }
     return 1;
 }
 
+} // namespace
+
+void lock_wlx_exit_functions() {
+    lazy_mutex_lock(&wlx_exit_functions_lock);
+}
+
+void unlock_wlx_exit_functions() {
+    lazy_mutex_unlock(&wlx_exit_functions_lock);
+}
+
+// No scoped guard: a trap of the allocation can jump out of here.
 int wlx_exit_register(wlx_exit_handler handler) {
     if (handler == nullptr) {
         return 0;

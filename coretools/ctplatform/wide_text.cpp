@@ -6,7 +6,7 @@ namespace {
 constexpr int SINGLE_SHIFT_2 = 0x8e;
 constexpr int SINGLE_SHIFT_3 = 0x8f;
 
-// Writes one character and answers the bytes written, 1 to 3.
+// Writes one character and returns the bytes written, 1 to 3.
 int encode(char *destination, vek_wchar wide) {
     const int high = wide >> 8;
     const int low = wide & 0xff;

@@ -7,19 +7,10 @@
 
 namespace {
 
-// What a platform's raise answers; POSIX knows the first and the fourth.
-enum raise_result : int {
-    RAISED = 0,
-    RAISE_BAD_ARGUMENTS = 1,
-    RAISE_SYSTEM_ERROR = 2,
-    RAISE_APPLICATION_ERROR = 3,
-    RAISE_NOT_SUPPORTED = 4,
-};
-
 struct raise_row {
     raise_result result;
     const char *line; // a format; %d is the signal number
-    int answer;
+    int returned;
 };
 
 constexpr raise_row RAISE_ROWS[] = {
@@ -45,7 +36,7 @@ int ctsu_raise_signal(int signal_number) {
     for (const raise_row &row : RAISE_ROWS) {
         if (row.result == result) {
             std::fprintf(stderr, row.line, signal_number);
-            return row.answer;
+            return row.returned;
         }
     }
     return 0;

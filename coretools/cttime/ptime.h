@@ -1,4 +1,4 @@
-// Broken-down time.
+// Broken-down universal time.
 #pragma once
 
 #include <ctime>
@@ -10,12 +10,13 @@ struct ptime {
     int day;
     int month; // 0 to 11
     int year;  // since 1900
-    int extra; // supplied by the converting caller
+    int extra; // set by the caller of a conversion
 };
 
-// The system's conversion to universal time, into the caller's record: result, or null when the
-// time has no broken-down form.
+// The C library's conversion to universal time. Writes *result and returns it, or null if the time
+// has no broken-down form.
 std::tm *veks_gmtime(std::time_t time, std::tm *result);
-// Fills the record with a time (seconds since the epoch) in universal time, extra with 0; all zero
-// when the time has no broken-down form. A null record is left alone. Thread-safe.
+
+// Writes a time in seconds since the epoch into *record, with `extra` 0. All fields are 0 if the
+// time has no broken-down form. A null record is ignored. Thread-safe.
 void zuna_gmtime(ptime *record, std::time_t time);

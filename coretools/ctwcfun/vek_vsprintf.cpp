@@ -4,14 +4,13 @@
 
 #include "basictk/baselib/inc/thrLocalObject.h"
 #include "basictk/baselib/inc/thrMutex.h"
-#include "basictk/baselib/inc/thrTrap.h"
 #include "coretools/apfutil/path_to_os.h"
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctmemmgr/xar.h"
 #include "coretools/ctmisc/dbg_msg_tool.h"
+#include "coretools/ctmisc/report_services_internal.h"
 #include "coretools/ctplatform/wide_text.h"
 #include "coretools/ctwcfun/directive_internal.h"
-#include "coretools/ctwcfun/held_text_internal.h"
 #include "coretools/genutil1/text_copy.h"
 
 #include <algorithm>

@@ -20,9 +20,7 @@ struct wide_buffer {
 wide_buffer buffers[4];
 std::size_t next_buffer = 0;
 
-} // namespace
-
-static bool make_room(wide_buffer *buffer, std::size_t needed) {
+bool make_room(wide_buffer *buffer, std::size_t needed) {
     if (needed <= buffer->capacity) {
         return true;
     }
@@ -39,6 +37,8 @@ static bool make_room(wide_buffer *buffer, std::size_t needed) {
     buffer->capacity = capacity;
     return true;
 }
+
+} // namespace
 
 const vek_wchar *wstr_ret(const char *text) {
     if (text == nullptr) {

@@ -3,7 +3,7 @@
 
 #include "coretools/ctplatform/wide_text.h"
 
-// The wide form of text (a null one counts as empty), in one of four buffers that calls use in
-// turn: valid until the fourth call after this one. Null when there is no memory. The buffers are
-// shared by all threads: only one thread may use them at a time.
+// Returns the wide form of `text` (null counts as empty) in one of four buffers, used in turn: it
+// is valid until the fourth call after this one. Null if there is no memory. The buffers are shared
+// by all threads; only one thread at a time may call.
 const vek_wchar *wstr_ret(const char *text);
