@@ -1,11 +1,14 @@
-// What this floor asks of the standard filesystem location above it: the one place where the file
-// access layer knows of a location type, because somebody has to start the registration.
+// What the file access layer needs from the standard filesystem, which is built on top of it.
 #pragma once
 
+#include "coretools/ctpfa/pfaloc_tables.h"
 #include "coretools/ctpfa/vek_file.h"
 
-// Registers the location types of the system; called once, by the first allocation of a record.
+// The location type of a new record, and of one without a location that is opened or gets a path.
+constexpr pfa_location_type PFA_DEFAULT_LOCATION = PfaStdFilesystem;
+
+// Registers the location types of the system. Called once, by the first allocation of a record.
 void pfa_register_std_filesystem();
 
-// 1 when the record holds a path that is relative to the current directory of a drive, else 0.
+// Returns 1 if the record's path is relative to the current directory of a drive, else 0.
 int pfafs_loc_is_NT_drive_relative(const vek_file *record);

@@ -162,7 +162,7 @@ void pfa_init_vek_file(vek_file *record) {
     record->location_datum = -1;
     record->flags = 0;
     record->encode = 0;
-    record->location_type = PfaStdFilesystem;
+    record->location_type = PFA_DEFAULT_LOCATION;
     record->location_handle = nullptr;
 }
 

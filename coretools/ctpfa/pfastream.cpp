@@ -1,6 +1,7 @@
 // Opening, writing and closing streams.
 #include "coretools/ctpfa/pfastream.h"
 
+#include "coretools/ctpfa/pfa_std_location.h"
 #include "coretools/ctpfa/pfadir_internal.h"
 #include "coretools/ctpfa/pfadircache.h"
 #include "coretools/ctpfa/pfaget.h"
@@ -17,15 +18,13 @@
 
 namespace {
 
-enum version_selector : int { VERSION_OWN = 0, VERSION_HIGHEST = 1, VERSION_NEW = 2 };
-
-int is_file_record(const vek_file *record) {
-    return pfa_is_valid(record) && !pfa_is_dir(record);
+bool is_file_record(const vek_file *record) {
+    return pfa_is_valid(record) != 0 && pfa_is_dir(record) == 0;
 }
 
 pfa_status write_bytes(vek_file *record, const char *bytes, int count) {
-    const int mounted = (record->flags & PFA_F_MOUNTED) != 0;
-    return pfa_status(pfaloc_call_FLPII(record, PfaWriteFile, bytes, count, mounted));
+    const int sync = (record->flags & PFA_F_MOUNTED) != 0;
+    return pfa_status(pfaloc_call_FLPII(record, PfaWriteFile, bytes, count, sync));
 }
 
 pfa_status write_converted(vek_file *record, const char *bytes, int count) {
@@ -63,9 +62,9 @@ pfa_status pfa_fopen(vek_file *record, int selector, const char *mode) {
         return PFA_E_CANT_OPEN;
     }
     if (record->location_type == NoLocation) {
-        record->location_type = PfaStdFilesystem;
+        record->location_type = PFA_DEFAULT_LOCATION;
     }
-    if (selector == VERSION_NEW && std::strchr(mode, 'w') == nullptr) {
+    if (selector == PFA_NEXT_VERSION && std::strchr(mode, 'w') == nullptr) {
         return PFA_E_CANT_OPEN;
     }
     int version = 0;
@@ -84,7 +83,8 @@ pfa_status pfa_fopen(vek_file *record, int selector, const char *mode) {
     }
     record->flags &= ~(PFA_F_BORROWED | PFA_F_LENT); // a copied record may still carry them
     record->flags |= PFA_F_OPEN;
-    if (record->location_type == PfaStdFilesystem && mode[0] != 'r' && mode[0] != 'R') {
+    // Only where the location has files of the host do listings go by names of the host.
+    if (name[0] != '\0' && mode[0] != 'r' && mode[0] != 'R') {
         pfa_file_name_update_dir_cache(name);
     }
     return PFA_E_NO_ERROR;
@@ -97,7 +97,7 @@ pfa_status pfa_close(vek_file *record) {
     if (!pfa_file_is_open(record)) {
         return PFA_E_INACTIVE;
     }
-    // A borrowed listing goes back, even if the record has become a file since.
+    // A borrowed listing goes back to the cache even if the record has become a file meanwhile.
     if (pfa_is_dir(record) || (record->flags & PFA_F_BORROWED) != 0) {
         return pfa_close_dir(record);
     }
@@ -131,7 +131,7 @@ pfa_status pfa_fprintf(vek_file *record, const char *format, ...) {
     if (!pfa_file_is_open(record)) {
         return PFA_E_INACTIVE;
     }
-    // The text lies in the engine's buffer of this thread and is written from there.
+    // Without a destination the text stays in the engine's buffer of this thread.
     std::va_list arguments;
     va_start(arguments, format);
     const char *text = vek_vsprintf(nullptr, format, arguments);

@@ -5,7 +5,7 @@
 
 namespace {
 
-// The bytes of one multi-byte character; the result is their number.
+// Stores the bytes of a multi-byte character and returns their number.
 int encode_character(std::uint32_t encode, vek_wchar wide, unsigned char out[2]) {
     const vek_wchar code = encode == PFA_ENCODE_WIDE ? wide : wc_euc2jis(wide);
     out[0] = static_cast<unsigned char>(code >> 8 & 0xff);

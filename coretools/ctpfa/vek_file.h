@@ -1,4 +1,5 @@
-// The path record: one file or directory name in its parts, and what is open on it.
+// The path record, a file or directory name in its parts with what is open on it, and the status
+// codes and limits of the file access layer.
 #pragma once
 
 #include <cstddef>
@@ -32,11 +33,11 @@ enum pfa_status : int {
     PFA_E_NOT_CACHABLE = 19,
 };
 
-// The longest path, name or directory text, and the longest host or device, each with its
+// The sizes of buffers for any path, name or directory text and for a host or device, with the
 // terminating zero.
 constexpr int PFA_PATH_SIZE = 260;
 constexpr int PFA_HOST_SIZE = 32;
-// A name below this length is short enough for every object type.
+// Names shorter than this are short enough for every object type.
 constexpr int PFA_SHORT_NAME_SIZE = 32;
 
 // A record is valid while it carries this number; an operation with a status fails with
@@ -57,7 +58,7 @@ enum pfa_flag : std::uint32_t {
     PFA_F_MOUNTED = 0x2,    // on a file system that is not local: writes are forced to the store
     PFA_F_OPEN = 0x100,     // a stream or a directory is open on the record
     PFA_F_BORROWED = 0x200, // the open listing belongs to a record of the directory cache
-    PFA_F_LENT = 0x400,     // a record of the directory cache whose listing is out on loan
+    PFA_F_LENT = 0x400,     // the listing of this record of the directory cache is on loan
 };
 
 // Which parts of a name pfa_get_file_name writes.
@@ -76,7 +77,7 @@ enum pfa_include : int {
 };
 
 // Component i is text[start, end). The components lie back to back in index order: the first starts
-// at 0, each other where the one before it ends; the last end is the length of the text.
+// at 0 and each other at the end of the one before; the last end is the length of the text.
 struct pfa_bounds {
     std::int16_t start;
     std::int16_t end;
@@ -87,20 +88,20 @@ struct pfa_bounds {
 //   | magic | text + NUL  | 6 x (s, e)  | type | version | datum | flags | encode | loc type | loc
 //   +-------+-------------+-------------+------+---------+-------+-------+--------+----------+--
 //
-// The caller owns a record from pfa_alloc_vek_file to pfa_free_vek_file and uses it on one thread
-// at a time. What is open on it hangs on location_handle and belongs to the location type; it must
-// be closed before the record is freed.
+// The caller owns a record from pfa_alloc_vek_file() to pfa_free_vek_file() and uses it on one
+// thread at a time. What is open on it is reached through location_handle and belongs to the
+// location type; it must be closed before the record is freed.
 struct vek_file {
     std::uint16_t magic;
     char text[PFA_PATH_SIZE];
     pfa_bounds bounds[PFA_COMPONENTS];
-    std::int16_t type;           // object type; -4 not yet known, -5 directory, -6 no member
+    std::int16_t type;           // object type (coretools/ctfileutil/objextension.h)
     std::int16_t version;        // 0 for none
-    std::int16_t location_datum; // kept for the location type; -1 when unset
-    std::uint32_t flags;
-    std::uint32_t encode; // code conversion of written text; 0 for none
-    std::int32_t location_type;
-    void *location_handle; // null while nothing is open
+    std::int16_t location_datum; // kept for the location type; -1 if unset
+    std::uint32_t flags;         // of pfa_flag
+    std::uint32_t encode;        // code conversion of written text (pfa_encode)
+    std::int32_t location_type;  // a pfa_location_type
+    void *location_handle;       // null while nothing is open
 };
 
 static_assert(offsetof(vek_file, text) == 2);

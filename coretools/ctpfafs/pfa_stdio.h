@@ -1,7 +1,7 @@
 // The stdio location: the process's standard streams by name.
 //
-// "stdio://in", "stdio://out" and "stdio://err" parse to records of location type 8, whose
-// component 1 holds "stdio://" and whose name is the stream's. Opening one lends the standard
+// "stdio://in", "stdio://out" and "stdio://err" parse to records of location type PfaStdio, whose
+// device component holds "stdio://" and whose name is the stream's. Opening one lends the standard
 // stream to the record; closing the record leaves the stream open.
 #pragma once
 
@@ -9,10 +9,10 @@
 
 #include <cstdio>
 
-// Registers the location type; the standard filesystem, whose reading and writing it inherits,
-// must have been registered.
+// Registers the location type. The standard filesystem, from which it inherits reading and writing,
+// must be registered already.
 void pfa_stdio_register();
 
-// Stores the standard stream that the record names: 0, or 11 when the record is not valid or names
-// none (*stream is then left alone).
+// Stores the standard stream that the record names in *stream. Fails with PFA_E_NOT_VALID, *stream
+// unchanged, if the record is not valid or names none.
 pfa_status pfa_stdio_get_stream(const vek_file *record, std::FILE **stream);

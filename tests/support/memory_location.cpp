@@ -73,12 +73,12 @@ memory_stream *stream_in(void **handle) {
     return static_cast<memory_stream *>(*handle);
 }
 
-int open_file(vek_file *record, void **handle, char *os_name, const char *mode, int) {
+// The host does not know the file, so the host's name of it stays empty.
+int open_file(vek_file *record, void **handle, char *, const char *mode, int) {
     char directory[PFA_PATH_SIZE];
     char name[PFA_PATH_SIZE];
     if (pfa_get_location(record, directory, nullptr) != PFA_E_NO_ERROR ||
-        pfa_get_file_name(record, PFA_NAME_AND_VERSION, name) != PFA_E_NO_ERROR ||
-        pfa_get_full_name(record, os_name) != PFA_E_NO_ERROR) {
+        pfa_get_file_name(record, PFA_NAME_AND_VERSION, name) != PFA_E_NO_ERROR) {
         return PFA_E_INVALID_NAME;
     }
     const auto found = memory_directories.find(directory);

@@ -1,14 +1,15 @@
-// Streams on the host's files: which version they open, what they refuse, what they write.
+// Streams: one way to read and write on every kind of store, which version is opened, what is
+// refused, and the conversion of written text.
+#include "coretools/ctfileutil/objextension.h"
 #include "coretools/ctpfa/pfadir.h"
-#include "coretools/ctpfa/pfaloc.h"
+#include "coretools/ctpfa/pfaloc_call.h"
 #include "coretools/ctpfa/pfaput.h"
 #include "coretools/ctpfa/pfastream.h"
 #include "coretools/ctpfa/pfavers.h"
+#include "coretools/ctpfa/pfawrite_convertor.h"
+#include "tests/support/memory_location.h"
 #include "tests/support/path_records.h"
 #include "tests/support/scratch_tree.h"
-
-#include <iterator>
-#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -16,14 +17,76 @@ namespace {
 
 using names = std::vector<std::string>;
 
-TEST(pfavers, TheHighestVersionAndTheNext) {
-    // What it is about, the files, the one asked for, its highest version (-1: none) and the next.
-    const std::tuple<const char *, names, const char *, int, int> rows[] = {
+// All that is left in an open stream.
+std::string read_all(vek_file *record) {
+    std::string text;
+    char block[4];
+    int count = 0;
+    while (pfaloc_call_FLPPI(record, PfaReadFile, block, &count, int(sizeof block)) ==
+           PFA_E_NO_ERROR) {
+        text.append(block, static_cast<std::size_t>(count));
+    }
+    return text;
+}
+
+names list(const std::string &directory) {
+    scoped_record record(directory);
+    EXPECT_EQ(pfa_open_dir(record), PFA_E_NO_ERROR);
+    return read_names(record);
+}
+
+void expect_files_can_be_used(const std::string &root) {
+    EXPECT_EQ(list(root), names());
+    scoped_record file(root + "bolt.prt");
+    ASSERT_EQ(pfa_fopen(file, PFA_NEXT_VERSION, binary_mode("w")), PFA_E_NO_ERROR);
+    EXPECT_EQ(file->version, 1);
+    EXPECT_EQ(pfa_write_file(file, 5, "first"), PFA_E_NO_ERROR);
+    EXPECT_EQ(pfa_fprintf(file, " and %d", 2), PFA_E_NO_ERROR);
+    EXPECT_EQ(pfa_close(file), PFA_E_NO_ERROR);
+
+    EXPECT_EQ(pfa_fopen(file, PFA_NEXT_VERSION, binary_mode("w")), PFA_E_NO_ERROR);
+    EXPECT_EQ(pfa_close(file), PFA_E_NO_ERROR);
+    EXPECT_EQ(list(root), names({"bolt.prt.1", "bolt.prt.2"})) << "the cached listing is gone";
+
+    scoped_record first(root + "bolt.prt.1");
+    ASSERT_EQ(pfa_fopen(first, PFA_OWN_VERSION, binary_mode("r")), PFA_E_NO_ERROR);
+    EXPECT_EQ(read_all(first), "first and 2");
+    EXPECT_EQ(pfa_close(first), PFA_E_NO_ERROR);
+    EXPECT_EQ(pfa_close(first), PFA_E_INACTIVE);
+}
+
+TEST(Streams, WorkOnFilesOfTheHost) {
+    const scratch_tree tree;
+    expect_files_can_be_used(tree.path);
+}
+
+// The same through a location type that the layer knows by its registration alone.
+TEST(Streams, WorkOnFilesInMemory) {
+    register_memory_location();
+    memory_directories["mem:/parts/"] = {};
+    expect_files_can_be_used("mem:/parts/");
+    EXPECT_EQ(memory_directories["mem:/parts/"]["bolt.prt.1"], "first and 2");
+    scoped_record parts("mem:/parts");
+    EXPECT_EQ(parts->type, OBJ_TYPE_DIRECTORY)
+        << "the location is asked whether a name is a directory";
+    scoped_record up("mem:/parts/../parts/bolt.prt");
+    EXPECT_EQ(location_of(up), "mem:/parts/");
+}
+
+TEST(Streams, FindTheHighestVersionAndTheNext) {
+    constexpr int NONE = -1;
+    const struct {
+        const char *name;
+        names files;
+        const char *asked;
+        int highest;
+        int next;
+    } rows[] = {
         {"several", {"a.prt.1", "a.prt.7", "a.prt.12"}, "a.prt", 12, 13},
         {"no version", {"a.prt"}, "a.prt", 0, 2},
-        {"none at all", {"a.prt.01", "a.prt.x", "a.prtx.3", "aa.prt.4"}, "a.prt", -1, 1},
-        {"out of range", {"a.prt.99999", "a.prt.3.5"}, "a.prt", -1, 1},
-        {"negative", {"a.prt.-4"}, "a.prt", -1, 1},
+        {"other names", {"a.prt.01", "a.prt.x", "a.prtx.3", "aa.prt.4"}, "a.prt", NONE, 1},
+        {"out of range", {"a.prt.99999", "a.prt.3.5"}, "a.prt", NONE, 1},
+        {"negative", {"a.prt.-4"}, "a.prt", NONE, 1},
         {"the highest there is", {"a.prt.32767"}, "a.prt", 32767, 32768},
         {"stored in lower case", {"a.prt.3"}, "A.PRT", 3, 4},
         {"other case is another file", {"A.PRT.9", "a.prt.3"}, "a.prt", 3, 4},
@@ -31,84 +94,90 @@ TEST(pfavers, TheHighestVersionAndTheNext) {
         {"the exact one may be higher", {"A.IGS.2", "a.igs.3"}, "a.igs", 3, 4},
         {"nor of no type", {"README.2"}, "readme", 2, 3},
     };
-    for (const auto &[note, files, name, latest, next] : rows) {
+    for (const auto &row : rows) {
         const scratch_tree tree;
-        for (const std::string &file : files) {
-            write_file(tree.path + file, "");
+        for (const std::string &file : row.files) {
+            tree.file(file);
         }
-        scoped_record record(tree.path + name);
-        int version = 99;
-        EXPECT_EQ(pfa_get_file_vers(record, 0, &version), 0);
-        EXPECT_EQ(version, record->version);
-        version = -1;
-        EXPECT_EQ(pfa_get_file_vers(record, 1, &version), latest < 0 ? PFA_E_NOT_FOUND : 0) << note;
-        EXPECT_EQ(version, latest) << note;
-        EXPECT_EQ(pfa_get_file_vers(record, 2, &version), 0) << note;
-        EXPECT_EQ(version, next) << note;
+        scoped_record record(tree.path + row.asked);
+        int version = NONE;
+        EXPECT_EQ(pfa_get_file_vers(record, PFA_LATEST_VERSION, &version),
+                  row.highest == NONE ? PFA_E_NOT_FOUND : PFA_E_NO_ERROR)
+            << row.name;
+        EXPECT_EQ(version, row.highest) << row.name;
+        EXPECT_EQ(pfa_get_file_vers(record, PFA_NEXT_VERSION, &version), PFA_E_NO_ERROR);
+        EXPECT_EQ(version, row.next) << row.name;
+        EXPECT_EQ(pfa_get_file_vers(record, PFA_OWN_VERSION, &version), PFA_E_NO_ERROR);
+        EXPECT_EQ(version, record->version) << row.name;
     }
 }
 
-TEST(pfastream, RefusesWhatItsStateForbidsAndChangesNothing) {
-    scratch_tree tree;
-    scoped_record directory(tree.path), closed(tree.path + "a.prt"), open(tree.path + "b.prt");
-    scoped_record last(tree.path + "c.prt.32767"), next(tree.path + "c.prt");
-    scoped_record lost(tree.path + "gone/a.prt");
+TEST(Streams, ThatDoNotOpenChangeNothing) {
+    const scratch_tree tree;
+    scoped_record file(tree.path + "a.prt"), last(tree.path + "c.prt.32767");
+    scoped_record after_last(tree.path + "c.prt"), lost(tree.path + "gone/a.prt");
     last->location_type = NoLocation;
-    const vek_file before = *closed;
-    const std::pair<int, int> rows[] = {
-        {pfa_fopen(open, 0, binary_mode("w")), PFA_E_NO_ERROR},
-        {pfa_fopen(last, 0, "w"), PFA_E_NO_ERROR},
-        {pfa_fopen(closed, 2, "r"), PFA_E_CANT_OPEN},
-        {pfa_fopen(closed, 1, "r"), PFA_E_NOT_FOUND},
-        {pfa_fopen(next, 2, "w"), PFA_E_CANT_OPEN}, // no version after the last
-        {pfa_fopen(lost, 1, "r"), PFA_E_NO_ACCESS},
-        {pfa_fopen(open, 0, "w"), PFA_E_CANT_OPEN},
-        {pfa_close(closed), PFA_E_INACTIVE},
-        {pfa_write_file(closed, 0, nullptr), PFA_E_NO_ERROR},
-        {pfa_write_file(open, -1, "x"), PFA_E_INVALID_INPUT},
-        {pfa_write_file(open, 1, nullptr), PFA_E_INVALID_INPUT},
-        {pfa_put_encode(last, 4), PFA_E_NO_ERROR},
-        {pfa_write_file(last, 1, "x"), PFA_E_INVALID_INPUT},
-        {pfa_fprintf(closed, "x"), PFA_E_INACTIVE},
-        {pfa_fprintf(open, nullptr), PFA_E_ERROR},
-        {pfa_read_dir(directory, closed), PFA_E_INACTIVE},
-        {pfa_open_dir(directory), PFA_E_NO_ERROR},
-        {pfa_open_dir(directory), PFA_E_CANT_OPEN},
-        {pfa_read_dir(directory, open), PFA_E_NOT_ALLOWED},
-        {pfa_close(open), PFA_E_NO_ERROR},
-        {pfa_close(open), PFA_E_INACTIVE},
+    EXPECT_EQ(pfa_fopen(last, PFA_OWN_VERSION, "w"), PFA_E_NO_ERROR);
+    EXPECT_EQ(last->location_type, PfaStdFilesystem);
+    EXPECT_EQ(pfa_fopen(last, PFA_OWN_VERSION, "w"), PFA_E_CANT_OPEN) << "it is open";
+
+    const vek_file before = *file;
+    EXPECT_EQ(pfa_fopen(file, PFA_NEXT_VERSION, "r"), PFA_E_CANT_OPEN);
+    EXPECT_EQ(pfa_fopen(file, PFA_LATEST_VERSION, "r"), PFA_E_NOT_FOUND);
+    EXPECT_EQ(pfa_fopen(file, PFA_OWN_VERSION, nullptr), PFA_E_INVALID_INPUT);
+    EXPECT_EQ(pfa_fopen(file, 3, "r"), PFA_E_INVALID_INPUT);
+    EXPECT_TRUE(same_bytes(before, file));
+    EXPECT_EQ(pfa_fopen(after_last, PFA_NEXT_VERSION, "w"), PFA_E_CANT_OPEN) << "no 16 bits";
+    EXPECT_EQ(pfa_fopen(lost, PFA_LATEST_VERSION, "r"), PFA_E_NO_ACCESS);
+    EXPECT_EQ(list(tree.path), names({"c.prt.32767"}));
+}
+
+TEST(Streams, RefuseToWriteWhatCannotBeWritten) {
+    const scratch_tree tree;
+    scoped_record directory(tree.path), file(tree.path + "a.prt");
+    EXPECT_EQ(pfa_fprintf(file, "x"), PFA_E_INACTIVE);
+    EXPECT_EQ(pfa_write_file(file, 1, "x"), PFA_E_INACTIVE);
+    EXPECT_EQ(pfa_write_file(file, 0, nullptr), PFA_E_NO_ERROR);
+    EXPECT_EQ(pfa_write_file(directory, 0, nullptr), PFA_E_NOT_VALID);
+    EXPECT_EQ(pfa_fprintf(directory, "x"), PFA_E_NOT_VALID);
+    ASSERT_EQ(pfa_fopen(file, PFA_OWN_VERSION, "w"), PFA_E_NO_ERROR);
+    EXPECT_EQ(pfa_write_file(file, -1, "x"), PFA_E_INVALID_INPUT);
+    EXPECT_EQ(pfa_write_file(file, 1, nullptr), PFA_E_INVALID_INPUT);
+    EXPECT_EQ(pfa_fprintf(file, nullptr), PFA_E_ERROR);
+    EXPECT_EQ(pfa_put_encode(file, PFA_ENCODE_SJIS + 1), PFA_E_NO_ERROR);
+    EXPECT_EQ(pfa_write_file(file, 1, "x"), PFA_E_INVALID_INPUT);
+    EXPECT_EQ(pfa_close(file), PFA_E_NO_ERROR);
+    EXPECT_EQ(tree.content("a.prt"), "");
+}
+
+// 2000 times "-", a kanji, a half-width letter and another kanji, many chunks long; at the end a
+// half-width letter and half a character.
+TEST(Streams, WriteTheCodesOfTheEncodeWord) {
+    const std::string text = "-\xb0\xa1\x8e\xb1\xf4\xa6", end = "\x8e\xb1\xb0";
+    const struct {
+        pfa_encode encode;
+        std::string text;
+        std::string end;
+        pfa_status status;
+    } rows[] = {
+        {PFA_ENCODE_NONE, text, end, PFA_E_NO_ERROR},
+        {PFA_ENCODE_WIDE, {"-\xb0\xa1\0\xb1\xf4\xa6", 7}, {"\0\xb1", 2}, PFA_E_INVALID_INPUT},
+        {PFA_ENCODE_JIS, "-0!\xb1t&", "\xb1", PFA_E_INVALID_INPUT},
+        {PFA_ENCODE_SJIS, "-\x88\x9f\xb1\xea\xa4", "\xb1", PFA_E_INVALID_INPUT},
     };
     for (const auto &row : rows) {
-        EXPECT_EQ(row.first, row.second) << "row " << &row - rows;
-    }
-    EXPECT_TRUE(same_bytes(before, closed));
-    EXPECT_EQ(last->location_type, PfaStdFilesystem);
-    EXPECT_EQ(read_file(tree.path + "b.prt") + read_file(tree.path + "c.prt.32767"), "");
-    EXPECT_EQ(read_names(directory), names({"b.prt", "c.prt.32767"}));
-}
-
-// Some Japanese with ASCII between, many chunks long.
-TEST(pfastream, WritesTheCodesOfTheEncodeWord) {
-    // By encode word: the text, its wide codes, JIS X 0208 and the shifted code; with a half-width
-    // letter, whose code is shorter than its text.
-    const std::string characters[] = {"-\xb0\xa1\x8e\xb1\xf4\xa6",
-                                      std::string("-\xb0\xa1\0\xb1\xf4\xa6", 7), "-0!\xb1t&",
-                                      "-\x88\x9f\xb1\xea\xa4"};
-    // At the end a half-width letter, then half a character.
-    const std::string ends[] = {"\x8e\xb1\xb0", std::string("\0\xb1", 2), "\xb1", "\xb1"};
-    for (int encode = 0; encode < 4; ++encode) {
-        std::string text, expected;
+        std::string written, expected;
         for (int i = 0; i < 2000; ++i) {
-            text += characters[0];
-            expected += characters[encode];
+            written += text;
+            expected += row.text;
         }
-        scratch_tree tree;
+        const scratch_tree tree;
         scoped_record record(tree.path + "a.txt");
-        ASSERT_EQ(pfa_fopen(record, 0, "w") + pfa_put_encode(record, encode), 0);
-        EXPECT_EQ(pfa_fprintf(record, "%s", (text + ends[0]).c_str()),
-                  encode == 0 ? PFA_E_NO_ERROR : PFA_E_INVALID_INPUT);
-        EXPECT_EQ(pfa_close(record), 0);
-        EXPECT_TRUE(read_file(tree.path + "a.txt") == expected + ends[encode]) << encode;
+        ASSERT_EQ(pfa_fopen(record, PFA_OWN_VERSION, "w"), PFA_E_NO_ERROR);
+        ASSERT_EQ(pfa_put_encode(record, row.encode), PFA_E_NO_ERROR);
+        EXPECT_EQ(pfa_fprintf(record, "%s", (written + end).c_str()), row.status) << row.encode;
+        EXPECT_EQ(pfa_close(record), PFA_E_NO_ERROR);
+        EXPECT_EQ(tree.content("a.txt"), expected + row.end) << row.encode;
     }
 }
 
