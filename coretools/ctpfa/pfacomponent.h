@@ -1,68 +1,77 @@
 // The component layer: the text of a path record, part by part.
 //
-// index is a component index 0 to 5. A text given to a store must not lie in the record's own text.
-// A store that would make the whole text 260 characters or longer changes nothing and answers 9.
+// `index` is a pfa_component, PFA_HOST to PFA_RESERVED. A text that is stored must not lie in the
+// record's own text. Unless said otherwise:
+//   PFA_E_NOT_VALID      a record is null or not valid
+//   PFA_E_INVALID_INPUT  the index is none, or the whole text would have PFA_PATH_SIZE characters
+//   or
+//                        more; the record is unchanged
 #pragma once
 
 #include "coretools/ctpfa/vek_file.h"
 
-// Replaces the component by the first length characters of text, or by all of it; the empty text
-// clears it. 0; 9 for a null record or text, a bad index or length, or a text that does not fit; 11
-// for an invalid record.
+// Replaces the component by the first `length` characters of `text`, or by all of it; the empty
+// text clears it. Fails with PFA_E_INVALID_INPUT also for a null record, a null text, and a length
+// that is negative or more than the text has.
 pfa_status pfa_put_component_len(vek_file *record, int index, const char *text, int length);
 pfa_status pfa_put_component(vek_file *record, int index, const char *text);
 
-// The component's length, 0 for an invalid record or index; and 1 when it is not 0.
+// Returns the length of the component, 0 for an invalid record or index.
 int pfa_component_length(const vek_file *record, int index);
+// 1 if the component is not empty, else 0.
 int pfa_has_component(const vek_file *record, int index);
 
-// 1 when components 0 to 2 hold any text, else 0. *location_type (may be null) is the record's
-// type, 0 for an invalid record.
+// 1 if host, device or path (components 0 to 2) holds any text, else 0. Stores the location type, 0
+// for an invalid record; `location_type` may be null.
 int pfa_has_location(const vek_file *record, int *location_type);
 
-// The first or last character in *character (may be null): 0, 2 for an empty component, 11.
+// Stores the first or last character of the component; `character` may be null. Fails with
+// PFA_E_NOT_FOUND if the component is empty.
 pfa_status pfa_component_first_char(const vek_file *record, int index, char *character);
 pfa_status pfa_component_last_char(const vek_file *record, int index, char *character);
 
-// Compares the component with length characters of text (-1 for all): its length less theirs when
-// they differ, else the order of the characters, in the second form without regard to case. A null
-// text is empty, and so is a component of an invalid record.
+// Compares the component with the first `length` characters of `text` (-1: all). Returns the
+// component's length less that length if they differ, else the order of the characters, in the
+// second function without regard to case. A null text counts as empty, and so does the component of
+// an invalid record.
 int pfa_component_strcmp(const vek_file *record, int index, const char *text, int length);
 int pfa_component_u_strcmp(const vek_file *record, int index, const char *text, int length);
 
-// Copies one component. 0, 9, 11.
 pfa_status pfa_copy_component(const vek_file *from, vek_file *to, int index);
-// Copies components 0 to 2 and the location type. 0; 1 when a stream or directory is open on to; 9
-// when they do not fit beside the name; 11. Unless 0, to is as it was.
+// Copies host, device, path and the location type. Fails with PFA_E_ERROR if a stream or directory
+// is open on `to`. On failure `to` is unchanged.
 pfa_status pfa_copy_location(const vek_file *from, vek_file *to);
 
-// Appends the component to the text out at *length, which then is the new length, and terminates
-// it; lower-cases what was appended when lower is not 0. 0, also for an empty component, which
-// writes nothing; 1 when the text and its zero would not fit in capacity; 11 for a null out or
-// length or an invalid record.
+// Appends the component to out[capacity] at *length, terminates the text and advances *length; the
+// second function lower-cases what it appended if `lower` is not 0. An empty component writes
+// nothing. Results:
+//   PFA_E_NO_ERROR
+//   PFA_E_ERROR      the text does not fit; nothing is written
+//   PFA_E_NOT_VALID  also for a null `out` or `length`
 pfa_status pfa_append_component(const vek_file *record, int index, char *out, std::int16_t *length,
                                 int capacity);
 pfa_status pfa_append_component_lower(const vek_file *record, int index, char *out,
                                       std::int16_t *length, int capacity, int lower);
-// The component alone in out[capacity]; empty unless the result is 0.
+// Writes the component alone; `out` is empty on failure. Results as above.
 pfa_status pfa_get_component(const vek_file *record, int index, char *out, int capacity);
 
-// Appends text to out[260] at *length: 1, or 0 and nothing changed when it does not fit.
+// Appends `text` to out[PFA_PATH_SIZE] at *length and advances *length. Returns 1, or 0 and changes
+// nothing if it does not fit.
 int pfa_strcat(const char *text, char *out, std::int16_t *length);
 // Lower-cases text[from, to), ASCII letters only.
 void pfa_substring_to_lower(char *text, int from, int to);
 
-// The index of the last separator in text[low, high), -1 for none.
+// Returns the index of the last separator in text[low, high), -1 if there is none.
 int pfa_last_sep_in_range(const char *text, int low, int high, char separator);
-// The last piece of text[low, high) between separators, of which one may close the range:
-// 1 and [*start, *end), or 0 when it is empty (-1 and -1 for a bad range).
+// Stores in [*start, *end) the last piece of text[low, high) between separators, of which one may
+// close the range. Returns 1, or 0 if the piece is empty. A bad range stores -1 and -1.
 int pfa_last_delimited_range(const char *text, int low, int high, char separator,
                              std::int16_t *start, std::int16_t *end);
-// The same over a component, as offsets into the record's text; -1 and -1 for an invalid record.
+// The same over a component, as offsets in the record's text.
 int pfa_comp_last_delim_range(const vek_file *record, int index, char separator,
                               std::int16_t *start, std::int16_t *end);
 
-// The component index that the record's location type gives to each role (each may be null), -1
-// when it has no such component. 0, or 11 with every role -1.
+// Stores the components in which the record's location type keeps host, device and path, -1 if it
+// keeps none; each address may be null.
 pfa_status pfa_get_component_mapping(const vek_file *record, int *host_index, int *device_index,
                                      int *path_index);

@@ -75,7 +75,7 @@ vek_file *get_Cur_Dir() {
     return Cur_Dir;
 }
 
-void load_pfa_cur_dir(vek_file *directory) {
+void load_pfa_cur_dir(const vek_file *directory) {
     if (!make_cur_dir()) {
         return;
     }

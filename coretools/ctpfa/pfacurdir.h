@@ -1,23 +1,27 @@
-// The current and the home directory as path records, kept for the life of the process.
+// The current and the home directory as path records, kept until the process ends.
 //
-// Both records and their first use are unguarded: the first call comes before a second thread.
+// Not locked: the first call must come before a second thread uses the layer.
 #pragma once
 
 #include "coretools/ctpfa/vek_file.h"
 
-// The current directory's record, made at the first call from the working directory the process
-// has then; later changes of that directory are not seen. Null without memory. The layer owns the
-// record: pfa_free_vek_file refuses it.
+// Returns the record of the current directory, made at the first call from the working directory
+// that the process then has; later changes of that directory are not seen. Null if memory is
+// exhausted. The layer owns the record: pfa_free_vek_file refuses it.
 vek_file *pfa_get_cur_dir();
 
-// The same record, null before it was made.
+// Returns the same record, null if it was not made yet.
 vek_file *get_Cur_Dir();
 
-// Makes an absolute directory the current directory; with null, or a record that is not absolute,
-// the working directory of the process is read again. Where that is unknown, takes 260
-// characters or has a name that would be read as another, the current directory has no location.
-void load_pfa_cur_dir(vek_file *directory);
+// Makes an absolute directory the current directory. With null, or a record that is not absolute,
+// the working directory of the process is read again. If that is unknown, has PFA_PATH_SIZE
+// characters or more with its '/', or has a name that reads as another, the current directory has
+// no location.
+void load_pfa_cur_dir(const vek_file *directory);
 
 // Copies the home directory, from the environment variable HOME as it is at the first success, into
-// out. PFA_E_ERROR when HOME is not set or names no directory, PFA_E_NOT_VALID for an invalid out.
+// `out`. Fails with
+//   PFA_E_ERROR          HOME is not set or names no directory
+//   PFA_E_NOT_VALID      `out` is null or not valid
+//   PFA_E_OUT_OF_MEMORY
 pfa_status pfa_get_home_dir(vek_file *out);

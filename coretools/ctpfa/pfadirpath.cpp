@@ -6,8 +6,8 @@
 #include "coretools/ctpfa/pfacomponent.h"
 #include "coretools/ctpfa/pfacurdir.h"
 #include "coretools/ctpfa/pfaget.h"
+#include "coretools/ctpfa/pfajoin.h"
 #include "coretools/ctpfa/pfamem.h"
-#include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfaput.h"
 #include "coretools/ctpfa/pfarecord_internal.h"
 
@@ -83,7 +83,7 @@ pfa_status pfa_make_absolute_path(vek_file *record) {
     return current == nullptr ? PFA_E_OUT_OF_MEMORY : concat_pfa_paths(current, record);
 }
 
-vek_file *extract_pfa_dir(vek_file *record) {
+vek_file *extract_pfa_dir(const vek_file *record) {
     vek_file *directory = nullptr;
     if (!pfa_is_valid(record) || pfa_alloc_vek_file(&directory) != PFA_E_NO_ERROR) {
         return nullptr;
@@ -110,7 +110,7 @@ pfa_status pfa_copy_vek_file(const vek_file *source, vek_file *destination) {
     return PFA_E_NO_ERROR;
 }
 
-pfa_status pfa_make_subdir(vek_file *directory, const char *name, vek_file *out) {
+pfa_status pfa_make_subdir(const vek_file *directory, const char *name, vek_file *out) {
     if (!pfa_is_valid(directory) || !pfa_is_dir(directory) || !pfa_is_valid(out)) {
         return PFA_E_NOT_VALID;
     }

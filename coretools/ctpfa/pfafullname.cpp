@@ -1,8 +1,9 @@
 // Writes names: the full name of a path record, or selected parts of it.
+#include "coretools/ctpfa/pfafullname.h"
+
 #include "coretools/ctfileutil/objextension.h"
 #include "coretools/ctpfa/pfacomponent.h"
 #include "coretools/ctpfa/pfaget.h"
-#include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfarecord_internal.h"
 #include "coretools/genutil1/bounded_text.h"
 

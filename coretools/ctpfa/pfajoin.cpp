@@ -1,11 +1,12 @@
 // Absolute and relative names: joins a location to a directory.
+#include "coretools/ctpfa/pfajoin.h"
+
 #include "coretools/ctfileutil/objextension.h"
 #include "coretools/ctpfa/path_text.h"
 #include "coretools/ctpfa/pfa_std_location.h"
 #include "coretools/ctpfa/pfacomponent.h"
 #include "coretools/ctpfa/pfadirpath.h"
 #include "coretools/ctpfa/pfaget.h"
-#include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfaput.h"
 #include "coretools/ctpfa/pfarecord_internal.h"
 
@@ -66,7 +67,7 @@ int pfa_path_is_absolute(const vek_file *record) {
     return path == -1 || pfa_component_text(record, path, path).starts_with('/') ? 1 : 0;
 }
 
-pfa_status pfa_concat_locations(vek_file *base, vek_file *relative, vek_file *out) {
+pfa_status pfa_concat_locations(const vek_file *base, const vek_file *relative, vek_file *out) {
     if (pfa_is_valid(base) == 0 || pfa_is_valid(relative) == 0 || pfa_is_valid(out) == 0) {
         return PFA_E_NOT_VALID;
     }
@@ -88,7 +89,7 @@ pfa_status pfa_concat_locations(vek_file *base, vek_file *relative, vek_file *ou
     });
 }
 
-pfa_status concat_pfa_paths(vek_file *base, vek_file *record) {
+pfa_status concat_pfa_paths(const vek_file *base, vek_file *record) {
     if (pfa_is_valid(base) == 0 || pfa_is_valid(record) == 0) {
         return PFA_E_NOT_VALID;
     }
@@ -103,7 +104,7 @@ pfa_status concat_pfa_paths(vek_file *base, vek_file *record) {
     return result == PFA_E_NO_ERROR ? pfa_location_append(base, record, relative) : result;
 }
 
-pfa_status pfa_location_append(vek_file *directory, vek_file *out, const char *text) {
+pfa_status pfa_location_append(const vek_file *directory, vek_file *out, const char *text) {
     if (pfa_is_valid(directory) == 0 || pfa_is_valid(out) == 0) {
         return PFA_E_NOT_VALID;
     }

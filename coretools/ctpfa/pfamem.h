@@ -8,22 +8,26 @@
 
 #include "coretools/ctpfa/vek_file.h"
 
-// A new record in *out: no text, type -4, location type 1. The first call in the process registers
-// the location types. 0; 11 for a null out; 6 without memory, *out unchanged.
+// Stores a new record in *out: no text, type OBJ_TYPE_NOT_YET, of the standard filesystem. The
+// first call in the process registers the location types. Fails with
+//   PFA_E_NOT_VALID  `out` is null
+//   PFA_E_NO_SPACE   memory is exhausted; *out is unchanged
 pfa_status pfa_alloc_vek_file(vek_file **out);
 
-// Releases *record and sets it to null: 0. Refused, with the record as it was: 11 for a null or
-// invalid record, 8 for an open one (reported), 9 for the current directory's (reported).
+// Releases *record and sets it to null. Fails, with the record as it was, with
+//   PFA_E_NOT_VALID      it is null or not valid
+//   PFA_E_NOT_ALLOWED    it is open (reported)
+//   PFA_E_INVALID_INPUT  it is that of the current directory (reported)
 pfa_status pfa_free_vek_file(vek_file **record);
 
 // Gives *record the values of a new record, whatever it held (an open stream is lost, not closed),
-// or allocates it when it is null. 0; 11 for a null address; 6 without memory.
+// or allocates it if it is null. Results as those of pfa_alloc_vek_file.
 pfa_status pfa_recycle_vek_file(vek_file **record);
 
 // Gives a record, which may be any memory of that size, the values of a new one.
 void pfa_init_vek_file(vek_file *record);
 
-// The name of a status code, "PFA_UNKNOWN_ERROR" for any other value. A constant.
+// Returns the name of a status code, "PFA_UNKNOWN_ERROR" for any other value. A constant.
 const char *pfa_error_to_string(int code);
 
 // The debugging registry of records, off at first; switching it off forgets its entries. While it
@@ -32,9 +36,9 @@ void pfa_set_mem_debug(int on);
 
 // Notes the allocation (allocating not 0) or the release of a record and reports, through
 // dbg_err_crash, a second allocation, a second release and the release of a record never noted.
-// With a null record it prints on standard output: the live records, one a line, when allocating is
-// not 0, else the number of live records and of entries. 0, also while the registry is off; 16 when
-// there is no memory to note the record.
+// With a null record it prints on standard output: the live records, one per line, if `allocating`
+// is not 0, else the number of live records and of entries. Fails with PFA_E_OUT_OF_MEMORY if there
+// is no memory to note the record; does nothing while the registry is off.
 int pfa_mem_debug(vek_file *record, int allocating);
 
 // An address as the traces print it, through "%x".

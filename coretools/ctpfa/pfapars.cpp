@@ -15,7 +15,8 @@
 
 namespace {
 
-pfa_status expand_and_parse(vek_file *record, vek_file *base, const char *text, int directory) {
+pfa_status expand_and_parse(vek_file *record, const vek_file *base, const char *text,
+                            int directory) {
     char with_values[PFA_PATH_SIZE];
     if (std::strchr(text, '$') != nullptr) {
         if (substitute_env_vars(text, with_values, PFA_PATH_SIZE) != PFA_E_NO_ERROR) {
@@ -80,7 +81,7 @@ pfa_status pfa_parse_to_vek_file(vek_file *record, const char *text) {
     return pfa_parse_to_vek_file_private(record, nullptr, text, -1);
 }
 
-pfa_status pfa_parse_to_vek_file_private(vek_file *record, vek_file *base, const char *text,
+pfa_status pfa_parse_to_vek_file_private(vek_file *record, const vek_file *base, const char *text,
                                          int directory) {
     if (pfa_is_valid(record) == 0) {
         return PFA_E_NOT_VALID;

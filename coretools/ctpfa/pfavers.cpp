@@ -105,7 +105,7 @@ pfa_status pfa_get_file_vers_low(vek_file *directory, const char *name, int sele
 
 } // namespace
 
-pfa_status pfa_get_file_vers(vek_file *record, int selector, int *version) {
+pfa_status pfa_get_file_vers(const vek_file *record, int selector, int *version) {
     if (pfa_is_valid(record) == 0) {
         return PFA_E_NOT_VALID;
     }

@@ -4,21 +4,20 @@
 #include "coretools/ctpfa/vek_file.h"
 
 enum pfa_version_selector : int {
-    PFA_OWN_VERSION = 0,
-    PFA_LATEST_VERSION = 1,
-    PFA_NEXT_VERSION = 2,
+    PFA_OWN_VERSION = 0,    // that of the record
+    PFA_LATEST_VERSION = 1, // the highest in the record's directory; 0 is a file without version
+    PFA_NEXT_VERSION = 2,   // the version to create: 1 if there is no such file, 2 if the only one
+                            // has no version, else the highest and 1, which may exceed 16 bits
 };
 
-// Stores a version of the record's file in *version:
-//   selector 0  the record's own version
-//   selector 1  the highest version in the record's directory, 0 for a file without version
-//   selector 2  the version to create next: 1 when there is no such file, 2 when there is only one
-//               without version, else the highest and one (which may exceed the 16 bits of a
-//               record)
-// Names are matched exactly, or in either case for types -6 and 134 to 137 and in a location that
-// ignores case.
-// 0; 2 when selector 1 finds no file; 7 when the directory can't be opened; 9 for another selector
-// or a null version; 11 for an invalid record; 16 without memory for the directory; or the code
-// with which the name could not be written or the directory not be read. *version is stored only
-// on success.
-pfa_status pfa_get_file_vers(vek_file *record, int selector, int *version);
+// Stores a version of the record's file. Names are matched exactly; in either case for the types
+// OBJ_TYPE_NO_MEMBER, IGS, SET, VDA and DXF and in a location that ignores case. *version is
+// unchanged on failure. Results:
+//   PFA_E_NO_ERROR
+//   PFA_E_NOT_VALID      the record is null or not valid
+//   PFA_E_INVALID_INPUT  the selector is none, or `version` is null
+//   PFA_E_NOT_FOUND      the latest version of a file that does not exist
+//   PFA_E_NO_ACCESS      the directory cannot be opened
+//   PFA_E_OUT_OF_MEMORY
+//   otherwise            the name cannot be written, or the directory cannot be read
+pfa_status pfa_get_file_vers(const vek_file *record, int selector, int *version);
