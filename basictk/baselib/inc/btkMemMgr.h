@@ -14,70 +14,65 @@ class btkDebugMemMgr : public btkAllocated {
     virtual ~btkDebugMemMgr() = default;
 };
 
-// The interface. In this class itself GetSize answers 0 and the other two abort the process.
+// The interface. In this class itself GetSize returns 0, and the other two end the process.
 class btkMemMgr : public btkDebugMemMgr {
   public:
-    // The bytes that may be used at memory, not less than were asked for; 0 when not known.
+    // Returns the bytes that may be used at `memory`, at least as many as were asked for; 0 for
+    // null, or if the manager does not know.
     virtual std::size_t GetSize(const void *memory) const;
-    // size bytes at a multiple of alignment (a power of two), not cleared; null without memory.
+    // Returns `size` bytes at a multiple of `alignment`, a power of two, not cleared. Null if there
+    // is no memory or the alignment is none.
     virtual void *AllocMem(std::size_t size, int alignment);
+    // Null is allowed.
     virtual void FreeMem(void *memory);
 };
 
-// malloc and free, with malloc's alignment whatever is asked for. Holds nothing itself.
+// malloc and free, with malloc's alignment whatever is asked for. Owns nothing.
 class btkDefMemMgr : public btkMemMgr {
   public:
     void *AllocMem(std::size_t size, int alignment) override;
     void FreeMem(void *memory) override;
 };
 
-struct btkPage;
+struct btkBlock;
+struct btkChunk;
 
-// One row of a manager's table: the block size of a class, and its pages that have a free block.
-// A row of block size -1 ends the table.
+// One row of a manager's table: the blocks of one size that are free. A row of block size -1 ends
+// the table.
 struct btkFreeList {
     int blockSize;
-    btkPage *pages;
+    btkBlock *first;
 };
 
-// Small blocks by size class. Chunks come from the C library and are cut into pages aligned to
-// their own size; a page holds blocks of one class behind a header that a block finds by rounding
-// its address down. A page whose blocks are all free may serve another class. A request above a
-// quarter of a page has an allocation of its own with the same header. Safe on several threads
-// while threading is on. Destruction gives everything back, blocks in use included.
+constexpr std::size_t BTK_CHUNK_SIZE = 131072;
+constexpr std::size_t BTK_POOL_SIZE = 32768; // the largest block of a chunk
+
+// Blocks of the sizes of a table, cut from chunks that stay until the manager is destroyed. A
+// larger block, or one with an alignment beyond malloc's, comes from malloc and goes back there.
+// Any thread may call while threading is on.
 class btkBaseMMgr : public btkMemMgr {
   public:
     ~btkBaseMMgr() override;
     std::size_t GetSize(const void *memory) const override;
     void *AllocMem(std::size_t size, int alignment) override;
-    // A block of another manager of this class, or one already free with its page, aborts the
-    // process.
+    // Ends the process for a block of another manager of this class, and for one that is free.
     void FreeMem(void *memory) override;
 
   protected:
-    // pageSize is a power of two that divides chunkSize; lists belongs to the subclass.
-    btkBaseMMgr(std::size_t chunkSize, std::size_t pageSize, btkFreeList *lists);
-    // The row for a size from 1 to a quarter of a page; its blocks hold at least that many bytes.
+    // `lists` belongs to the subclass.
+    explicit btkBaseMMgr(btkFreeList *free_lists) : lists(free_lists) {}
+    // Returns the row for a size from 1 to BTK_POOL_SIZE. Its blocks have at least that many bytes.
     virtual int SizeClass(std::size_t size) const = 0;
 
   private:
-    btkPage *PageOf(const void *memory) const;
-    btkPage *TakePage();
-    void *AllocBlock(int sizeClass);
-    void *AllocLarge(std::size_t size, std::size_t alignment);
-    void FreeBlock(btkPage *page, void *memory);
+    btkBlock *CutBlock(std::size_t size);
+    btkBlock *AllocLarge(std::size_t size, std::size_t alignment);
 
-    const std::size_t chunkSize;
-    const std::size_t pageSize;
     btkFreeList *const lists;
-    btkPage *chunks = nullptr;
-    btkPage *freePages = nullptr;
-    btkPage *large = nullptr;
+    btkChunk *chunks = nullptr;        // the newest first
+    std::size_t used = BTK_CHUNK_SIZE; // bytes of the newest chunk
     thrMutex lock{thrMutexNormal};
 };
-
-constexpr std::size_t BTK_CHUNK_SIZE = 131072;
-constexpr std::size_t BTK_POOL_SIZE = 32768;
 
 // Block sizes that are powers of two, for texts and arrays, which grow by doubling.
 class btkPow2MMgr : public btkBaseMMgr {
@@ -92,8 +87,8 @@ class btkPow2MMgr : public btkBaseMMgr {
     btkFreeList table[LISTS + 1];
 };
 
-// Seven classes from one power of two to the next, for objects: an eighth of a block is lost at
-// worst above 64 bytes.
+// Seven classes from one power of two to the next, for objects: above 64 bytes at most an eighth of
+// a block is lost.
 class btkPoolMMgr : public btkBaseMMgr {
   public:
     static constexpr int LISTS = 256;
@@ -113,5 +108,5 @@ extern btkMemMgr *pStringMemMgr; // one shared btkPow2MMgr
 extern btkMemMgr *pArrayMemMgr;  // the same
 extern btkMemMgr *pBlkObjMemMgr; // a btkPoolMMgr
 
-// Reports the place and ends the process. The first report is the only one that is written whole.
+// Reports the place on standard error and ends the process.
 [[noreturn]] void btkAbort(const char *place);

@@ -31,9 +31,15 @@ void unlock_too_often() {
     mutex.Unlock();
 }
 
-void free_elsewhere(void *memory) {
+void free_by_string_manager(void *memory) {
     ready();
     pStringMemMgr->FreeMem(memory);
+}
+
+void free_twice() {
+    void *memory = pStringMemMgr->AllocMem(100, 8);
+    pStringMemMgr->FreeMem(memory);
+    free_by_string_manager(memory);
 }
 
 TEST(ThrMutex, MisuseEndsTheProcess) {
@@ -44,8 +50,9 @@ TEST(ThrMutex, MisuseEndsTheProcess) {
          g_pszXIllegalAccess},
         {unlock_too_often, g_pszXIllegalAccess},
         {[] { ++thrThread::c_iThreadsInUse, ready(), DisableThreading(); }, g_pszXThreadingInUse},
-        {[] { free_elsewhere(pBlkObjMemMgr->AllocMem(100, 8)); }, "btkBaseMMgr::FreeMem"},
-        {[] { free_elsewhere(pBlkObjMemMgr->AllocMem(9000, 8)); }, "btkBaseMMgr::FreeMem"},
+        {[] { free_by_string_manager(pBlkObjMemMgr->AllocMem(100, 8)); }, "btkBaseMMgr::FreeMem"},
+        {[] { free_by_string_manager(pBlkObjMemMgr->AllocMem(40000, 8)); }, "btkBaseMMgr::FreeMem"},
+        {free_twice, "btkBaseMMgr::FreeMem"},
     };
     for (const auto &[misuse, description] : rows) {
         const std::string report =
