@@ -6,7 +6,8 @@ Usage: check_docs.py TOOL EXAMPLES    EXAMPLES is the directory of the built exa
 - Each link of a Markdown page leads to a file and a heading that exist.
 - Each command of a ```console block is run and must print what the block shows. /data/mylib is a
   copy of examples/mylib.
-- The manual pages are clean, and name every message of the tool. The examples of vek_catalog(5) are
+- docs/architecture.md maps every file of the two large folders and has every lock.
+- The manual pages are clean, and name every message and environment variable. The examples of vek_catalog(5) are
   run on a library of plain, long and odd names.
 """
 
@@ -71,6 +72,32 @@ def check_commands(page):
                     fault(page, f"$ {command}\nprinted:\n{printed}shown:\n{expected}")
 
 
+def sources(*folders):
+    return (path for folder in folders for path in sorted((ROOT / folder).glob("**/*.*"))
+            if path.suffix in (".h", ".cpp", ".def"))
+
+
+def check_architecture():
+    page = ROOT / "docs/architecture.md"
+    text = page.read_text()
+    for folder in ("coretools/ctpfa", "coretools/ctmemmgr"):
+        table = re.search(rf"^\| File of `{folder}`.*\n((?:\|.*\n)*)", text, re.M)[1]
+        named = {name for row in table.splitlines()
+                 for name in re.findall(r"`([^`]+)`", row.split("|")[1])}
+        files = {path.name for path in sources(folder)}
+        mapped = {name for name in files if name in named or name.rpartition(".")[0] in named}
+        for name in sorted(files - mapped):
+            fault(page, f"{folder}/{name} is not in the map")
+        for name in sorted(named):
+            if not any(file == name or file.rpartition(".")[0] == name for file in files):
+                fault(page, f"{folder} has no {name}")
+    locks = r"(?:lazy_mutex|atomic<thrMutex \*>|pthread_mutex_t(?: \w+::)?|^thrMutex \*) ?(\w+)(?:\{| =)"
+    for source in sources("coretools", "basictk"):
+        for name in set(re.findall(locks, source.read_text(), re.M)) - {"handle"}:
+            if f"`{name}`" not in text:
+                fault(page, f"has no lock {name} ({source.name})")
+
+
 def output_of(*command):
     run = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
     return run.stdout + (f"exit status {run.returncode}\n" if run.returncode else "")
@@ -90,7 +117,8 @@ def check_manual_pages():
 
 
 def check_messages():
-    """Every message of the tool stands in the manual page and in the README."""
+    """Every message of the tool stands in the manual page and in the README, and every environment
+    variable in the manual page."""
     pages = [ROOT / "man/vek_build_librar_ctg.1", ROOT / "README.md"]
     for source in sorted(ROOT.glob("apps/lib_ctg/*.cpp")):
         for text in re.findall(r'"((?:Error|Warning): [^"]*|Duplicate [^"]*)"', source.read_text()):
@@ -98,6 +126,10 @@ def check_messages():
             for page in pages:
                 if fixed not in page.read_text():
                     fault(page, f"does not explain: {text}")
+    for source in sources("apps", "coretools", "basictk"):
+        for name in re.findall(r'getenv\("(\w+)"\)', source.read_text()):
+            if name not in pages[0].read_text():
+                fault(pages[0], f"has no environment variable {name}")
 
 
 def manual_examples():
@@ -196,6 +228,7 @@ def check_types():
 for page in PAGES:
     check_links(page)
     check_commands(page)
+check_architecture()
 check_manual_pages()
 check_messages()
 check_catalog_page()
