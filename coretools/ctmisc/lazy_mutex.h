@@ -18,7 +18,7 @@ void lazy_mutex_lock(lazy_mutex *mutex);
 // made, or a trap that returned has released it.
 void lazy_mutex_unlock(lazy_mutex *mutex);
 
-// Holds a lazy mutex for a block that no trap can leave.
+// Holds a lazy mutex for a scope. No trap may leave the scope: it would skip the destructor.
 class lazy_mutex_guard {
   public:
     explicit lazy_mutex_guard(lazy_mutex &guarded) : mutex(guarded) { lazy_mutex_lock(&mutex); }

@@ -11,7 +11,6 @@
 #include <cstring>
 #include <iterator>
 
-static_assert(std::size(conv_spec_def) == 19);
 static_assert(std::all_of(std::begin(conv_spec_def), std::end(conv_spec_def),
                           [](const conversion_row &row) { return row.append != nullptr; }));
 

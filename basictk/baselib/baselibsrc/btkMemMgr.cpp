@@ -145,7 +145,7 @@ btkPow2MMgr::btkPow2MMgr() : btkBaseMMgr(table) {
 }
 
 int btkPow2MMgr::SizeClass(std::size_t size) const {
-    return std::bit_width(size - 1);
+    return static_cast<int>(std::bit_width(size - 1));
 }
 
 btkPoolMMgr::btkPoolMMgr() : btkBaseMMgr(table) {

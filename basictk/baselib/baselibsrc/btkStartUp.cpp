@@ -8,9 +8,9 @@ constexpr void (*INITIALISERS[])() = {start_thrtrap, start_osapic, start_fdset, 
 
 const btkStaticRecord *newest = nullptr;
 
-// One static object keeps the order in one place: between several files the language leaves it
-// open. Every initialiser calls btkRecordStatic, and btkNew and the initialisation lock need what
-// an initialiser defines, so that a linker cannot leave this file out of a program that uses them.
+// One static object, because the language leaves the order between files open. The linker cannot
+// leave this file out of a program that uses the toolkit: btkNew, the initialisation lock and
+// theCTState need files with initialisers, which call btkRecordStatic.
 struct start_up {
     start_up() {
         for (void (*initialise)() : INITIALISERS) {

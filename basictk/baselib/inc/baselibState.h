@@ -1,10 +1,11 @@
-// What the process was told through its environment when it started.
+// The library state that the environment sets at start-up.
 #pragma once
 
-// Each flag is true when the variable of its name is set, whatever its value. Read once at
-// start-up; constant afterwards, so that any thread may ask.
+// Each flag is true if the environment variable of its name is set, to any value. Read before main
+// and constant afterwards; any thread may read it.
 class baselibState {
   public:
+    // Reads the environment again.
     void SetNewState();
     bool NoInteract() const { return noInteract; }     // NOINTERACT
     bool NoExit() const { return noExit; }             // NOEXIT

@@ -1,33 +1,33 @@
-// The toolkit's start-up objects: built before main in a fixed order, destroyed by exit newest
-// first. No thread of the process may use the toolkit any more when exit runs.
+// The toolkit's start-up objects: built before main in a fixed order, destroyed by exit() newest
+// first. No other thread may use the toolkit while exit() runs.
 #pragma once
 
 #include "basictk/baselib/inc/btkXArray.h"
 #include "basictk/baselib/inc/thrMutex.h"
 
-// The five initialisers, in the order in which they run; each is in the file of its name but the
-// first, which is in thrStatics.cpp.
+// The five initialisers, in the order in which they run. Each is in the file of its name, the first
+// in thrStatics.cpp.
 void start_thrtrap();
 void start_osapic();
 void start_fdset();
 void start_widfun();
 void start_btkubuf();
 
-// One object to destroy at exit. The record is static storage of the module that built the object.
+// An object to destroy at exit. The module that built it owns the record, in static storage.
 struct btkStaticRecord {
     const char *name;
     void (*destroy)();
     const btkStaticRecord *older;
 };
 
-// Puts a record on the list. Called before other threads run.
+// Adds a record to the list. Not thread-safe.
 void btkRecordStatic(btkStaticRecord *record);
 const btkStaticRecord *btkNewestStatic();
-// Destroys what is on the list, newest first, and leaves the list empty. exit runs it.
+// Destroys what is on the list, newest first, and empties it. Run by exit().
 void btkDestroyStatics();
 
-// Records the object that a global pointer owns: it is deleted and the pointer cleared, so that
-// what runs later finds no object instead of a dead one.
+// Records the object that a global pointer owns. At exit it is deleted and the pointer set to null,
+// so that later code finds no object instead of a dead one.
 template <auto &pointer>
 void btkRecordOwned(const char *name) {
     static btkStaticRecord record{name,
@@ -45,7 +45,7 @@ class thrMTSafeStaticsSet {
     static btkClassXArrayImpl *mMTSafeSet;
 };
 
-// Normal mutexes of the toolkit's modules. Null when there was no memory for one.
+// Normal mutexes of the toolkit's modules. Null if there was no memory.
 extern thrMutex *thrcInitializationMutex;
 extern thrMutex *_AbortMutex;
 extern thrMutex *fork_protection;
@@ -57,6 +57,6 @@ extern thrMutex *btkUBufMutex;
 extern btkXArray<void *> *ioMiscInfo;
 extern btkClassXArrayImpl *iodbgXX;
 
-// The texts that an empty string buffer shows, byte and wide.
+// The texts of an empty string buffer, byte and wide.
 extern char emptyCSBuffInitializer[4];
 extern int emptyWSBuffInitializer[1];

@@ -1,4 +1,4 @@
-// The toolkit's growable array: elements of one size in storage of the C library.
+// The toolkit's growable array, in storage from malloc.
 #pragma once
 
 #include "basictk/baselib/inc/btkNew.h"
@@ -7,10 +7,9 @@
 
 constexpr int BTK_XARRAY_MIN_CAPACITY = 64;
 
-// Untyped base. Elements are moved as bytes. The capacity runs through 64, 128, 256, ... elements.
-// Indexes and counts are checked: an operation that is given a wrong one, or finds no memory,
-// answers false and has changed nothing. Elements handed in must not lie in the array itself.
-// No locking.
+// Untyped base. Elements are moved as bytes. The capacity is 64, 128, 256, ... elements. An
+// operation returns false, and changes nothing, if an index or a count is out of range or there is
+// no memory. Elements passed in must not lie in the array itself. Not locked.
 class btkXArrayImpl : public btkAllocated {
   public:
     explicit btkXArrayImpl(int elementSize, int initialCapacity = BTK_XARRAY_MIN_CAPACITY);
@@ -18,20 +17,20 @@ class btkXArrayImpl : public btkAllocated {
     btkXArrayImpl &operator=(const btkXArrayImpl &) = delete;
 
     int Count() const { return count; }
-    // 0 when there was no memory for the first storage: growth then tries again.
+    // In elements. 0 if there was no memory for the first storage; growth then tries again.
     int Capacity() const { return capacity; }
-    // The address of an element below Count(), valid until the array grows or shrinks.
+    // Returns the address of an element below Count(), valid until the array grows or shrinks.
     void *_Elem(int index) const { return data + static_cast<std::size_t>(index) * elementSize; }
     // Copies one element to the end.
     bool _Append(const void *element);
 
-    // Opens room for n elements before index (up to Count()) and copies them in; null clears them.
+    // Inserts n elements before `index` (0 to Count()): copies, or zero bytes for null.
     virtual bool _Insert(int index, int n, const void *elements);
-    // Takes n elements out; the storage shrinks to the smallest capacity that holds the rest.
+    // Removes n elements. The storage shrinks to the smallest capacity that holds the rest.
     virtual bool _Remove(int index, int n);
     // Overwrites n elements.
     virtual bool _Replace(int index, int n, const void *elements);
-    // Takes all elements out and keeps the smallest storage.
+    // Removes all elements and keeps the smallest storage.
     virtual void _FreeAllElems();
     // Doubles the capacity until n more elements fit.
     virtual bool _Reallocate(int n);
@@ -63,8 +62,8 @@ class btkXArray final : public btkXArrayImpl {
     bool Append(Element element) { return _Append(&element); }
 };
 
-// An array kept in order. The first word of each element is a pointer, the key; the comparison
-// is called with two keys and answers a negative, zero or positive number.
+// An array kept in order. The first word of each element is a pointer, its key. The comparison gets
+// two keys and returns a negative, zero or positive number.
 class btkClassXArrayImpl final : public btkXArrayImpl {
   public:
     using Compare = int (*)(const void *left, const void *right);
@@ -75,10 +74,9 @@ class btkClassXArrayImpl final : public btkXArrayImpl {
     static int Cmp_Ptrs(const void *left, const void *right);     // by address
     static int Cmp_cStrings(const void *left, const void *right); // two texts, by strcmp
 
-    // The index of the first element whose key is not before the given one; found tells whether
-    // it is equal.
+    // Returns the index of the first element whose key is not before `key`; *found: it is equal.
     int Find(const void *key, bool *found) const;
-    // Inserts an element at its place: false also when an element of this key is there already.
+    // Inserts an element at its place. False also if its key is there already.
     bool Add(const void *element);
 
   private:

@@ -1,5 +1,4 @@
-// The root of the thread library's objects: conversions that stand in for run-time type
-// information.
+// The root of the thread library's objects: conversions in place of run-time type information.
 #pragma once
 
 #include "basictk/baselib/inc/btkNew.h"
@@ -10,9 +9,8 @@ class thrMutex;
 class thrSemaphoreNative;
 class thrSemaphoreNew;
 
-// A pointer to any object of the library can be asked what it is: each conversion answers null
-// unless the object is of that class, which then overrides it to return itself. Objects are
-// destroyed through their own class, never through this one.
+// Each conversion returns null unless the object is of that class, which overrides it to return
+// itself. Objects are destroyed through their own class, never through this one.
 class thrBaseObject : public btkAllocated {
   public:
     thrBaseObject() = default;

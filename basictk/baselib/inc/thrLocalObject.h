@@ -1,4 +1,4 @@
-// Thread-local objects: one value a thread, all objects behind one POSIX key.
+// Thread-local objects: a value per thread, all objects behind one POSIX key.
 #pragma once
 
 #include "basictk/baselib/inc/btkXArray.h"
@@ -6,32 +6,32 @@
 
 #include <pthread.h>
 
-// A thread's values, one a slot index. Only its thread makes it longer, and only under the
-// manager's lock; so the thread itself may look without it. A slot is written by the thread and,
-// when an object goes, by whoever destroys the object: slots are accessed as atomics.
+// A thread's values, indexed by the objects' slot indexes. Only its thread lengthens it, with the
+// manager's lock held, so the thread may read it without. A slot is written by the thread and by
+// whoever destroys the object: slots are accessed as atomics.
 using thrSlotArray = btkXArray<void *>;
 
-// Deals out slot indexes and keeps every thread's slot array. The arrays live as long as the
-// manager: a thread that ends leaves its own behind. Safe on several threads.
+// Hands out slot indexes and owns every thread's slot array, also after the thread has ended. Any
+// thread may call.
 class thrLocalObjectManager : public btkAllocated {
   public:
     thrLocalObjectManager();
-    // No thread may use an object of the manager any more.
+    // No object of the manager may be in use.
     ~thrLocalObjectManager();
     thrLocalObjectManager(const thrLocalObjectManager &) = delete;
     thrLocalObjectManager &operator=(const thrLocalObjectManager &) = delete;
 
-    // False when there was no memory or no POSIX key: it must then not be used.
+    // False if there was no memory or no POSIX key: it must then not be used.
     bool IsValid() const { return hasKey && lock != nullptr; }
     pthread_key_t *Key() { return &key; }
 
-    // The index given back last, or a new one.
+    // Returns the free index given back last, or a new one.
     int TakeIndex();
-    // Clears the slot in every thread's array and makes the index free; answers how many objects
-    // are left.
+    // Sets the slot in every thread's array to null and frees the index. Returns the number of
+    // objects left.
     int GiveBackIndex(int index);
 
-    // The calling thread's array, made long enough for index; null when there is no memory.
+    // Returns the calling thread's array, made long enough for `index`. Null if there is no memory.
     thrSlotArray *SlotsFor(int index);
 
   private:
@@ -49,17 +49,16 @@ class thrLocalObjectManager : public btkAllocated {
     pthread_mutex_t *lock;
 };
 
-// Creation and destruction may come from any thread; an object must not be destroyed while
-// another thread uses it.
+// Any thread may create and destroy objects, but not destroy one that another thread uses.
 class thrLocalObject : public thrBaseObject {
   public:
-    // An object of the process-wide manager, or of one that outlives the object.
+    // Null stands for the process-wide manager. Another one must outlive the object.
     explicit thrLocalObject(thrLocalObjectManager *of = nullptr);
 
     operator thrLocalObject *() override { return this; }
     virtual ~thrLocalObject();
 
-    // False when there was no memory.
+    // False if there was no memory.
     bool IsValid() const { return key != nullptr; }
     int Index() const { return index; }
     void *GetData() const;
@@ -77,10 +76,10 @@ class thrLocalObject : public thrBaseObject {
     static thrLocalObjectManager *mDefaultManager;
 };
 
-// A new object, destroyed with delete; null when there is no memory.
+// Returns a new object, destroyed with delete. Null if there is no memory.
 thrLocalObject *thrLocalObject_Create();
-// The calling thread's value: null when it stored none, and for a null object.
+// Returns the calling thread's value. Null if it stored none, and for a null object.
 void *thrLocalObject_GetData(const thrLocalObject *object);
-// Stores the calling thread's value; the value stays the caller's. False, with the old value
-// kept, when there is no memory for a first store.
+// Stores the calling thread's value, which stays the caller's. False, and the old value stays, if
+// there is no memory for a first store.
 bool thrLocalObject_SetData(thrLocalObject *object, void *value);

@@ -12,12 +12,13 @@ class btkXArray;
 
 enum thrMutexType : int { thrMutexNormal = 0, thrMutexRecursive = 1 };
 
-// While threading is off, Lock and Unlock do nothing. While it is on, a thread that locks a normal
-// mutex twice, or unlocks one that it does not own, ends the process; a recursive mutex needs as
-// many unlocks as locks. Every mutex stands in one registry from construction to destruction.
+// While threading is off (thrThread.h), Lock and Unlock do nothing. While it is on, locking a
+// normal mutex twice, or unlocking a mutex that the thread does not own, ends the process; a
+// recursive one needs as many unlocks as locks. Every mutex is in one registry, from which a trap
+// releases those of its thread.
 class thrMutex : public thrBaseObject {
   public:
-    // Without memory the mutex is not valid: locking it does nothing.
+    // If there is no memory the mutex is not valid, and locking it does nothing.
     explicit thrMutex(thrMutexType mutex_type);
 
     operator thrMutex *() override { return this; }
@@ -26,11 +27,11 @@ class thrMutex : public thrBaseObject {
     void Lock();
     void Unlock();
     bool IsValid() const { return valid.load(std::memory_order_acquire); }
-    // Whether the calling thread holds the mutex.
+    // True if the calling thread holds the mutex.
     bool IsOwned() const { return IsOwner(pthread_self()); }
 
-    // The mutexes that a thread owns, linked through NextCollected; null for none. The links hold
-    // until the thread unlocks the mutex.
+    // Returns the mutexes that a thread owns, linked through NextCollected. The link of a mutex is
+    // valid until the thread unlocks it.
     static thrMutex *CollectOwnedBy(pthread_t thread);
     thrMutex *NextCollected() const { return nextCollected; }
 
@@ -51,7 +52,7 @@ class thrMutex : public thrBaseObject {
     static btkXArray<thrMutex *> *c_apLockedMutex;
 };
 
-// Holds a mutex for a block that no trap can leave.
+// Holds a mutex for a scope. No trap may leave the scope: it would skip the destructor.
 class thrMutexGuard {
   public:
     explicit thrMutexGuard(thrMutex &guarded) : mutex(guarded) { mutex.Lock(); }
@@ -63,17 +64,16 @@ class thrMutexGuard {
     thrMutex &mutex;
 };
 
-// A new mutex, destroyed with delete; null when there is no memory.
+// Return a new mutex, destroyed with delete. Null if there is no memory.
 thrMutex *thrMutex_Create();
 thrMutex *thrMutex_Create_Recursive();
-// Null is allowed and does nothing.
+// Do nothing for null.
 void thrMutex_Lock(thrMutex *mutex);
 void thrMutex_Unlock(thrMutex *mutex);
-// Whether the calling thread holds the mutex: no longer when a trap that returned has released it.
+// True if the calling thread holds the mutex. False after a trap that returned has released it.
 bool thrMutex_IsOwned(const thrMutex *mutex);
 
-// The lock under which shared objects are made on first use. A normal mutex: code that holds it
-// must not take it again.
+// The lock under which shared objects are made on first use. Not recursive.
 void LockInitializationMutex();
 void UnlockInitializationMutex();
 

@@ -9,20 +9,19 @@ extern const char *const g_pszXThreadingDisabled;
 extern const char *const g_pszXThreadingInUse;
 extern const char *const g_pszXIllegalAccess;
 
-// The switch; false at start. While it is false no mutex of the library locks anything.
+// The switch, false at start. While it is false no mutex of the library locks anything.
 extern std::atomic<bool> s_bThreadingEnabled;
 
 class thrThread {
   public:
-    // Threads of the library that run, those of them that are active, and how many may run before
-    // the memory layer has to lock. All 0 at start; changed by whoever starts and ends threads.
+    // Threads that run, threads that are active, and how many may run before the memory layer
+    // locks. All 0 at start. Whoever starts threads sets the switch and these counters first.
     static std::atomic<int> c_iThreadsInUse;
     static std::atomic<int> c_iActiveThreadsInUse;
     static std::atomic<int> c_iLimitOfSafeThreads;
 
-    // Unlocks once each mutex that the thread owns: a recursive mutex keeps its other levels.
-    // Takes no memory. A thread other than the caller is only right when it owns none: unlocking
-    // a mutex of somebody else ends the process.
+    // Unlock each mutex of the thread once: a recursive mutex keeps its other levels. Need no
+    // memory. `thread` must be the caller or own no mutex: unlocking another's ends the process.
     static void CurrentThreadUnlockAllOwnedMutex();
     static void UnlockAllOwnedMutexInternal(pthread_t thread);
 };
@@ -31,8 +30,8 @@ inline bool IsThreadingEnabled() {
     return s_bThreadingEnabled.load(std::memory_order_relaxed);
 }
 
-// Set and clear the switch. While threads of the library run they end the process with
-// "Threads already in use".
+// Set and clear the switch. If c_iThreadsInUse is not 0 they end the process with
+// g_pszXThreadingInUse.
 void EnableThreading();
 void DisableThreading();
 
@@ -48,6 +47,6 @@ inline int thrThread_GetLimitOfSafeThreads() {
     return thrThread::c_iLimitOfSafeThreads.load(std::memory_order_relaxed);
 }
 
-// Write three lines with the description to the standard error stream and end with abort.
+// Write three lines with the description to standard error and call abort().
 [[noreturn]] void thrAbortApplication(const char *description);
 [[noreturn]] void throwXIllegalAccess();

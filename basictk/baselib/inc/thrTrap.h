@@ -1,4 +1,11 @@
-// Trap frames: where a recoverable error resumes, and what is cleaned up on the way.
+// Traps: non-local jumps out of an error, in practice exhausted memory, to a frame that a caller
+// has pushed.
+//
+// A caller that can go on without the memory calls setjmp and pushes a frame. error_break
+// (coretools/ctmemmgr/serious_errors.h) then jumps there with longjmp: no destructor runs in the
+// frames that the jump skips, so code that allocates while it holds something keeps no object with
+// a destructor there, or keeps the trap out with a frame of its own. Where no frame is pushed, as
+// in the catalog tool, nothing jumps: error_break returns, and each caller handles the failure.
 #pragma once
 
 #include "basictk/baselib/inc/btkXArray.h"
@@ -36,32 +43,33 @@ struct trp_frame {
     trp_cleanup_call *tail;
 };
 
-// One thread's frames, the innermost last. Its memory comes from malloc: a trap is what happens
-// when the allocator above has none left. Never released. The switches belong to its thread.
+// One thread's frames, the innermost last. From malloc, since a trap comes when the allocator has
+// no memory left. Never released. The switches belong to its thread.
 struct trp_stack : btkAllocated {
     btkXArray<trp_frame> frames;
-    int armed = 1;         // a trap unwinds at once
-    int pending = 0;       // a trap came while not armed, and its class:
-    int pending_class = 0; // whoever arms the stack again looks here
+    int armed = 1;         // a trap jumps at once
+    int pending = 0;       // a trap came while not armed; its class follows, for whoever arms
+    int pending_class = 0; // the stack again
     int suspended = 0;     // a trap only marks the stack executing
     int executing = 0;     // a trap is being handled: another one is ignored
 };
 
-// Gives every thread a trap stack of its own. Until then the whole process has one. May be called
-// again; takes no lock of the library.
+// Gives every thread a trap stack of its own; before, the whole process has one. May be called
+// again. Takes no lock of the library.
 void init_trap_tls();
 
-// The calling thread's trap stack, made on first use; null when there is no memory for one.
+// Returns the calling thread's trap stack, made on first use. Null if there is no memory.
 trp_stack *tls_get_trap_ptr();
 
-// Pushes a frame that takes the classes in class_mask; context belongs to the caller and must be
-// filled by setjmp and stay alive until the frame is popped. 1, or 0 when there is no memory.
+// Pushes a frame that takes the classes in class_mask. `context` belongs to the caller, who fills
+// it with setjmp before a trap can come and keeps it until the frame is popped. Returns 1, or 0 if
+// there is no memory.
 int trp_push_frame(int class_mask, std::jmp_buf *context);
 // Pops the innermost frame and releases its queued clean-up calls without running them. The owner
-// of a frame pops it on every way out, after a trap has resumed there too.
+// of a frame pops it on every way out, also after a trap has resumed there.
 void trp_pop_frame();
-// Queues a clean-up call on the innermost frame; the words that are not given are 0. 1, or 0
-// without a frame or memory or with a count outside 0 to TRP_CLEANUP_WORDS.
+// Queues a clean-up call on the innermost frame, with 0 for the words that are not given. Returns
+// 1, or 0 if there is no frame or no memory or `count` is not 0 to TRP_CLEANUP_WORDS.
 int trp_queue_cleanup(trp_cleanup function, const trp_word *words, int count);
 
 // Sets the mark and enters the call. False, and nothing is done, if the mark is set already, by
@@ -70,9 +78,11 @@ int trp_queue_cleanup(trp_cleanup function, const trp_word *words, int count);
 // Leaves the thread's innermost marked call and clears its mark.
 void trp_leave_call(trp_marked_call *call);
 
-// Hands a trap of the given class to the calling thread's innermost frame that takes it: first
-// the thread's mutexes are unlocked (one level each), then the clean-up calls of every frame on
-// the way are run, those of the frame itself included, and the inner frames are dropped, with the
-// marks of the calls that the jump leaves. Returns
-// only when no frame takes it: the frames are then as they were, but without their calls.
+// Handles a trap of the classes in class_mask on the calling thread:
+//   1. unlocks the thread's mutexes, one level each;
+//   2. from the innermost frame outwards, runs each frame's clean-up calls, until a frame takes one
+//      of the classes;
+//   3. drops the frames inside that one, ends the marked calls that the jump leaves, and jumps to
+//      its context, where setjmp returns 1.
+// Returns only if no frame takes the trap: the frames are then as they were, without their calls.
 void trp_execute(int class_mask);

@@ -4,8 +4,8 @@
 #include "basictk/baselib/inc/btkStartUp.h"
 #include "basictk/baselib/inc/thrThread.h"
 
-// Defined beside its initialisation: a program that uses nothing else of the toolkit still links
-// the start-up that fills it in.
+// Defined here so that a program which uses nothing else of the toolkit still links its
+// initialiser.
 constinit baselibState theCTState;
 thrMutex *_AbortMutex = nullptr;
 thrMutex *fork_protection = nullptr;
@@ -28,9 +28,9 @@ btkStaticRecord pow2_record{"pStringMemMgr", destroy_pow2_manager, nullptr};
 
 } // namespace
 
-// What is built before pDefMemMgr has its headers name no manager and goes back to free. The
-// default manager itself is not recorded: it holds nothing that needs destruction, and objects
-// that came from it may be released at any time up to the end of the process.
+// Objects built before pDefMemMgr have no manager in their headers and go back to free(). The
+// default manager is not recorded for destruction: its objects may be released until the process
+// ends.
 void start_osapic() {
     theCTState.SetNewState();
     _AbortMutex = new thrMutex(thrMutexNormal);

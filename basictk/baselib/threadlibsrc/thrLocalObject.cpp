@@ -8,9 +8,13 @@
 constinit pthread_mutex_t thrLocalObject::c_mutexOnDefaultManager = PTHREAD_MUTEX_INITIALIZER;
 constinit thrLocalObjectManager *thrLocalObject::mDefaultManager = nullptr;
 
-static std::atomic_ref<void *> slot(thrSlotArray &slots, int index) {
+namespace {
+
+std::atomic_ref<void *> slot(thrSlotArray &slots, int index) {
     return std::atomic_ref<void *>(slots[index]);
 }
+
+} // namespace
 
 thrLocalObjectManager::thrLocalObjectManager()
     : hasKey(pthread_key_create(&key, nullptr) == 0), lock(thr_new_posix_mutex()) {}
@@ -51,7 +55,7 @@ int thrLocalObjectManager::GiveBackIndex(int index) {
     } else if (index == nextIndex - 1) {
         LowerNextIndex();
     } else {
-        // Without memory the index is never dealt out again; nothing else depends on it.
+        // If there is no memory the index is never used again, which does no harm.
         freeIndexes.Append(index);
     }
     return objectCount;
@@ -124,7 +128,8 @@ thrLocalObject::~thrLocalObject() {
     }
 }
 
-// Both run under the lock on the default manager: its last object may go while a new one comes.
+// Both must be called with c_mutexOnDefaultManager held: the manager's last object may go while a
+// new one comes.
 bool thrLocalObject::AllocateSystemKey() {
     mDefaultManager = new thrLocalObjectManager;
     if (mDefaultManager != nullptr && !mDefaultManager->IsValid()) {

@@ -5,7 +5,7 @@
 #include "basictk/baselib/inc/thrThread.h"
 #include "basictk/baselib/threadlibsrc/thrPosixMutex_internal.h"
 
-// The registry has a plain lock of its own: it must work before the first thrMutex does.
+// The registry has a POSIX lock: it must work before the first thrMutex does.
 constinit pthread_mutex_t thrMutex::c_mutexOnLockedMutex = PTHREAD_MUTEX_INITIALIZER;
 constinit btkXArray<thrMutex *> *thrMutex::c_apLockedMutex = nullptr;
 
@@ -20,7 +20,7 @@ thrMutex::thrMutex(thrMutexType mutex_type) : type(mutex_type) {
 thrMutex::~thrMutex() {
     Unregister(this);
     valid.store(false, std::memory_order_release);
-    // Left locked when threading was switched off in between.
+    // Still locked if threading was switched off in between.
     if (handle != nullptr && IsOwner(pthread_self())) {
         pthread_mutex_unlock(handle);
     }
@@ -44,7 +44,7 @@ void thrMutex::Unregister(thrMutex *mutex) {
     if (mutex->place < 0) {
         return;
     }
-    // The last one moves into the place that becomes free.
+    // The last one takes the free place.
     const int last = c_apLockedMutex->Count() - 1;
     thrMutex *moved = (*c_apLockedMutex)[last];
     (*c_apLockedMutex)[mutex->place] = moved;
@@ -52,8 +52,8 @@ void thrMutex::Unregister(thrMutex *mutex) {
     c_apLockedMutex->_Remove(last, 1);
 }
 
-// Collecting has to work when memory is exhausted, so it uses a link inside each mutex. Only the
-// owner of a mutex ever touches its link.
+// Must work when memory is exhausted, so it links the mutexes themselves. Only the owner of a mutex
+// touches its link.
 thrMutex *thrMutex::CollectOwnedBy(pthread_t thread) {
     thrPosixGuard guard(&c_mutexOnLockedMutex);
     thrMutex *first = nullptr;
@@ -67,8 +67,8 @@ thrMutex *thrMutex::CollectOwnedBy(pthread_t thread) {
     return first;
 }
 
-// The order of memory is that of the handle. A relaxed look suffices: a thread finds itself here
-// only when it was the last of all to write, since it clears what it has written itself.
+// Relaxed: a thread can find itself here only if it stored the value, and it clears that itself.
+// The handle orders everything else.
 bool thrMutex::IsOwner(pthread_t thread) const {
     return pthread_equal(owner.load(std::memory_order_relaxed), thread) != 0;
 }
@@ -104,7 +104,9 @@ void thrMutex::Unlock() {
     pthread_mutex_unlock(handle);
 }
 
-static thrMutex *create_valid(thrMutexType type) {
+namespace {
+
+thrMutex *create_valid(thrMutexType type) {
     thrMutex *mutex = new thrMutex(type);
     if (mutex != nullptr && !mutex->IsValid()) {
         delete mutex;
@@ -112,6 +114,8 @@ static thrMutex *create_valid(thrMutexType type) {
     }
     return mutex;
 }
+
+} // namespace
 
 thrMutex *thrMutex_Create() {
     return create_valid(thrMutexNormal);

@@ -5,7 +5,7 @@
 
 #include <pthread.h>
 
-// A mutex with default attributes in a block of its own; null when there is no memory.
+// Returns a new mutex with default attributes. Null if there is no memory.
 inline pthread_mutex_t *thr_new_posix_mutex() {
     auto *mutex = static_cast<pthread_mutex_t *>(btkNew(sizeof(pthread_mutex_t), pDefMemMgr));
     if (mutex != nullptr && pthread_mutex_init(mutex, nullptr) != 0) {

@@ -16,12 +16,16 @@ constinit std::atomic<int> thrThread::c_iThreadsInUse{0};
 constinit std::atomic<int> thrThread::c_iActiveThreadsInUse{0};
 constinit std::atomic<int> thrThread::c_iLimitOfSafeThreads{0};
 
-static void set_switch(bool enabled) {
+namespace {
+
+void set_switch(bool enabled) {
     if (thrThread_GetNumberOfThreadsRunning() != 0) {
         thrAbortApplication(g_pszXThreadingInUse);
     }
     s_bThreadingEnabled.store(enabled, std::memory_order_relaxed);
 }
+
+} // namespace
 
 void EnableThreading() {
     set_switch(true);

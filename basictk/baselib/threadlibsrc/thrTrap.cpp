@@ -1,4 +1,4 @@
-// Trap stacks: pushing and popping frames, clean-up calls, and the way of a trap to its frame.
+// Trap stacks: frames, clean-up calls, marked calls, and finding the frame that takes a trap.
 #include "basictk/baselib/inc/thrTrap.h"
 
 #include "basictk/baselib/inc/thrLocalObject.h"
@@ -18,11 +18,11 @@ struct trp_cleanup_call {
 namespace {
 
 std::atomic<thrLocalObject *> trp_stack_key{nullptr};
-trp_stack *static_trap = nullptr; // used by one thread only: threading is off
+trp_stack *static_trap = nullptr; // only while threading is off
 
 thread_local trp_marked_call *innermost_call = nullptr;
 
-// Takes the first queued call off a frame; false when there is none.
+// Takes the first queued call off a frame. False if there is none.
 bool take_call(trp_frame &frame, trp_cleanup_call *taken) {
     trp_cleanup_call *call = frame.head;
     if (call == nullptr) {
@@ -77,7 +77,7 @@ void init_trap_tls() {
 
 trp_stack *tls_get_trap_ptr() {
     if (IsThreadingEnabled()) {
-        init_trap_tls(); // threads must not meet on one stack
+        init_trap_tls(); // threads must not share a stack
     }
     thrLocalObject *key = trp_stack_key.load(std::memory_order_acquire);
     if (key != nullptr) {
@@ -93,7 +93,7 @@ trp_stack *tls_get_trap_ptr() {
 }
 
 int trp_push_frame(int class_mask, std::jmp_buf *context) {
-    init_trap_tls(); // else the frame would be lost when the key comes
+    init_trap_tls(); // a frame on static_trap would be lost when the key comes
     thrLocalObject *key = trp_stack_key.load(std::memory_order_acquire);
     trp_stack *stack = key != nullptr ? own_trap_stack(key) : nullptr;
     if (stack == nullptr || context == nullptr) {
@@ -142,7 +142,7 @@ void trp_leave_call(trp_marked_call *call) {
     call->mark->set.store(0, std::memory_order_release);
 }
 
-// Nothing in here has a destructor to run: the jump crosses this function.
+// Keeps no object with a destructor: the jump skips it.
 void trp_execute(int class_mask) {
     thrThread::CurrentThreadUnlockAllOwnedMutex();
     trp_stack *stack = tls_get_trap_ptr();
@@ -154,7 +154,7 @@ void trp_execute(int class_mask) {
     }
     stack->executing = 1;
     if (stack->suspended != 0) {
-        return; // still marked: traps stay off until the stack's owner clears the mark
+        return; // stays marked: no trap is handled until the stack's owner clears the mark
     }
     if (stack->armed == 0) {
         stack->executing = 0;
@@ -162,8 +162,7 @@ void trp_execute(int class_mask) {
         stack->pending_class = class_mask;
         return;
     }
-    // A clean-up call may push and pop frames of its own, so frames are found by index each time,
-    // and looked for again in case it popped too many.
+    // A clean-up call may push and pop frames, which moves them, and may even pop too many.
     for (int i = stack->frames.Count() - 1; i >= 0; --i) {
         trp_cleanup_call call;
         while (i < stack->frames.Count() && take_call(stack->frames[i], &call)) {
