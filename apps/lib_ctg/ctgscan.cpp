@@ -15,11 +15,10 @@
 #include "coretools/ctpfa/pfamem.h"
 #include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfastream.h"
+#include "coretools/ctpfafs/pfafs_dir.h"
 
 #include <cerrno>
 #include <cstring>
-
-#include <sys/stat.h>
 
 namespace {
 
@@ -69,17 +68,6 @@ bool is_named_by(vek_file *directory, const char *dir_path, scan_level *level) {
            std::strncmp(level->path, dir_path + lead, level->length - 1) == 0;
 }
 
-// Records the directory's device and inode. False if it cannot be examined.
-bool identify(scan_level *level) {
-    struct stat status;
-    if (stat(level->path, &status) != 0) {
-        return false;
-    }
-    level->device = status.st_dev;
-    level->inode = status.st_ino;
-    return true;
-}
-
 bool is_own_ancestor(const scan_level *level) {
     for (const scan_level *above = level->parent; above != nullptr; above = above->parent) {
         if (above->device == level->device && above->inode == level->inode) {
@@ -92,14 +80,8 @@ bool is_own_ancestor(const scan_level *level) {
 ctg_result open_level(vek_file *directory, const char *dir_path, scan_level *level) {
     pfa_status status = pfa_parse_to_vek_file(directory, dir_path);
     if (status == PFA_E_NO_ERROR) {
-        if (!is_named_by(directory, dir_path, level) || !identify(level)) {
-            status = PFA_E_CANT_OPEN;
-        } else if (is_own_ancestor(level)) {
-            report_directory_loop(dir_path);
-            return CTG_FAILED;
-        } else {
-            status = pfa_open_dir(directory);
-        }
+        status =
+            is_named_by(directory, dir_path, level) ? pfa_open_dir(directory) : PFA_E_CANT_OPEN;
     }
     if (status == PFA_E_OUT_OF_MEMORY) {
         return CTG_OUT_OF_MEMORY;
@@ -108,7 +90,18 @@ ctg_result open_level(vek_file *directory, const char *dir_path, scan_level *lev
         report_not_opened(dir_path);
         return CTG_FAILED;
     }
-    return CTG_DONE;
+    // The layer has looked at the directory when it read it; no second look is needed.
+    const bool identified = pfafs_get_dir_identity(directory, &level->device, &level->inode);
+    if (identified && !is_own_ancestor(level)) {
+        return CTG_DONE;
+    }
+    if (identified) {
+        report_directory_loop(dir_path);
+    } else {
+        report_not_opened(dir_path);
+    }
+    (void)pfa_close(directory);
+    return CTG_FAILED;
 }
 
 // The path below the root is the same for all members of a level.

@@ -197,19 +197,38 @@ int first_free_entry() {
     return index;
 }
 
-// The entry unused for longest that is not lent and was not used in this second; -1 for none.
+bool may_be_evicted(int index) {
+    return is_entry_in_use(index) && !is_lent(index);
+}
+
+// Returns the entry unused for longest, of several that of the lowest index; -1 if all are lent or
+// were used in this second.
+//
+// The times of entries only grow, so entries go in the order of (time, index), and each search
+// starts where the last one ended: the whole table is searched once for each second in it.
 int least_recently_used() {
-    std::time_t earliest = std::time(nullptr);
-    int found = -1;
+    static std::time_t oldest = 0; // no entry that may go was used before this
+    static int next = 0;           // those used at `oldest` are at this index or above
+    const std::time_t now = std::time(nullptr);
     const int count = xar_count(&dir_cache);
-    for (int i = 0; i < count; ++i) {
-        // The time first: while a table is filled in one second no record need be looked at.
-        if (dir_cache[i].time < earliest && !is_lent(i)) {
-            earliest = dir_cache[i].time;
-            found = i;
+    while (oldest < now) {
+        for (; next < count; ++next) {
+            if (dir_cache[next].time == oldest && may_be_evicted(next)) {
+                return next++;
+            }
         }
+        oldest = now;
+        for (int i = 0; i < count; ++i) {
+            if (dir_cache[i].time < oldest && may_be_evicted(i)) {
+                oldest = dir_cache[i].time;
+            }
+        }
+        next = 0;
     }
-    return found;
+    if (oldest > now) { // the clock was set back
+        oldest = 0;
+    }
+    return -1;
 }
 
 // Returns the index of a free entry, evicting one if the table is full; -1 if memory runs out. May
@@ -219,6 +238,9 @@ int free_entry() {
         const int oldest = least_recently_used();
         if (oldest >= 0) {
             pfadc_clean_cache_entry(oldest);
+            if (!is_entry_in_use(oldest)) {
+                return oldest;
+            }
         }
     }
     if (num_inactive > 0) {

@@ -1,13 +1,13 @@
 // Directories of the standard filesystem: listing, freshness, making, removing, moving.
+#include "coretools/ctpfafs/pfafs_dir.h"
+
 #include "coretools/ctdci/dci.h"
 #include "coretools/ctmemmgr/getmem.h"
-#include "coretools/ctmemmgr/xar.h"
 #include "coretools/ctpfa/pfaget.h"
 #include "coretools/ctpfa/pfainfo.h"
 #include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfafs/pfafs_internal.h"
 #include "coretools/ctpfafs/unix_opendir.h"
-#include "coretools/ctpfafs/vek_is_dir.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -18,82 +18,35 @@
 
 namespace {
 
-// What is known of an entry's kind: a kind, errno + DIR_FLAG_FAILED after a failed look, or this.
-constexpr int DIR_FLAG_NOT_ASKED = -1;
-constexpr int DIR_FLAG_FAILED = 1;
-
 // An open directory. Times are whole seconds.
 struct pfafs_directory {
     static constexpr pfafs_kind KIND = pfafs_kind::directory;
     pfafs_kind kind;
-    int times_known; // 1 when the status of the directory could be read at open
+    bool times_known; // false if the status of the directory could not be read at open
     unix_dir *listing;
     std::time_t mtime;
-    std::time_t seen_time; // the later of its modification and access times at open
-    int *dir_flags;        // for each element of the listing, its closing null included
+    std::time_t seen_time; // the later of the modification and access times at open
 };
 
-// The directory open on a directory record; null when there is none.
+// The directory open on a directory record; null for none.
 pfafs_directory *directory_of(const vek_file *record, void *const *data) {
     return pfa_is_dir(record) ? pfafs_block<pfafs_directory>(data) : nullptr;
 }
 
-void release_directory(pfafs_directory *block) {
-    os_closedir(block->listing);
-    relmem(&block->dir_flags);
-    relmem(&block);
-}
-
-// A block that owns the listing. If memory runs out, releases the listing and returns null; getmem
-// could jump out and lose it.
-pfafs_directory *new_directory(unix_dir *listing) {
-    pfafs_directory *block = static_cast<pfafs_directory *>(getmem_null(sizeof(pfafs_directory)));
-    if (block == nullptr) {
-        os_closedir(listing);
-        return nullptr;
+// The times of the location text. It mostly is the name that was read, so that the look at the open
+// directory serves for both.
+void note_times(pfafs_directory *block, const char *location, const char *name) {
+    const unix_dir_status &read = block->listing->status;
+    struct stat status;
+    if (std::strcmp(location, name) == 0 && read.known) {
+        block->times_known = true;
+        block->mtime = read.mtime;
+        block->seen_time = std::max(read.mtime, read.atime);
+    } else if (stat(location, &status) == 0) {
+        block->times_known = true;
+        block->mtime = status.st_mtime;
+        block->seen_time = std::max(status.st_mtime, status.st_atime);
     }
-    block->kind = pfafs_directory::KIND;
-    block->listing = listing;
-    const int count = xar_count(&listing->names);
-    block->dir_flags = static_cast<int *>(getmem_null(count * static_cast<int>(sizeof(int))));
-    if (block->dir_flags == nullptr) {
-        release_directory(block);
-        return nullptr;
-    }
-    for (int i = 0; i < count; ++i) {
-        const char *name = listing->names[i];
-        block->dir_flags[i] = name == nullptr ? DIR_FLAG_NOT_ASKED : os_listed_as_dir(name);
-    }
-    return block;
-}
-
-// The kind of a name below the directory, asked of the host.
-// path holds 260 characters; path_length is that of the directory's name in it, which is built at
-// the first question of a call: -1 before, 260 when it cannot be built. A name too long for the
-// host counts as no directory.
-int ask_kind(vek_file *directory, const char *entry, char *path, int *path_length) {
-    if (*path_length < 0) {
-        *path_length = pfa_get_full_name(directory, path) == PFA_E_NO_ERROR
-                           ? static_cast<int>(std::strlen(path))
-                           : PFA_PATH_SIZE;
-    }
-    const int entry_length = static_cast<int>(std::strlen(entry));
-    if (*path_length + entry_length >= PFA_PATH_SIZE) {
-        return PFA_NO_DIRECTORY;
-    }
-    std::memcpy(path + *path_length, entry, static_cast<std::size_t>(entry_length) + 1);
-    return vek_kind_of(path);
-}
-
-// The kind of the entry just read: as it was listed, or asked of the host once and kept.
-int entry_kind(vek_file *directory, pfafs_directory *block, const char *entry, char *path,
-               int *path_length) {
-    int *flag = &block->dir_flags[block->listing->next - 1];
-    if (*flag == DIR_FLAG_NOT_ASKED) {
-        const int kind = ask_kind(directory, entry, path, path_length);
-        *flag = kind < 0 ? DIR_FLAG_FAILED - kind : kind;
-    }
-    return *flag > DIR_FLAG_FAILED ? DIR_FLAG_FAILED - *flag : *flag;
 }
 
 // Gives the entry record the directory's location type, no location yet, and the name. Only the
@@ -107,28 +60,20 @@ int pfafs_open_dir(vek_file *record, void **data, const char *location, const ch
     return pfa_actually_open_dir(record, data, location, pattern, pfafs_name_form::file_name);
 }
 
-// Without a filter the next entry is taken. A filter that takes none runs through the rest of the
-// directory, and may come without an output record. with_kind asks for the kind.
+// A filter that takes no entry sees the rest of the directory; `entry` may then be null.
 int pfafs_dir_read_next(vek_file *directory, void **data, vek_file *entry,
                         const pfa_dir_filter *filter, void *argument, int with_kind) {
     pfafs_directory *block = directory_of(directory, data);
     if (block == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
-    char path[PFA_PATH_SIZE];
-    int path_length = -1;
-    for (;;) {
-        const char *name = os_readdir(block->listing, nullptr);
-        if (name == nullptr) {
-            return PFA_E_QUIT;
-        }
-        const int kind = filter != nullptr && with_kind != 0
-                             ? entry_kind(directory, block, name, path, &path_length)
-                             : PFA_NO_DIRECTORY;
-        if (pfafs_filter_takes(filter, directory, name, with_kind != 0, kind, argument)) {
+    while (const char *name = os_readdir(block->listing, nullptr)) {
+        if (pfafs_filter_takes(filter, directory, name, with_kind != 0, os_entry_kind(name),
+                               argument)) {
             return pfa_is_valid(entry) ? put_entry(directory, name, entry) : PFA_E_INVALID_INPUT;
         }
     }
+    return PFA_E_QUIT;
 }
 
 // A record that became a directory while a stream was open on it still holds the stream.
@@ -140,8 +85,8 @@ int pfafs_close_dir(vek_file *record, void **data) {
     return result == PFA_E_INVALID_INPUT ? pfafs_close_stream(data) : result;
 }
 
-// 1 when the listing may no longer be what the directory holds. Times count whole seconds, so that
-// a directory that changed in the second in which it was read could have changed after it.
+// Returns 1 if the listing may be out of date, 0 if it is fresh. Times are whole seconds: a
+// directory that changed in the second in which it was read may have changed after that.
 int pfafs_dir_cache_invalid(vek_file *record, void **data, const char *location) {
     const pfafs_directory *block = directory_of(record, data);
     if (block == nullptr || location == nullptr) {
@@ -209,7 +154,8 @@ int pfafs_close_listing(void **data) {
     if (block == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
-    release_directory(block);
+    os_closedir(block->listing);
+    relmem(&block);
     *data = nullptr;
     return PFA_E_NO_ERROR;
 }
@@ -238,18 +184,30 @@ int pfa_actually_open_dir(vek_file *record, void **data, const char *location, c
     if (listing == nullptr) {
         return errno == ENOMEM ? PFA_E_OUT_OF_MEMORY : PFA_E_CANT_OPEN;
     }
-    pfafs_directory *block = new_directory(listing);
+    // Not getmem, which could jump to a trap frame and lose the listing.
+    auto *block = static_cast<pfafs_directory *>(getmem_null(sizeof(pfafs_directory)));
     if (block == nullptr) {
+        os_closedir(listing);
         return PFA_E_OUT_OF_MEMORY;
     }
-    struct stat status;
-    if (stat(location, &status) == 0) {
-        block->times_known = 1;
-        block->mtime = status.st_mtime;
-        block->seen_time = std::max(status.st_mtime, status.st_atime);
-    }
+    block->kind = pfafs_directory::KIND;
+    block->listing = listing;
+    note_times(block, location, name);
     *data = block;
     return block->times_known ? PFA_E_NO_ERROR : PFA_E_NOT_CACHABLE;
+}
+
+bool pfafs_get_dir_identity(const vek_file *directory, dev_t *device, ino_t *inode) {
+    if (!pfa_is_valid(directory) || directory->location_type != PfaStdFilesystem) {
+        return false;
+    }
+    const pfafs_directory *block = directory_of(directory, &directory->location_handle);
+    if (block == nullptr || !block->listing->status.known) {
+        return false;
+    }
+    *device = block->listing->status.device;
+    *inode = block->listing->status.inode;
+    return true;
 }
 
 void pfafs_register_dir_functions() {

@@ -1,9 +1,13 @@
 // Directory snapshots: the names of a host directory, read whole when it is opened.
+//
+// A failure of getmem may jump to a trap frame and would lose what has been read, so memory comes
+// from getmem_null, or under a guard.
 #include "coretools/ctpfafs/unix_opendir.h"
 
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctmemmgr/xar.h"
 #include "coretools/ctpfa/memory_guard_internal.h"
+#include "coretools/ctpfa/pfa_entry_kind.h"
 #include "coretools/ctpfa/vek_file.h"
 
 #include <cerrno>
@@ -11,6 +15,8 @@
 #include <cstring>
 
 #include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -18,6 +24,7 @@ constexpr int NAMES_STEP = 10;
 constexpr int FIRST_TEXT_SIZE = 1024;
 
 // The names read so far, one after the other: a byte with the kind, the name, its terminating zero.
+// The byte is the kind, or FAILED_LOOK + errno.
 struct name_text {
     char *text = nullptr;
     int used = 0;
@@ -25,30 +32,49 @@ struct name_text {
     int count = 0;
 };
 
-// False if memory runs out; the names stay as they were. Here and below memory comes from
-// getmem_null, or under a guard: a failure of getmem may jump out and lose what was read.
-bool add_name(name_text *names, const dirent *entry) {
-    const int size = static_cast<int>(std::strlen(entry->d_name)) + 2;
-    if (size > names->size - names->used) {
-        if (names->size > INT_MAX / 2) {
-            return false;
-        }
-        const int new_size = names->size == 0 ? FIRST_TEXT_SIZE : 2 * names->size;
-        char *text = static_cast<char *>(getmem_null(new_size));
-        if (text == nullptr) {
-            return false;
-        }
-        if (names->used > 0) {
-            std::memcpy(text, names->text, static_cast<std::size_t>(names->used));
-        }
-        relmem(&names->text);
-        names->text = text;
-        names->size = new_size;
+constexpr int FAILED_LOOK = 1;
+
+// Asks the host for the kind of a name in an open directory, links followed.
+int look_at(DIR *directory, const char *name) {
+    struct stat status;
+    if (fstatat(dirfd(directory), name, &status, 0) == 0) {
+        return S_ISDIR(status.st_mode) ? PFA_DIRECTORY : PFA_NO_DIRECTORY;
     }
-    names->text[names->used] = static_cast<char>(entry->d_type);
-    std::memcpy(names->text + names->used + 1, entry->d_name, static_cast<std::size_t>(size) - 1);
-    names->used += size;
-    ++names->count;
+    return FAILED_LOOK + (errno <= UCHAR_MAX - FAILED_LOOK ? errno : EIO);
+}
+
+// The byte for the kind of an entry. Most hosts list kinds; links have to be followed.
+int kind_byte(DIR *directory, const dirent *entry) {
+    switch (entry->d_type) {
+    case DT_DIR:
+        return PFA_DIRECTORY;
+    case DT_LNK:
+    case DT_UNKNOWN:
+        return look_at(directory, entry->d_name);
+    default:
+        return PFA_NO_DIRECTORY;
+    }
+}
+
+// Makes room for `size` more bytes. False if memory runs out; the names stay as they were.
+bool make_room(name_text *names, int size) {
+    if (size <= names->size - names->used) {
+        return true;
+    }
+    if (names->size > INT_MAX / 2) {
+        return false;
+    }
+    const int new_size = names->size == 0 ? FIRST_TEXT_SIZE : 2 * names->size;
+    char *text = static_cast<char *>(getmem_null(new_size));
+    if (text == nullptr) {
+        return false;
+    }
+    if (names->used > 0) {
+        std::memcpy(text, names->text, static_cast<std::size_t>(names->used));
+    }
+    relmem(&names->text);
+    names->text = text;
+    names->size = new_size;
     return true;
 }
 
@@ -57,7 +83,7 @@ bool is_listed(const char *name) {
            std::strlen(name) < PFA_PATH_SIZE;
 }
 
-// 0 when the directory was read to its end, else the errno of the failure.
+// Returns 0 if the directory was read to its end, else the errno of the failure.
 int read_names(DIR *directory, name_text *names) {
     for (;;) {
         errno = 0;
@@ -65,10 +91,27 @@ int read_names(DIR *directory, name_text *names) {
         if (entry == nullptr) {
             return errno;
         }
-        if (is_listed(entry->d_name) && !add_name(names, entry)) {
+        if (!is_listed(entry->d_name)) {
+            continue;
+        }
+        const std::size_t length = std::strlen(entry->d_name) + 1;
+        if (!make_room(names, static_cast<int>(length) + 1)) {
             return ENOMEM;
         }
+        char *end = names->text + names->used;
+        *end = static_cast<char>(kind_byte(directory, entry));
+        std::memcpy(end + 1, entry->d_name, length);
+        names->used += static_cast<int>(length) + 1;
+        ++names->count;
     }
+}
+
+unix_dir_status status_of(DIR *directory) {
+    struct stat status;
+    if (fstat(dirfd(directory), &status) != 0) {
+        return {};
+    }
+    return {true, status.st_dev, status.st_ino, status.st_mtime, status.st_atime};
 }
 
 struct name_index {
@@ -109,6 +152,7 @@ unix_dir *unix_opendir(const char *name, const char *) {
     }
     name_text names;
     const int failure = read_names(directory, &names);
+    const unix_dir_status status = status_of(directory);
     closedir(directory);
 
     char **array = failure == 0 ? new_name_index(names) : nullptr;
@@ -120,9 +164,7 @@ unix_dir *unix_opendir(const char *name, const char *) {
         errno = failure != 0 ? failure : ENOMEM;
         return nullptr;
     }
-    snapshot->names = array;
-    snapshot->next = 0;
-    snapshot->text = names.text;
+    *snapshot = {array, 0, names.text, status};
     return snapshot;
 }
 
@@ -137,16 +179,9 @@ const char *unix_readdir(unix_dir *snapshot, int *index) {
     return name;
 }
 
-int unix_listed_as_dir(const char *name) {
-    switch (static_cast<unsigned char>(name[-1])) {
-    case DT_DIR:
-        return 1;
-    case DT_LNK:
-    case DT_UNKNOWN:
-        return -1;
-    default:
-        return 0;
-    }
+int unix_entry_kind(const char *name) {
+    const int kind = static_cast<unsigned char>(name[-1]);
+    return kind > FAILED_LOOK ? FAILED_LOOK - kind : kind;
 }
 
 int unix_closedir(unix_dir *snapshot) {
@@ -166,8 +201,8 @@ const char *os_readdir(unix_dir *snapshot, int *index) {
     return unix_readdir(snapshot, index);
 }
 
-int os_listed_as_dir(const char *name) {
-    return unix_listed_as_dir(name);
+int os_entry_kind(const char *name) {
+    return unix_entry_kind(name);
 }
 
 int os_closedir(unix_dir *snapshot) {

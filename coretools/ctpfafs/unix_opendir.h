@@ -1,31 +1,44 @@
 // Directory snapshots: the names of a host directory, read whole when it is opened.
+//
+// A snapshot owns its names and belongs to one thread at a time.
 #pragma once
 
-// names is an extensible array: the entries in the order in which the host returned them, followed
-// by one null. All names lie in one block of text, which the snapshot owns with them; the byte
-// before each holds what the host listed the entry as.
-struct unix_dir {
-    char **names;
-    int next; // index of the next name to return
-    char *text;
+#include <ctime>
+
+#include <sys/types.h>
+
+// What the host said of the directory itself, right after its names were read.
+struct unix_dir_status {
+    bool known; // false: the host could not tell, and the rest is zero
+    dev_t device;
+    ino_t inode;
+    std::time_t mtime; // in seconds
+    std::time_t atime;
 };
 
-// Reads the directory; its descriptor is closed again when this returns. "." and ".." and names of
-// 260 characters or more are left out. Null when the directory cannot be opened or read to its end
-// (errno as the host set it), when it holds more names than an array can, and when memory is
-// exhausted (errno ENOMEM for both): never half a listing. pattern is not used.
+struct unix_dir {
+    char **names; // extensible array: the entries in the host's order, then one null
+    int next;     // index of the next name to return
+    char *text;   // the block of memory in which the names lie
+    unix_dir_status status;
+};
+
+// Reads a directory, except "." and ".." and names of PFA_PATH_SIZE characters or more. No
+// descriptor stays open. `pattern` is not used.
+//
+// Returns null if the directory cannot be read to its end (errno as the host set it), if it has
+// more names than an array can hold, or if memory runs out (errno ENOMEM).
 [[nodiscard]] unix_dir *unix_opendir(const char *name, const char *pattern);
-// The next name, which the snapshot owns; null at the end, and again at every further call.
-// *index, which may be null, becomes -1: this host numbers no entries.
+// Returns the next name, which the snapshot owns; null at the end and in every further call.
+// *index becomes -1, as this host numbers no entries; `index` may be null.
 const char *unix_readdir(unix_dir *snapshot, int *index);
-// What the host listed a name of a snapshot as: 1 a directory, 0 anything else, -1 not known, as
-// for a symbolic link.
-int unix_listed_as_dir(const char *name);
-// Releases the snapshot and its names; 0. Null is allowed.
+// Returns the kind of an entry (see pfa_entry_kind). `name` is one that unix_readdir returned.
+int unix_entry_kind(const char *name);
+// Releases the snapshot and its names. `snapshot` may be null. Returns 0.
 int unix_closedir(unix_dir *snapshot);
 
-// The same under the names that do not tell which host system stands behind them.
+// The same, under names that do not tell which host system is behind them.
 [[nodiscard]] unix_dir *os_opendir(const char *name, const char *pattern);
 const char *os_readdir(unix_dir *snapshot, int *index);
-int os_listed_as_dir(const char *name);
+int os_entry_kind(const char *name);
 int os_closedir(unix_dir *snapshot);
