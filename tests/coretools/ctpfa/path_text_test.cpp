@@ -23,22 +23,10 @@ TEST(PathText, StoredForm) {
     const struct {
         const char *path;
         const char *stored;
-    } rows[] = {
-        {"", ""},
-        {"/", "/"},
-        {"a", "a/"},
-        {"a\\b/", "a/b/"},
-        {"a//b", "a//b/"},
-        {"a/./b", "a/b/"},
-        {"a/../b", "a/^/b/"},
-        {"/../a", "/^/a/"},
-        {"a/..", "a/../"}, // a step needs its separator
-        {"...", ".../"},
-        {"./a", "a/"},
-        {".//a", "a/"},
-        {"././\\a", "a/"},
-        {"a/.//b", "a//b/"},
-    };
+    } rows[] = {{"", ""},          {"/", "/"},         {"a", "a/"},          {"a\\b/", "a/b/"},
+                {"a//b", "a//b/"}, {"a/./b", "a/b/"},  {"a/../b", "a/^/b/"}, {"/../a", "/^/a/"},
+                {"a/..", "a/../"}, {"...", ".../"},    {"./a", "a/"},        {".//a", "a/"},
+                {"././\\a", "a/"}, {"a/.//b", "a//b/"}};
     for (const auto &row : rows) {
         EXPECT_EQ(stored(row.path), row.stored) << row.path;
     }
@@ -48,17 +36,15 @@ TEST(PathText, WrittenForm) {
     const struct {
         const char *stored;
         const char *written;
-    } rows[] = {
-        {"", ""},
-        {"/", "/"},
-        {"//a//b/", "/a/b/"},
-        {"a/b/^/c/", "a/c/"},
-        {"a/b/^/^/c/", "c/"},
-        {"^/a/", "../a/"},
-        {"a/^/^/^/b/", "../../b/"},
-        {"/^/a/", "/../a/"},
-        {"a/^old/", "a/^old/"},
-    };
+    } rows[] = {{"", ""},
+                {"/", "/"},
+                {"//a//b/", "/a/b/"},
+                {"a/b/^/c/", "a/c/"},
+                {"a/b/^/^/c/", "c/"},
+                {"^/a/", "../a/"},
+                {"a/^/^/^/b/", "../../b/"},
+                {"/^/a/", "/../a/"},
+                {"a/^old/", "a/^old/"}};
     for (const auto &row : rows) {
         EXPECT_EQ(written(row.stored), row.written) << row.stored;
     }
@@ -69,17 +55,15 @@ TEST(PathText, StepsAreTakenBackDownToTheRoot) {
         const char *path;
         std::size_t start;  // where the path begins, behind a host
         const char *result; // null: it climbs above its root
-    } rows[] = {
-        {"/a/b/../c", 0, "/a/c"},
-        {"/a/../..", 0, nullptr},
-        {"/a/b/..", 0, "/a/"},
-        {"/a//../..", 0, nullptr},
-        {"a/../../b", 0, "../b"},
-        {"../a", 0, "../a"},
-        {"/////h/a/../b", 6, "/////h/b"},
-        {"/////h/../b", 6, nullptr},
-        {"/////h|a/../../b", 7, "/////h|../b"},
-    };
+    } rows[] = {{"/a/b/../c", 0, "/a/c"},
+                {"/a/../..", 0, nullptr},
+                {"/a/b/..", 0, "/a/"},
+                {"/a//../..", 0, nullptr},
+                {"a/../../b", 0, "../b"},
+                {"../a", 0, "../a"},
+                {"/////h/a/../b", 6, "/////h/b"},
+                {"/////h/../b", 6, nullptr},
+                {"/////h|a/../../b", 7, "/////h|../b"}};
     for (const auto &row : rows) {
         path_text path;
         ASSERT_TRUE(path.append(row.path));
@@ -95,11 +79,9 @@ TEST(PathText, LastElementAndParent) {
         const char *path;
         const char *last;
         std::size_t parent;
-    } rows[] = {
-        {"/a/b/", "b", 3},        {"/a/b", "b", 3},         {"a", "a", 0},
-        {"", "", NO_PARENT},      {"/", "", NO_PARENT},     {"a//", "", NO_PARENT},
-        {"a/^/", "^", NO_PARENT}, {"../", "..", NO_PARENT},
-    };
+    } rows[] = {{"/a/b/", "b", 3},        {"/a/b", "b", 3},        {"a", "a", 0},
+                {"", "", NO_PARENT},      {"/", "", NO_PARENT},    {"a//", "", NO_PARENT},
+                {"a/^/", "^", NO_PARENT}, {"../", "..", NO_PARENT}};
     for (const auto &row : rows) {
         EXPECT_EQ(last_element(row.path), row.last) << row.path;
         EXPECT_EQ(parent_size(row.path), row.parent) << row.path;

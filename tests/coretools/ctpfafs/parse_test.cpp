@@ -22,7 +22,7 @@ std::string claim(const std::string &name) {
     return result == 0 ? parts + std::to_string(rest) : std::to_string(result);
 }
 
-TEST(claim, splits_a_name_into_host_device_path_and_rest) {
+TEST(Claim, SplitsANameIntoHostDevicePathAndRest) {
     std::istringstream cases(R"(
         part.prt           ,,,0              /usr/lib/part.prt  ,,/usr/lib/,9
         /                  ,,/,1             a\b/c\d.prt        ,,a/b/c/,6
@@ -51,9 +51,12 @@ TEST(claim, splits_a_name_into_host_device_path_and_rest) {
     for (std::string name, expected; cases >> name >> expected;) {
         EXPECT_EQ(claim(name), expected) << name;
     }
-    EXPECT_EQ((texts{claim(LONGEST + ":/a"), claim("/////" + LONGEST + "/")}),
-              (texts{LONGEST + ",,/,33", LONGEST + ",,/,37"}));
-    EXPECT_EQ(claim(TOO_LONG + ":/a"), ",," + TOO_LONG + ":/,34");
+}
+
+TEST(Claim, HostsDevicesAndPathsUpToTheirSize) {
+    EXPECT_EQ(claim(LONGEST + ":/a"), LONGEST + ",,/,33");
+    EXPECT_EQ(claim("/////" + LONGEST + "/"), LONGEST + ",,/,37");
+    EXPECT_EQ(claim(TOO_LONG + ":/a"), ",," + TOO_LONG + ":/,34") << "a colon like any other";
     const std::string long_name(258, 'a');
     EXPECT_EQ(claim("/" + long_name), ",,/,1");
     for (const std::string &declined :
@@ -61,12 +64,13 @@ TEST(claim, splits_a_name_into_host_device_path_and_rest) {
           "\\\\" + TOO_LONG + "\\c$\\", "//" + long_name, long_name + "/.."}) {
         EXPECT_EQ(claim(declined), "9") << declined;
     }
+}
 
+TEST(Claim, WithoutARestAllIsPath) {
     record file("stale::old/part.prt");
-    EXPECT_EQ(pfa_put_location(file, "$dev1/a/b", PfaStdFilesystem), 0);
-    EXPECT_STREQ(file->text, "dev1/a/b/partprt") << "without a rest all is path";
+    EXPECT_EQ(pfa_put_location(file, "$dev1/a/b", PfaStdFilesystem), PFA_E_NO_ERROR);
+    EXPECT_STREQ(file->text, "dev1/a/b/partprt");
     EXPECT_EQ(pfa_parse_location(file, nullptr, nullptr, PfaStdFilesystem), PFA_E_INVALID_INPUT);
-    EXPECT_EQ(pfafs_loc_is_NT_drive_relative(file), 0);
 }
 
 // A location string, or its failing status.
@@ -76,32 +80,41 @@ std::string location_string(vek_file *file, decltype(pfa_get_location) get) {
     return result == 0 ? text : std::to_string(result);
 }
 
-TEST(location, is_written_in_both_forms_and_read_back) {
+void expect_read_back(const vek_file *file, const std::string &text) {
+    record again;
+    EXPECT_EQ(pfa_put_location(again, text.c_str(), PfaStdFilesystem), PFA_E_NO_ERROR);
+    EXPECT_STREQ(again->text, file->text) << text;
+    EXPECT_EQ(std::memcmp(again->bounds, file->bounds, sizeof file->bounds), 0) << text;
+}
+
+enum form_read_back { BOTH, NEUTRAL_ONLY, NONE };
+
+TEST(LocationText, IsWrittenInBothFormsAndReadBack) {
     const std::string too_long = "/" + std::string(226, 'a') + "/";
     const struct {
         texts parts; // host, device and path
         std::string host_form, neutral_form;
-        int read_back = 2; // 1 when only the neutral form can hold the parts
+        form_read_back read_back = BOTH;
     } rows[] = {
         {{"", "", ""}, "", ""},
         {{"", "", "/"}, "/", "/"},
         {{"", "", "/r$|:^ s/\xff/"}, "/r$|:^ s/\xff/", "/r$|:^ s/\xff/"},
         {{"", "", "^/^/^/c/"}, "../../../c/", "../../../c/"},
         {{"hostX.-_1", "", "/^/r:|/"}, "hostX.-_1:/../r:|/", "/////hostX.-_1/../r:|/"},
-        {{"hostx", "", "a/r|s/"}, "hostx:a/r|s/", "/////hostx|a/r|s/", 1},
-        {{"hostx", "", ""}, "hostx:", "/////hostx|", 1},
+        {{"hostx", "", "a/r|s/"}, "hostx:a/r|s/", "/////hostx|a/r|s/", NEUTRAL_ONLY},
+        {{"hostx", "", ""}, "hostx:", "/////hostx|", NEUTRAL_ONLY},
         {{"", "dev$1 ", "/d/"}, "$dev$1 /d/", "///dev$1 /d/"},
-        {{"", "dev1", "d/"}, "$dev1d/", "///dev1|d/", 1},
-        {{"", "dev1", ""}, "$dev1/", "///dev1|", 1},
+        {{"", "dev1", "d/"}, "$dev1d/", "///dev1|d/", NEUTRAL_ONLY},
+        {{"", "dev1", ""}, "$dev1/", "///dev1|", NEUTRAL_ONLY},
         {{LONGEST, LONGEST, "/d/"},
          LONGEST + ":/d/",
          "/////" + LONGEST + "///" + LONGEST + "/d/",
-         false},
-        {{"hostx", "dev1", "^/"}, "hostx:../", "/////hostx///dev1|../", 1},
-        // What could not be read back, or does not fit, is not written.
-        {{"a|b", "", "/"}, "a|b:/", "4", 0},
-        {{"", "a/b", "/"}, "$a/b/", "4", 0},
-        {{LONGEST, "", too_long}, "1", "1", 0},
+         NEUTRAL_ONLY},
+        {{"hostx", "dev1", "^/"}, "hostx:../", "/////hostx///dev1|../", NEUTRAL_ONLY},
+        // What could not be read back, or does not fit, is not written: the status.
+        {{"a|b", "", "/"}, "a|b:/", "4", NONE},
+        {{"", "a/b", "/"}, "$a/b/", "4", NONE},
+        {{LONGEST, "", too_long}, "1", "1", NONE},
     };
     for (const auto &row : rows) {
         record file;
@@ -110,19 +123,23 @@ TEST(location, is_written_in_both_forms_and_read_back) {
         }
         EXPECT_EQ(location_string(file, pfa_get_location), row.host_form);
         EXPECT_EQ(location_string(file, pfa_get_neutral_location), row.neutral_form);
-        const std::string forms[] = {row.neutral_form, row.host_form};
-        for (int i = 0; i < row.read_back; ++i) {
-            record again;
-            EXPECT_EQ(pfa_put_location(again, forms[i].c_str(), PfaStdFilesystem), 0);
-            EXPECT_STREQ(again->text, file->text) << forms[i];
-            EXPECT_EQ(std::memcmp(again->bounds, file->bounds, sizeof file->bounds), 0) << forms[i];
+        if (row.read_back != NONE) {
+            expect_read_back(file, row.neutral_form);
+        }
+        if (row.read_back == BOTH) {
+            expect_read_back(file, row.host_form);
         }
     }
+}
+
+TEST(LocationText, IsNotCut) {
     record file("hostx:/usr/lib/");
     for (const int capacity : {4, 8}) {
         char text[32] = "";
         std::int16_t length = 0;
-        EXPECT_EQ(pfaloc_call_FPPS(file, PfaGetLocationString, text, &length, capacity), 1);
+        EXPECT_EQ(pfaloc_call_FPPS(file, PfaGetLocationString, text, &length, capacity),
+                  PFA_E_ERROR)
+            << capacity;
     }
 }
 
