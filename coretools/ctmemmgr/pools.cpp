@@ -63,20 +63,21 @@ static void link_area(clump_entry &entry, area_header *area, area_header *prev) 
     (next != nullptr ? next->prev : entry.last_area) = area;
 }
 
-// The order of the areas answers at once: if neither of the first two has room, none has. The one
-// that is answered is first; null when a new area is needed.
-static area_header *first_area_with_room(clump_entry &entry) {
-    area_header *const front = entry.first_area;
-    if (front == nullptr || has_room(entry, front)) {
-        return front;
-    }
+// Areas with room come first, except that the first may be full: checking two is enough. False if a
+// new area is needed.
+[[gnu::noinline]] static bool replace_first_area(clump_entry &entry, area_header *front) {
     area_header *const second = front->next;
     if (second == nullptr || !has_room(entry, second)) {
-        return nullptr;
+        return false;
     }
     unlink_area(entry, front);
     link_area(entry, front, entry.last_area);
-    return second;
+    return true;
+}
+
+static inline bool make_first_area_with_room(clump_entry &entry) {
+    area_header *const front = entry.first_area;
+    return front != nullptr && (has_room(entry, front) || replace_first_area(entry, front));
 }
 
 // The slots that were in use before come first. The headers of the others are written only when
@@ -107,53 +108,78 @@ static area_header *make_area(int pool, int soft_failure) {
     return area;
 }
 
+// The ways in and out of a pool exist twice, made from one text: with the lock, and for runs
+// without threads, which need no registers for it.
+struct no_guard {};
+
 // Takes a slot from the first area, which has room.
-static inline void *take_slot(const clump_entry &entry, int xar) {
+static inline slot_header *take_slot(const clump_entry &entry, int xar) {
     area_header *const area = entry.first_area;
     slot_header *const slot = pop_free_slot(area, stride_of(entry));
     area->used++;
     slot->next_free = NO_SLOT;
     slot->mark = NO_MARK;
     slot->tag = xar != 0 ? TAG_IN_USE_XAR : TAG_IN_USE;
+    return slot;
+}
+
+// Null if there is no such pool, or no area with room.
+template <class Guard>
+static inline slot_header *slot_of_pool(int pool, int xar) {
+    [[maybe_unused]] const Guard guard;
+    if (!is_pool_index(pool) || !make_first_area_with_room(clump_table[pool])) {
+        return nullptr;
+    }
+    return take_slot(clump_table[pool], xar);
+}
+
+static slot_header *slot_of_new_area(int pool, area_header *area, int xar) {
+    const clump_guard guard;
+    clump_entry &entry = clump_table[pool];
+    // Other threads may have made room meanwhile: no full area may come to stand before it.
+    make_first_area_with_room(entry);
+    link_area(entry, area, nullptr);
+    return take_slot(entry, xar);
+}
+
+static bool is_known_pool(int pool) {
+    const clump_guard guard;
+    return is_pool_index(pool);
+}
+
+static inline void *zeroed(const clump_entry &entry, slot_header *slot) {
     return fill_record<0>(data_of_slot(slot), static_cast<std::size_t>(entry.rounded));
 }
 
-struct pool_record {
-    void *data;      // null if there is no such pool or no area with room
-    bool needs_area; // the latter
-};
+[[gnu::noinline]] static void *zeroed_for_loop(clump_entry &entry, slot_header *slot) {
+    debug_memory_loop_alloc(&entry.loop, data_of_slot(slot));
+    return zeroed(entry, slot);
+}
 
-// Links the new area, which may be null, and takes a record.
-static inline pool_record take_record(int pool, area_header *new_area, int xar) {
-    const clump_guard guard;
-    if (!is_pool_index(pool)) {
-        return {nullptr, false};
-    }
+static inline bool is_in_loop(const clump_entry &entry) {
+    return entry.loop.active.load(std::memory_order_relaxed) != 0;
+}
+
+static inline void *record_of(slot_header *slot, int pool) {
     clump_entry &entry = clump_table[pool];
-    // Brings an area with room to the front, if there is one: no full area may come to stand
-    // before it.
-    bool has_area = first_area_with_room(entry) != nullptr;
-    if (new_area != nullptr) {
-        link_area(entry, new_area, nullptr);
-        has_area = true;
-    }
-    return {has_area ? take_slot(entry, xar) : nullptr, !has_area};
+    return is_in_loop(entry) ? zeroed_for_loop(entry, slot) : zeroed(entry, slot);
+}
+
+[[gnu::noinline]] static void *record_of_new_area(int pool, int soft_failure, int xar) {
+    // Made without the lock: exhausted memory may jump to a trap frame.
+    area_header *const area = is_known_pool(pool) ? make_area(pool, soft_failure) : nullptr;
+    return area != nullptr ? record_of(slot_of_new_area(pool, area, xar), pool) : nullptr;
+}
+
+template <class Guard>
+[[gnu::noinline]] static void *take_record(int pool, int soft_failure, int xar) {
+    slot_header *const slot = slot_of_pool<Guard>(pool, xar);
+    return slot != nullptr ? record_of(slot, pool) : record_of_new_area(pool, soft_failure, xar);
 }
 
 void *take_pool_record(int pool, int soft_failure, int xar) {
-    pool_record record = take_record(pool, nullptr, xar);
-    if (record.needs_area) {
-        // Made without the lock: exhausted memory may jump to a trap frame.
-        area_header *const area = make_area(pool, soft_failure);
-        if (area != nullptr) {
-            record = take_record(pool, area, xar);
-        }
-    }
-    if (record.data != nullptr &&
-        clump_table[pool].loop.active.load(std::memory_order_relaxed) != 0) {
-        debug_memory_loop_alloc(&clump_table[pool].loop, record.data);
-    }
-    return record.data;
+    return IsThreadingEnabled() ? take_record<clump_guard>(pool, soft_failure, xar)
+                                : take_record<no_guard>(pool, soft_failure, xar);
 }
 
 void *getmem_pool_xar(int pool, int xar) {
@@ -174,18 +200,46 @@ static void place_area(clump_entry &entry, area_header *area) {
     }
 }
 
-// True if the area has become empty and left the pool.
-static inline bool give_back_slot(clump_entry &entry, area_header *area, slot_header *slot) {
-    const clump_guard guard;
-    const bool was_full = !has_room(entry, area);
+// Overwritten under the lock: a free slot may be the next request's at once.
+static inline void push_free_slot(const clump_entry &entry, area_header *area, slot_header *slot) {
     slot->next_free = area->first_free;
     area->first_free = static_cast<std::int16_t>(slot->offset);
     area->used--;
     slot->tag = TAG_FREE;
-    if (was_full || area->used == 0) {
+    fill_record<0xFF>(data_of_slot(slot), static_cast<std::size_t>(entry.rounded));
+}
+
+// True if the area has become empty and left the pool.
+static bool push_and_place(clump_entry &entry, area_header *area, slot_header *slot) {
+    const clump_guard guard;
+    const bool was_full = !has_room(entry, area);
+    push_free_slot(entry, area, slot);
+    const bool is_empty = area->used == 0;
+    if (was_full || is_empty) {
         place_area(entry, area);
     }
-    return area->used == 0;
+    return is_empty;
+}
+
+[[gnu::noinline]] static int release_and_place(clump_entry &entry, area_header *area,
+                                               slot_header *slot) {
+    if (push_and_place(entry, area, slot)) {
+        release_area_block(area);
+    }
+    return 1;
+}
+
+template <class Guard>
+[[gnu::noinline]] static int release_slot(clump_entry &entry, area_header *area,
+                                          slot_header *slot) {
+    {
+        [[maybe_unused]] const Guard guard;
+        if (has_room(entry, area) && area->used > 1) { // the area keeps its place
+            push_free_slot(entry, area, slot);
+            return 1;
+        }
+    }
+    return release_and_place(entry, area, slot);
 }
 
 [[gnu::noinline]] static int second_release(void *data) {
@@ -212,14 +266,11 @@ int rlsmem_clump(void *data) {
     }
     clump_entry &entry = clump_table[area->pool];
     // Before the lock: the loop's own bookkeeping allocates.
-    if (entry.loop.active.load(std::memory_order_relaxed) != 0) {
+    if (is_in_loop(entry)) {
         debug_mark_released_memory(&entry.loop, data);
     }
-    fill_record<0xFF>(static_cast<char *>(data), static_cast<std::size_t>(entry.rounded));
-    if (give_back_slot(entry, area, slot)) {
-        release_area_block(area);
-    }
-    return 1;
+    return IsThreadingEnabled() ? release_slot<clump_guard>(entry, area, slot)
+                                : release_slot<no_guard>(entry, area, slot);
 }
 
 void *relocmem_clump(void *data, int new_size, int xar) {

@@ -102,8 +102,9 @@ constexpr bool is_table_index(int pool) {
     return pool >= 0 && pool < CLUMP_LIMIT;
 }
 
+// Entries beyond clump_count are of no kind.
 inline bool is_pool_index(int pool) {
-    return pool >= 0 && pool < clump_count &&
+    return is_table_index(pool) &&
            (clump_table[pool].kind == POOL_GENERAL || clump_table[pool].kind == POOL_EXPLICIT);
 }
 
