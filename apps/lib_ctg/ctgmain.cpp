@@ -5,6 +5,7 @@
 #include "apps/lib_ctg/ctgmsg.h"
 #include "apps/lib_ctg/ctgversion.h"
 #include "coretools/ctpfa/vek_file.h"
+#include "coretools/ctplatform/heap.h"
 #include "coretools/genutil1/text_copy.h"
 
 #include <csignal>
@@ -15,6 +16,9 @@
 #include <fcntl.h>
 
 namespace {
+
+// Enough for the blocks of the largest library.
+constexpr std::size_t HEAP_RESERVE = 96 * 1024 * 1024;
 
 // A process may be started with standard output closed or with nobody reading it. The numbers 0 to
 // 2 are kept in use, so that no message can end up in a file that is opened later under one of
@@ -56,5 +60,6 @@ void cxx_main(int argc, char **argv) {
         report_root_too_long();
         std::exit(0);
     }
+    ctp_reserve_heap(HEAP_RESERVE);
     std::exit(make_catalog_file(root));
 }

@@ -4,6 +4,7 @@
 //
 //   file_system.h  Is the file system that holds a path local to this host? Decided here by the
 //                  type that statfs() reports; a host whose statvfs() has a "local" flag uses that.
+//   heap.h         How the heap grows. A hint: a port may leave it empty.
 //   wide_text.h    Wide text and its conversion from and to EUC bytes. A host that has these calls
 //                  with the same packing may use its own.
 //
@@ -11,4 +12,5 @@
 #pragma once
 
 #include "coretools/ctplatform/file_system.h"
+#include "coretools/ctplatform/heap.h"
 #include "coretools/ctplatform/wide_text.h"
