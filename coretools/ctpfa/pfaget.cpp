@@ -13,7 +13,6 @@
 
 namespace {
 
-// These methods only read the record.
 template <class Method>
 pfa_status get_location_text(const vek_file *record, Method method, char *out, int *location_type) {
     const bool valid = pfa_is_valid(record) != 0;
@@ -30,8 +29,8 @@ pfa_status get_location_text(const vek_file *record, Method method, char *out, i
         return PFA_E_NO_ERROR;
     }
     std::int16_t length = 0;
-    const pfa_status result = pfa_status(
-        pfaloc_call_FPPS(const_cast<vek_file *>(record), method, out, &length, PFA_PATH_SIZE));
+    const pfa_status result =
+        pfa_status(pfaloc_call_FPPS(pfaloc_record(record), method, out, &length, PFA_PATH_SIZE));
     if (result != PFA_E_NO_ERROR) {
         out[0] = '\0';
     }

@@ -63,6 +63,7 @@ int pfa_is_local(const vek_file *record) {
     if (pfa_is_valid(record) == 0) {
         return -1;
     }
+    // What another type keeps as a host need not be a host of the network.
     if (record->location_type != NoLocation && record->location_type != PfaStdFilesystem) {
         return 1;
     }

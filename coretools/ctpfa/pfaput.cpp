@@ -3,6 +3,7 @@
 
 #include "coretools/ctfileutil/objextension.h"
 #include "coretools/ctpfa/path_text.h"
+#include "coretools/ctpfa/pfa_std_location.h"
 #include "coretools/ctpfa/pfacomponent.h"
 #include "coretools/ctpfa/pfarecord_internal.h"
 #include "coretools/genutil1/invstr.h"
@@ -38,7 +39,7 @@ pfa_status pfa_put_path(vek_file *record, const char *path) {
     }
     const std::int32_t location_type = record->location_type;
     if (location_type == NoLocation) {
-        record->location_type = PfaStdFilesystem;
+        record->location_type = PFA_DEFAULT_LOCATION;
     }
     const int index = pfa_role_index(record, PfaPathIdx);
     const pfa_status result = index == -1 ? PFA_E_NOT_VALID

@@ -18,10 +18,10 @@ constexpr bool pfa_is_location_index(int index) {
 }
 
 // Returns the component in which the record's location type keeps what `method` (PfaHostIdx,
-// PfaDeviceIdx or PfaPathIdx) asks for, -1 if it keeps none. These methods only read the record.
+// PfaDeviceIdx or PfaPathIdx) asks for, -1 if it keeps none.
 template <class Method>
 int pfa_role_index(const vek_file *record, Method method) {
-    const int index = pfaloc_call_F(const_cast<vek_file *>(record), method);
+    const int index = pfaloc_call_F(pfaloc_record(record), method);
     return pfa_is_location_index(index) ? index : -1;
 }
 

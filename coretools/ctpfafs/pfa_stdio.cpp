@@ -20,29 +20,28 @@ namespace {
 constexpr char PREFIX[] = "stdio://";
 constexpr int PREFIX_LENGTH = sizeof PREFIX - 1;
 
-// The location offers no device index: its prefix is the text of the component by itself.
+// Where the prefix is stored. The location has no device, so "PfaDeviceIdx" is not offered.
 constexpr int PREFIX_COMPONENT = PFA_DEVICE;
 
-// An open directory. The name is that of its one entry, null once it has been read; the caller's,
-// it must outlive the reading.
+// An open directory. `name` is that of its one entry, null once it has been read; the text is the
+// caller's and must stay until then.
 struct pattern_listing {
     static constexpr pfafs_kind KIND = pfafs_kind::pattern;
     pfafs_kind kind;
     const char *name;
 };
 
-struct named_stream {
-    const char *name;
-    std::FILE *stream;
-};
+// The stream of a name, null for any other name. The three are no constants.
+std::FILE *stream_named(const char *name) {
+    return std::strcmp(name, "in") == 0    ? stdin
+           : std::strcmp(name, "out") == 0 ? stdout
+           : std::strcmp(name, "err") == 0 ? stderr
+                                           : nullptr;
+}
 
 int pfa_stdio_claim_location(vek_file *record, const char *name, const char *, std::int16_t *rest) {
-    if (name == nullptr || std::strncmp(name, PREFIX, PREFIX_LENGTH) != 0) {
-        return PFA_E_INVALID_INPUT;
-    }
-    const char *stream = name + PREFIX_LENGTH;
-    if (std::strcmp(stream, "in") != 0 && std::strcmp(stream, "out") != 0 &&
-        std::strcmp(stream, "err") != 0) {
+    if (name == nullptr || std::strncmp(name, PREFIX, PREFIX_LENGTH) != 0 ||
+        stream_named(name + PREFIX_LENGTH) == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
     if (pfa_put_component(record, PREFIX_COMPONENT, PREFIX) != PFA_E_NO_ERROR) {
@@ -73,7 +72,7 @@ int lend_stream(vek_file *record, void **data, std::FILE *stream) {
     return PFA_E_NO_ERROR;
 }
 
-// Standard input is opened for reading, the others are opened for writing.
+// Standard input opens for reading, the others for writing.
 int pfa_stdio_fopen(vek_file *record, void **data, char *, const char *mode, int) {
     std::FILE *stream;
     const pfa_status found = pfa_stdio_get_stream(record, &stream);
@@ -97,8 +96,8 @@ int pfa_stdio_open(vek_file *record, void **data, char *, int flags, int, int) {
     return writes_input ? PFA_E_CANT_OPEN : lend_stream(record, data, stream);
 }
 
-// Gives back a block of this location, whatever the record has become; neither kind owns what it
-// points to.
+// Releases the block of either kind, whatever the record has become since the open. Neither kind
+// owns what it points to.
 int release_block(void **data) {
     if (pfafs_block<pfafs_stream>(data) == nullptr &&
         pfafs_block<pattern_listing>(data) == nullptr) {
@@ -133,7 +132,7 @@ int pfa_stdio_dir_can_open_subset(vek_file *) {
     return 0;
 }
 
-// A directory of this location lists exactly one name, the pattern. Without one nothing is opened.
+// A directory lists exactly one name, the pattern. Without a pattern nothing is opened.
 int pfa_stdio_open_dir(vek_file *record, void **data, const char *, const char *name) {
     if (data == nullptr || !pfa_is_dir(record)) {
         return PFA_E_INVALID_INPUT;
@@ -161,7 +160,7 @@ int put_entry(vek_file *directory, const char *name, vek_file *entry) {
     if (copied != PFA_E_NO_ERROR) {
         return copied;
     }
-    // The copy is of a directory; the entry is none, and takes neither its type nor its extension.
+    // The copy is of a directory, the entry is a file.
     entry->type = OBJ_TYPE_NOT_YET;
     const pfa_status cleared = pfa_put_component(entry, PFA_EXTENSION, "");
     return cleared != PFA_E_NO_ERROR ? cleared : pfa_put_name(entry, name);
@@ -196,17 +195,16 @@ int pfa_stdio_close_dir(vek_file *record, void **data) {
 } // namespace
 
 pfa_status pfa_stdio_get_stream(const vek_file *record, std::FILE **stream) {
-    if (!pfa_is_valid(record)) {
+    char name[PFA_PATH_SIZE];
+    if (pfa_get_component(record, PFA_NAME, name, PFA_PATH_SIZE) != PFA_E_NO_ERROR) {
         return PFA_E_NOT_VALID;
     }
-    const named_stream streams[] = {{"err", stderr}, {"out", stdout}, {"in", stdin}};
-    for (const named_stream &known : streams) {
-        if (pfa_component_strcmp(record, PFA_NAME, known.name, -1) == 0) {
-            *stream = known.stream;
-            return PFA_E_NO_ERROR;
-        }
+    std::FILE *named = stream_named(name);
+    if (named == nullptr) {
+        return PFA_E_NOT_VALID;
     }
-    return PFA_E_NOT_VALID;
+    *stream = named;
+    return PFA_E_NO_ERROR;
 }
 
 void pfa_stdio_register() {

@@ -1,4 +1,5 @@
-// The stdio location.
+// The stdio location: the process's standard streams by name.
+#include "coretools/ctfileutil/objextension.h"
 #include "coretools/ctpfa/pfadir.h"
 #include "coretools/ctpfa/pfadirpath.h"
 #include "coretools/ctpfa/pfaget.h"
@@ -7,71 +8,111 @@
 
 namespace {
 
-TEST(stdio, claims_its_three_streams_and_opens_each_for_its_own_direction) {
+TEST(StdioLocation, ClaimsThreeNamesAndWritesThemBack) {
+    for (const std::string name : {"stdio://in", "stdio://out", "stdio://err"}) {
+        record file(name);
+        EXPECT_EQ(file->location_type, PfaStdio) << name;
+        char location[PFA_PATH_SIZE] = "";
+        EXPECT_EQ(pfa_get_location(file, location, nullptr), PFA_E_NO_ERROR);
+        EXPECT_EQ(location + component(file, PFA_NAME), name);
+        EXPECT_EQ(pfa_get_neutral_location(file, location, nullptr), PFA_E_NO_ERROR);
+        EXPECT_EQ(location + component(file, PFA_NAME), name);
+    }
     for (const char *name : {"stdio://x", "stdio://inn", "stdio:/err", "xstdio://in", "stdio"}) {
         EXPECT_EQ(record(name)->location_type, PfaStdFilesystem) << name;
     }
-    for (const std::string last : {"in", "out", "err"}) {
-        stream file("stdio://" + last);
-        for (const auto get : {pfa_get_location, pfa_get_neutral_location}) {
-            char name[PFA_PATH_SIZE] = "";
-            EXPECT_EQ(get(file, name, nullptr), 0);
-            EXPECT_EQ(name + component(file, PFA_NAME), "stdio://" + last);
-        }
+}
+
+TEST(StdioLocation, OpensEachStreamInItsOwnDirection) {
+    const struct {
+        const char *name;
+        int read;  // the result of "PfaFopen" for reading
+        int write; // and for writing
+        int write_descriptor;
+        int may_read; // the result of "PfaAccess"
+        int may_write;
+    } rows[] = {
+        {"stdio://in", PFA_E_NO_ERROR, PFA_E_CANT_OPEN, PFA_E_CANT_OPEN, 1, 0},
+        {"stdio://out", PFA_E_CANT_OPEN, PFA_E_NO_ERROR, PFA_E_NO_ERROR, 0, 1},
+        {"stdio://err", PFA_E_CANT_OPEN, PFA_E_NO_ERROR, PFA_E_NO_ERROR, 0, 1},
+    };
+    for (const auto &row : rows) {
+        stream file(row.name);
         const auto opens = [&](bool buffered, bool write) {
             const int result = file.open(buffered, write);
             file.call(PfaCloseFile);
             return result;
         };
-        const auto may = [&](int mode) { return pfaloc_call_FII(file, PfaAccess, mode, 0); };
-        const auto results = [&] {
-            return codes{opens(true, false), opens(true, true), opens(false, false),
-                         opens(false, true), may(W_OK),         may(R_OK),
-                         may(F_OK)};
-        };
-        EXPECT_EQ(results(),
-                  (last == "in" ? codes{0, 3, 0, 3, 0, 1, 0} : codes{3, 0, 0, 0, 1, 0, 0}));
-        EXPECT_EQ(pfa_put_component(file, PFA_NAME, "x"), 0);
-        EXPECT_EQ(results(), codes(7, PFA_E_NOT_VALID));
+        EXPECT_EQ(opens(true, false), row.read) << row.name;
+        EXPECT_EQ(opens(true, true), row.write) << row.name;
+        EXPECT_EQ(opens(false, false), PFA_E_NO_ERROR) << row.name;
+        EXPECT_EQ(opens(false, true), row.write_descriptor) << row.name;
+        EXPECT_EQ(pfaloc_call_FII(file, PfaAccess, R_OK, 0), row.may_read) << row.name;
+        EXPECT_EQ(pfaloc_call_FII(file, PfaAccess, W_OK, 0), row.may_write) << row.name;
+        EXPECT_EQ(pfaloc_call_FII(file, PfaAccess, F_OK, 0), 0) << row.name;
     }
+    stream unknown("stdio://in");
+    EXPECT_EQ(pfa_put_component(unknown, PFA_NAME, "x"), PFA_E_NO_ERROR);
+    EXPECT_EQ(unknown.open(true, false), PFA_E_NOT_VALID);
+    EXPECT_EQ(unknown.open(false, false), PFA_E_NOT_VALID);
+    EXPECT_EQ(pfaloc_call_FII(unknown, PfaAccess, R_OK, 0), PFA_E_NOT_VALID);
 }
 
-TEST(stdio, lends_the_stream_and_leaves_it_open) {
-    scratch_dir scratch;
-    stream in("stdio://in"), out("stdio://out");
-    scratch.file("in", "first\nab\xff\xff\ncd\nrest");
-    const auto use = [&] {
-        int failures = std::freopen(scratch("in").c_str(), "r", stdin) == nullptr;
-        failures += std::freopen(scratch("out").c_str(), "w", stdout) == nullptr;
+TEST(StdioLocation, LendsTheStreamAndLeavesItOpen) {
+    const scratch_tree tree;
+    tree.file("in", "first\nab\xff\xff\ncd\nrest");
+    const auto use_both = [&] {
+        ASSERT_NE(std::freopen(tree("in").c_str(), "r", stdin), nullptr);
+        ASSERT_NE(std::freopen(tree("out").c_str(), "w", stdout), nullptr);
+        stream in("stdio://in"), out("stdio://out");
+        EXPECT_EQ(in.open(true, false), PFA_E_NO_ERROR);
+        EXPECT_EQ(out.open(true, true), PFA_E_NO_ERROR);
+        EXPECT_EQ(in.read(PfaFgets), "0first\n");
+        EXPECT_EQ(out.call(PfaFputs, "first "), PFA_E_NO_ERROR);
         int end = -1;
-        failures += in.open(true, false) + out.open(true, true);
-        failures += out.call(PfaFputs, in.read(PfaFgets).c_str());
-        failures += pfaloc_call_FLFLPP(in, PfaCopyThruCookie, out, "\xff\xff", &end);
-        failures += out.write(in.read(PfaReadFile, 4).c_str(), 5) + out.call(PfaFlushFile);
-        failures += out.call(PfaFputs, std::to_string(in.call(PfaFgetc)).c_str());
-        failures += pfa_close(in) + pfa_close(out);
-        std::printf("%c", std::getchar());
-        return failures + std::fflush(stdout);
+        EXPECT_EQ(pfaloc_call_FLFLPP(in, PfaCopyThruCookie, out, "\xff\xff", &end), PFA_E_NO_ERROR);
+        EXPECT_EQ(in.read(PfaReadFile, 4), "0\ncd\n");
+        EXPECT_EQ(out.write(" then", 5), PFA_E_NO_ERROR);
+        EXPECT_EQ(out.call(PfaFlushFile), PFA_E_NO_ERROR);
+        EXPECT_EQ(in.call(PfaFgetc), 'r');
+        EXPECT_EQ(pfa_close(in), PFA_E_NO_ERROR);
+        EXPECT_EQ(pfa_close(out), PFA_E_NO_ERROR);
+        EXPECT_EQ(std::getchar(), 'e');
+        EXPECT_NE(std::puts(" still open"), EOF);
+        EXPECT_EQ(std::fflush(stdout), 0);
     };
-    EXPECT_EQ(in_child(as_before, use), 0);
-    EXPECT_EQ(scratch.content("out"), "0first\nab0\ncd\n114e");
+    EXPECT_EQ(run_in_child(use_both).status, 0);
+    EXPECT_EQ(tree.content("out"), "first ab then still open\n");
 }
 
-TEST(stdio, a_directory_lists_the_pattern) {
+TEST(StdioLocation, ListsThePatternAsTheOneEntry) {
     record file("stdio://out"), entry;
-    vek_file *listed = extract_pfa_dir(file);
-    EXPECT_EQ(pfa_open_dir(listed), PFA_E_ERROR) << "nothing to list";
-    ASSERT_EQ(pfa_open_dir_subset(listed, "err"), 0);
-    EXPECT_EQ((codes{pfa_read_dir(listed, entry), pfa_read_dir(listed, entry), pfa_close(listed)}),
-              (codes{0, PFA_E_QUIT, 0}));
-    EXPECT_EQ(component(entry, PFA_DEVICE) + component(entry, PFA_NAME), "stdio://err");
-    ASSERT_EQ(pfa_open_dir_subset(listed, "e"), 0);
-    listed->type = -4; // what is open on it is no stream
-    EXPECT_EQ((codes{pfaloc_call_FL(listed, PfaFlushFile), pfa_close(listed)}), (codes{9, 0}));
-    EXPECT_EQ(pfa_fopen(file, 0, "w"), 0);
-    file->type = -5; // and no listing
-    EXPECT_EQ((codes{pfa_read_dir(file, entry), pfa_close(file)}), (codes{PFA_E_QUIT, 0}));
-    EXPECT_EQ(pfa_free_vek_file(&listed), 0);
+    vek_file *directory = extract_pfa_dir(file);
+    EXPECT_EQ(pfa_open_dir(directory), PFA_E_ERROR) << "nothing to list";
+    ASSERT_EQ(pfa_open_dir_subset(directory, "err"), PFA_E_NO_ERROR);
+    EXPECT_EQ(pfa_read_dir(directory, entry), PFA_E_NO_ERROR);
+    EXPECT_EQ(component(entry, PFA_DEVICE), "stdio://");
+    EXPECT_EQ(component(entry, PFA_NAME), "err");
+    EXPECT_EQ(pfa_read_dir(directory, entry), PFA_E_QUIT);
+    EXPECT_EQ(pfa_close(directory), PFA_E_NO_ERROR);
+    EXPECT_EQ(pfa_free_vek_file(&directory), PFA_E_NO_ERROR);
+}
+
+// A record may change its type while something is open on it: what its handle holds must not be
+// taken for a block of the other kind.
+TEST(StdioLocation, KnowsItsListingsFromItsStreams) {
+    record file("stdio://out"), entry;
+    vek_file *directory = extract_pfa_dir(file);
+    ASSERT_EQ(pfa_open_dir_subset(directory, "err"), PFA_E_NO_ERROR);
+    directory->type = OBJ_TYPE_NOT_YET;
+    EXPECT_EQ(pfaloc_call_FL(directory, PfaFlushFile), PFA_E_INVALID_INPUT);
+    EXPECT_EQ(pfa_close(directory), PFA_E_NO_ERROR);
+    EXPECT_EQ(pfa_free_vek_file(&directory), PFA_E_NO_ERROR);
+
+    ASSERT_EQ(pfa_fopen(file, 0, "w"), PFA_E_NO_ERROR);
+    file->type = OBJ_TYPE_DIRECTORY;
+    EXPECT_EQ(pfa_read_dir(file, entry), PFA_E_QUIT);
+    EXPECT_EQ(pfa_close(file), PFA_E_NO_ERROR);
 }
 
 } // namespace
