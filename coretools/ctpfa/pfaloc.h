@@ -22,53 +22,9 @@
 // Afterwards the registry is only read. Refusals are reported through dbg_err_crash().
 #pragma once
 
+#include "coretools/ctpfa/pfaloc_impl.h"
 #include "coretools/ctpfa/pfaloc_tables.h"
 #include "coretools/ctpfa/vek_file.h"
-
-// The code of the first calling sequence that a function type spells, -1 for none.
-template <class Function>
-constexpr int plm_spelled_sequence() {
-    for (int sequence = 0; sequence < PFA_CALL_SEQUENCES; ++sequence) {
-        if (plm_spells(Function(), methodAttrTable[sequence].letters())) {
-            return sequence;
-        }
-    }
-    return -1;
-}
-
-// The tag of a function type: one object for each type, told from others by its address.
-struct plm_function_tag {
-    int sequence; // the first that the type spells
-};
-template <class Function>
-inline constexpr plm_function_tag plm_tag_of{plm_spelled_sequence<Function>()};
-
-// Any implementation, to be cast to its own type before it is called.
-using plm_any_function = void (*)();
-
-// What a slot of the registry holds: a function and the tag of its exact type. All zero bytes mean
-// none.
-class pfaloc_impl {
-  public:
-    constexpr pfaloc_impl() = default;
-    constexpr pfaloc_impl(std::nullptr_t) {}
-
-    // A function that no calling sequence describes does not compile.
-    template <class... Parameter>
-    requires(plm_spelled_sequence<int (*)(Parameter...)>() >= 0)
-        pfaloc_impl(int (*implementation)(Parameter...))
-        : tag_(implementation == nullptr ? nullptr : &plm_tag_of<int (*)(Parameter...)>),
-          function_(reinterpret_cast<plm_any_function>(implementation)) {}
-
-    const plm_function_tag *tag() const { return tag_; }
-    plm_any_function function() const { return function_; }
-
-  private:
-    const plm_function_tag *tag_ = nullptr;
-    plm_any_function function_ = nullptr;
-};
-static_assert(std::is_trivially_copyable_v<pfaloc_impl> &&
-              std::is_trivially_destructible_v<pfaloc_impl>);
 
 // Opens the registration of a type 1 to 9, each once in the life of the process, and closes one
 // that is still open; NoLocation only closes. Creates the registry when there is none yet. Returns
@@ -139,11 +95,9 @@ void pfa_loc_method_register(int type, pfa_method_constant<METHOD>,
     pfa_loc_method_register(type, METHOD, locMethodInfo[METHOD].sequence,
                             pfaloc_impl(implementation));
 }
-// A constant method never takes the way of the run-time check.
-template <int METHOD, class Function>
-requires(!std::is_convertible_v<
-         Function, pfa_method_function<
-                       METHOD>>) void pfa_loc_method_register(int type,
-                                                              pfa_method_constant<METHOD> method,
-                                                              int sequence,
-                                                              Function implementation) = delete;
+// A method that is known while compiling never falls back to the run-time check.
+template <class Function, int METHOD>
+concept plm_differs_from = !std::is_convertible_v<Function, pfa_method_function<METHOD>>;
+template <int METHOD, plm_differs_from<METHOD> Function>
+void pfa_loc_method_register(int type, pfa_method_constant<METHOD> method, int sequence,
+                             Function implementation) = delete;

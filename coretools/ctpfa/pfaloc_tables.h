@@ -54,17 +54,17 @@ using pfa_method_function = typename plm_declared_function<METHOD>::type;
 
 // The tables, for messages and run-time checks, are indexed by the number of the row.
 struct loc_type_row {
-    int type;
     const char *name;
+    int type;
 };
 inline constexpr loc_type_row locTypeNames[] = {
-#define PFA_LOCATION_TYPE(name) {name, #name},
+#define PFA_LOCATION_TYPE(name) {#name, name},
 #include "coretools/ctpfa/pfaloc_methods.def"
 };
 
 struct method_attr_row {
-    int sequence;
     const char *name;
+    int sequence;
     bool same_type; // the two records of a call must be of one location type
 
     constexpr std::string_view letters() const {
@@ -72,17 +72,17 @@ struct method_attr_row {
     }
 };
 inline constexpr method_attr_row methodAttrTable[] = {
-#define PFA_CALL_SEQUENCE(letters, same_type) {PLM_CALL_##letters, "PLM_CALL_" #letters, same_type},
+#define PFA_CALL_SEQUENCE(letters, same_type) {"PLM_CALL_" #letters, PLM_CALL_##letters, same_type},
 #include "coretools/ctpfa/pfaloc_methods.def"
 };
 
 struct loc_method_row {
-    int method;
     const char *name;
+    int method;
     int sequence;
 };
 inline constexpr loc_method_row locMethodInfo[] = {
-#define PFA_METHOD(name, letters, ...) {name, #name, PLM_CALL_##letters},
+#define PFA_METHOD(name, letters, ...) {#name, name, PLM_CALL_##letters},
 #include "coretools/ctpfa/pfaloc_methods.def"
 };
 
