@@ -6,6 +6,7 @@
 #include "coretools/ctpfa/pfaget.h"
 #include "coretools/ctpfa/pfamem.h"
 #include "coretools/ctpfa/pfapars.h"
+#include "coretools/genutil1/bounded_text.h"
 
 #include <cstring>
 #include <string_view>
@@ -29,28 +30,25 @@ bool is_plain(std::string_view root) {
     return true;
 }
 
-// Parses directory followed by '/': text that is all location, which the layer takes for a
-// directory without asking the disk.
-pfa_status parse_directory(vek_file *record, const char *directory) {
-    char text[PFA_PATH_SIZE];
-    const std::size_t length = std::strlen(directory);
-    if (length + 1 >= sizeof text) {
-        return PFA_E_INVALID_INPUT;
-    }
-    std::memcpy(text, directory, length);
-    std::memcpy(text + length, "/", 2);
-    return pfa_parse_to_vek_file(record, text);
+using root_text = bounded_text<PFA_PATH_SIZE>;
+
+// Parses `directory` with a '/' behind it, in *text: text that is all location, which the layer
+// takes for a directory without asking the disk.
+pfa_status parse_directory(vek_file *record, const char *directory, root_text *text) {
+    return text->append(directory) && text->append('/')
+               ? pfa_parse_to_vek_file(record, text->c_str())
+               : PFA_E_INVALID_INPUT;
 }
 
 // A '$' that no variable follows begins a directory's name here, and a device in the layer.
 pfa_status parse_root(vek_file *record, const char *root) {
-    const pfa_status status = parse_directory(record, root);
+    root_text text;
+    const pfa_status status = parse_directory(record, root, &text);
     if (status != PFA_E_NO_ERROR || root[0] != '$' || pfa_has_component(record, PFA_DEVICE) == 0) {
         return status;
     }
-    char below_here[PFA_PATH_SIZE + 2] = "./";
-    std::strcpy(below_here + 2, root);
-    return parse_directory(record, below_here);
+    text.clear();
+    return text.append("./") ? parse_directory(record, root, &text) : PFA_E_INVALID_INPUT;
 }
 
 // Such a root need not be a name that the host system knows.
@@ -123,16 +121,14 @@ pfa_status directory_text(vek_file *record, char out[PFA_PATH_SIZE]) {
 
 // Fails with PFA_E_INVALID_NAME if directory, which will be parsed again, comes out as another.
 pfa_status check_parsed_again(vek_file *record, const char *directory) {
-    char again[PFA_PATH_SIZE];
-    pfa_status status = parse_directory(record, directory);
-    if (status == PFA_E_NO_ERROR) {
-        status = directory_text(record, again);
+    root_text text;
+    const pfa_status status = parse_directory(record, directory, &text);
+    if (status != PFA_E_NO_ERROR) {
+        return status;
     }
-    if (status == PFA_E_NO_ERROR &&
-        (names_host_or_device(record) || std::strcmp(directory, again) != 0)) {
-        status = PFA_E_INVALID_NAME;
-    }
-    return status;
+    return !names_host_or_device(record) && pfa_is_directory_named(record, text.c_str())
+               ? PFA_E_NO_ERROR
+               : PFA_E_INVALID_NAME;
 }
 
 pfa_status resolve_path_root(vek_file *record, library_root *root) {

@@ -55,7 +55,8 @@ void report_not_opened(const char *dir_path) {
 // or, for the directory that scan_dir was called with, dir_path with a '/', less the host that may
 // stand before it.
 bool is_named_by(vek_file *directory, const char *dir_path, scan_level *level) {
-    if (pfa_get_path(directory, level->path) != PFA_E_NO_ERROR || level->path[0] != '/') {
+    if (pfa_path_is_absolute(directory) == 0 ||
+        pfa_get_path(directory, level->path) != PFA_E_NO_ERROR) {
         return false;
     }
     level->length = std::strlen(level->path);
@@ -140,20 +141,15 @@ ctg_result take_file(vek_file *entry, const scan_level *level) {
 // path is the directory's name on disk, without the final '/' for which it has room. A directory
 // that has no room in its record for the '/' and the extension DIR is not entered.
 ctg_result take_directory(vek_file *entry, char *path, const scan_level *level) {
-    pfa_status status = pfa_to_standard_form_private(entry, PFA_DIRECTORY);
-    if (status != PFA_E_OUT_OF_MEMORY && pfa_is_dir(entry) == 0) {
+    if (pfa_to_standard_form_private(entry, PFA_DIRECTORY) == PFA_E_OUT_OF_MEMORY) {
+        return CTG_OUT_OF_MEMORY;
+    }
+    if (pfa_is_dir(entry) == 0) {
         report_path_too_long("", path);
         return CTG_DONE;
     }
     std::strcat(path, "/");
-    char name[PFA_PATH_SIZE];
-    if (status == PFA_E_NO_ERROR) {
-        status = pfa_get_file_name(entry, PFA_DIRECTORY_NAME, name);
-    }
-    if (status == PFA_E_OUT_OF_MEMORY) {
-        return CTG_OUT_OF_MEMORY;
-    }
-    if (status != PFA_E_NO_ERROR || std::strcmp(name, path) != 0) {
+    if (!pfa_is_directory_named(entry, path)) {
         report_no_access(path);
         return CTG_DONE;
     }
