@@ -32,11 +32,15 @@ class Faults : public testing::TestWithParam<const char *> {
     fault_result run(const std::string &call, int at, bool sticky, const std::string &rename = "") {
         library_.file("mylib.ctg.1", OLD_CATALOG);
         const std::string report = library_.top + "/report";
-        const std::vector<std::string> environment = {
-            "LD_PRELOAD=" VEK_FAULT_LIBRARY,      "VEK_FAULT_CALL=" + call,
-            "VEK_FAULT_AT=" + std::to_string(at), "VEK_FAULT_STICKY=" + std::to_string(sticky),
-            "VEK_FAULT_RENAME=" + rename,         "VEK_FAULT_REPORT=" + report};
-        fault_result result{build_catalog(library_.root, {{}, environment}), -1, -1};
+        // Memory that ran out while '~' was expanded was reported as a root that cannot be opened.
+        const std::vector<std::string> environment = {"HOME=" + library_.top,
+                                                      "LD_PRELOAD=" VEK_FAULT_LIBRARY,
+                                                      "VEK_FAULT_CALL=" + call,
+                                                      "VEK_FAULT_AT=" + std::to_string(at),
+                                                      "VEK_FAULT_STICKY=" + std::to_string(sticky),
+                                                      "VEK_FAULT_RENAME=" + rename,
+                                                      "VEK_FAULT_REPORT=" + report};
+        fault_result result{build_catalog("~/mylib", {{}, environment}), -1, -1};
         std::istringstream(read_file(report)) >> result.injected >> result.open_descriptors;
         std::filesystem::remove(report);
         return result;
