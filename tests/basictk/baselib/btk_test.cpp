@@ -18,7 +18,7 @@
 
 namespace {
 
-TEST(MemoryManagers, PoolSizeClasses) {
+TEST(MemoryManagers, SizeClassesOfPools) {
     EXPECT_EQ(btkPoolMMgr::ClassOfSize(1), 1);
     EXPECT_EQ(btkPoolMMgr::ClassOfSize(112), 14);
     EXPECT_EQ(btkPoolMMgr::ClassOfSize(113), 24);
@@ -95,7 +95,7 @@ TEST(MemoryManagers, HeaderNamesManagerAndSize) {
         Counted *counted = new (manager) Counted;
         EXPECT_EQ(reinterpret_cast<void **>(counted)[-2], manager);
         EXPECT_EQ(reinterpret_cast<std::size_t *>(counted)[-1], sizeof(Counted));
-        delete counted; // a wrong way back ends the process
+        delete counted; // the wrong manager ends the process
     }
     FullManager full;
     EXPECT_EQ(new (&full) Counted, nullptr);
@@ -150,7 +150,8 @@ TEST(XArray, RefusesWrongRangesAndImpossibleSizes) {
         EXPECT_FALSE(array._Remove(index, n)) << index << ' ' << n;
         EXPECT_FALSE(array._Replace(index, n, values)) << index << ' ' << n;
     }
-    EXPECT_FALSE(array._Insert(4, 1, values) || array._Insert(0, -1, values));
+    EXPECT_FALSE(array._Insert(4, 1, values));
+    EXPECT_FALSE(array._Insert(0, -1, values));
     EXPECT_FALSE(array._Insert(0, INT32_MAX, nullptr));
     EXPECT_EQ(array.Count(), 3);
 }
@@ -188,13 +189,12 @@ TEST(StartUp, RecordsTheObjectsInTheirOrder) {
     }
     EXPECT_EQ(names, "btkUBufMutex btkXZStringMutex ptkMutex fork_protection iodbgXX ioMiscInfo "
                      "pBlkObjMemMgr pStringMemMgr _AbortMutex thrcInitializationMutex mMTSafeSet ");
-    // The header names the manager of the time.
+    // The header names the manager of that time.
     EXPECT_EQ(reinterpret_cast<void **>(thrcInitializationMutex)[-2], nullptr);
     EXPECT_EQ(reinterpret_cast<void **>(ioMiscInfo)[-2], pDefMemMgr);
 }
 
-// What runs after the list finds no object, and does without it. exit runs what is on the list by
-// then, newest first.
+// What runs after the destruction finds null pointers. exit() destroys what is on the list by then.
 void use_after_destruction() {
     static btkStaticRecord first{"first", [] { std::fputs("first ", stderr); }, nullptr};
     static btkStaticRecord second{"second", [] { std::fputs("second ", stderr); }, nullptr};

@@ -63,8 +63,8 @@ TEST(ThrMutex, MisuseEndsTheProcess) {
 }
 
 // Mutexes come and go, which moves others in the registry, and so do thread-local objects, more
-// than the first storage of a slot array holds. What a thread owns is released, and nothing else: a
-// mutex that is not free, or is another's, ends the process.
+// than the first storage of a slot array holds. A mutex that is still locked, or was released by
+// the wrong thread, ends the process.
 TEST(ThrMutex, EightThreadsReleaseExactlyWhatTheyOwn) {
     thrMutex normal(thrMutexNormal);
     thrMutex recursive(thrMutexRecursive);
@@ -99,12 +99,13 @@ TEST(ThrMutex, EightThreadsReleaseExactlyWhatTheyOwn) {
             }
         }
     });
-    EXPECT_TRUE(counts[0] == 400 && counts[1] == 400) << counts[0] << ' ' << counts[1];
+    EXPECT_EQ(counts[0], 400);
+    EXPECT_EQ(counts[1], 400);
 }
 
-// Beside a plain list: reuse is last in first out, and a last index that goes takes with it the
-// free ones below it.
-TEST(ThrLocalObject, IndexesAreReusedInTheSettledOrder) {
+// Beside a plain list: a free index is reused last in first out; freeing the highest index also
+// forgets the free ones directly below it.
+TEST(ThrLocalObject, IndexesAreReusedLastInFirstOut) {
     thrLocalObjectManager manager;
     int next = 0;
     std::vector<int> given_back;
@@ -148,7 +149,7 @@ TEST(ThrLocalObject, EachThreadHasItsValueAndTheNextOwnerReadsNull) {
     });
 }
 
-// The nth allocation fails: an object is either whole or null, and what was made goes away again.
+// The nth allocation fails: an object is either whole or null, and nothing leaks.
 TEST(ThrLocalObject, WithoutMemoryNothingIsHalfMade) {
     run_on_threads(1, [](int) {
         bool stored = false;
@@ -186,7 +187,7 @@ void queue_note(int letter) {
 }
 
 // Pushes a frame for each mask of a list ended by 0, the first outermost, with two calls on each;
-// traps behind the innermost, and answers the place of the frame that resumed (-1: none).
+// traps inside the innermost, and returns the place of the frame that resumed (-1: none).
 // exhausted: the trap finds no memory.
 int trap_through(const int *masks, int level, int trap, bool exhausted) {
     if (masks[level] == 0) {
@@ -210,13 +211,13 @@ int trap_through(const int *masks, int level, int trap, bool exhausted) {
     return resumed;
 }
 
-// The trap of a way unlocks the mutex.
-void go_all_ways(bool exhausted, thrMutex *mutex) {
+// Each trap unlocks the mutex.
+void trap_through_all(bool exhausted, thrMutex *mutex) {
     const struct {
         int masks[5];
         int trap, resumed;
         const char *cleaned;
-    } ways[] = {
+    } rows[] = {
         {{0}, 2, -1, ""},
         {{2, 2, 0}, 2, 1, "cd"},
         {{2, 4, 8, 0}, 2, 0, "efcdab"},
@@ -224,28 +225,28 @@ void go_all_ways(bool exhausted, thrMutex *mutex) {
         {{2, 4, 8, 1, 0}, 12, 2, "ghef"},
         {{1, 1, 1, 1, 0}, 2, -1, "ghefcdab"},
     };
-    for (const auto &way : ways) {
+    for (const auto &row : rows) {
         cleaned.clear();
         mutex->Lock();
-        EXPECT_EQ(trap_through(way.masks, 0, way.trap, exhausted), way.resumed);
-        EXPECT_EQ(cleaned, way.cleaned);
+        EXPECT_EQ(trap_through(row.masks, 0, row.trap, exhausted), row.resumed) << row.cleaned;
+        EXPECT_EQ(cleaned, row.cleaned);
     }
 }
 
 TEST(ThrTrap, ResumesAtTheInnermostFrameOfTheClassOnEachThread) {
     thrMutex mutex(thrMutexNormal);
     testing::internal::CaptureStdout();
-    go_all_ways(true, &mutex);
+    trap_through_all(true, &mutex);
     run_on_threads(2, [&](int) {
         for (int round = 0; round < 200; ++round) {
-            go_all_ways(false, &mutex);
+            trap_through_all(false, &mutex);
         }
     });
     const std::string message = " ALL TRAPS EXAUSTED\n";
     EXPECT_EQ(testing::internal::GetCapturedStdout().size(), 401 * message.size());
 }
 
-TEST(ThrTrap, StatesOfAStackHoldATrapBack) {
+TEST(ThrTrap, IsHeldBackWhileUnarmedSuspendedOrExecuting) {
     std::jmp_buf context;
     if (setjmp(context) != 0) {
         FAIL() << "the trap went through";
@@ -256,7 +257,9 @@ TEST(ThrTrap, StatesOfAStackHoldATrapBack) {
     trp_stack *stack = tls_get_trap_ptr();
     stack->armed = 0;
     trp_execute(4);
-    EXPECT_TRUE(stack->pending == 1 && stack->pending_class == 4 && stack->executing == 0);
+    EXPECT_EQ(stack->pending, 1);
+    EXPECT_EQ(stack->pending_class, 4);
+    EXPECT_EQ(stack->executing, 0);
     stack->armed = 1;
     stack->suspended = 1;
     trp_execute(2);

@@ -1,7 +1,8 @@
-// Reports: what each prints, asks and ends, for every combination of switches that decides it; the
-// run mode, the fatal end and the boxed messages.
+// Reports: what each prints, calls and ends under its switches; the run mode, the end of the
+// process and the boxed messages.
 #include "basictk/baselib/inc/thrTrap.h"
 #include "coretools/ctfileutil/input_mode.h"
+#include "coretools/ctmemmgr/block_debug.h"
 #include "coretools/ctmemmgr/serious_errors.h"
 #include "coretools/ctmisc/crash.h"
 #include "coretools/ctmisc/dbg_msg_tool.h"
@@ -30,11 +31,11 @@ const std::string CONTINUES =
 const std::string CRASHING_OUT = "dbg_err_crash() -- crashing out in ORDER_DEBUG ONLY.";
 const std::string ENDS = "trail[" + CRASHING_OUT + "|69]\n" + CRASHING_OUT + "\n" + FATAL;
 
-template <int Answer>
-int ask(const char *name, const char *message) {
+template <int Result>
+int consult(const char *name, const char *message) {
     std::printf("asked[%s|%s]\n", name != nullptr ? name : "null",
                 message != nullptr ? message : "null");
-    return Answer;
+    return Result;
 }
 
 void print_message(const char *key, const char *text, ...) {
@@ -58,54 +59,87 @@ void switch_on(int run_mode, int verbose = 1) {
     set_run_mode(run_mode);
 }
 
+struct report_row {
+    const char *what;
+    std::string out; // "=" and the result come last, if the report returns
+    int (*report)(const char *name, const char *format, ...) = dbg_err_crash;
+    int verbose = 1;
+    int mode = RUN_MODE_PFA_TRACE;
+    int ends = DBG_ERR_UNDECIDED;
+    int input = 0;
+    bool in_env = true;
+    dbg_crash_callback ask = consult<1>;
+    const char *name = "place";
+    const char *format = "bad %d";
+};
+
 TEST(Report, FollowsItsSwitches) {
-    const char *const bad = "bad %d";
     const std::string line = "place:  bad 7\n";
     const std::string asked = "asked[place|bad 7]\n";
     const std::string trail = "trail[place  :bad |69]\n";
-    const struct {
-        int (*report)(const char *name, const char *format, ...);
-        int verbose, run_mode, ends_process, input_mode, environment;
-        dbg_crash_callback callback;
-        const char *name, *format;
-        std::string output; // "=" and the result come last, when there is one
-    } rows[] = {
-        {dbg_err_crash, 0, 9998, 1, 0, 0, ask<1>, "place", bad, "=0"},
-        {dbg_err_crash, 1, 0, -1, 0, 0, ask<1>, "place", bad, CONTINUES + "=1"},
-        {dbg_err_crash, 1, 9998, -1, 0, 0, nullptr, "place", bad, line + trail + ENDS},
-        {dbg_err_crash, 1, 9998, 0, 0, 0, ask<1>, "place", bad, line + CONTINUES + "=1"},
-        {dbg_err_crash, 1, 9998, -1, 0, 0, ask<0>, "place", bad, line + asked + CONTINUES + "=1"},
-        {dbg_err_crash, 1, 9998, -1, 0, 0, ask<1>, "place", bad, line + asked + trail + ENDS},
-        {dbg_err_crash, 1, 9029, -1, 1, 1, ask<0>, "place", bad, line + trail + ENDS},
-        {dbg_err_crash, 1, -151, -1, 1, 1, ask<0>, "place", bad, line + trail + ENDS},
-        {dbg_err_crash, 1, 9998, -1, 1, 0, ask<0>, "place", bad, line + trail + ENDS},
-        {dbg_err_crash, 1, 9998, -1, 1, 1, ask<1>, "place", bad, line + asked + trail + ENDS},
-        {dbg_err_crash, 1, 9998, -1, 0, 0, ask<1>, nullptr, bad, "asked[null|null]\n" + ENDS},
-        {dbg_err_crash, 1, 9998, -1, 0, 0, ask<1>, "place", nullptr,
-         "place:  \nasked[place|null]\ntrail[place  |69]\n" + ENDS},
-        {dbg_err_crash, 1, 9998, -1, 0, 0, nullptr, "place", "%hd",
-         "place:  \ntrail[place  |69]\n" + ENDS},
-        {dbg_err_crash, 1, 0, 1, 0, 0, nullptr, "place", bad, "trail[|69]\n" + ENDS},
-        {dbg_err_syserr, 0, 9998, 1, 0, 1, ask<1>, "place", bad, "=0"},
-        {dbg_err_syserr, 1, 0, 1, 0, 1, ask<1>, "place", bad, "=1"},
-        {dbg_err_syserr, 1, 9998, 1, 0, 1, ask<1>, "place", bad, "place:  bad 7 (ORDER_DEBUG)\n=1"},
-        {dbg_err_syserr, 1, 9998, 1, 0, 1, ask<1>, nullptr, bad, "=1"},
-        {dbg_print_info, 1, 0, 1, 0, 1, ask<1>, "place", bad, "=0"},
-        {dbg_print_info, 0, 1, 1, 0, 1, ask<1>, "place", bad, "place:  bad 7 (INFO MESSAGE)\n=1"},
-        {dbg_print_info, 0, 1, 1, 0, 1, ask<1>, nullptr, bad, "bad 7\n=1"},
+    const report_row rows[] = {
+        {.what = "not verbose", .out = "=0", .verbose = 0},
+        {.what = "user run mode", .out = CONTINUES + "=1", .mode = RUN_MODE_USER},
+        {.what = "user run mode, told to end",
+         .out = "trail[|69]\n" + ENDS,
+         .mode = RUN_MODE_USER,
+         .ends = DBG_ERR_ENDS_PROCESS,
+         .ask = nullptr},
+        {.what = "told to continue", .out = line + CONTINUES + "=1", .ends = DBG_ERR_CONTINUES},
+        {.what = "no callback", .out = line + trail + ENDS, .ask = nullptr},
+        {.what = "callback ends", .out = line + asked + trail + ENDS},
+        {.what = "callback continues", .out = line + asked + CONTINUES + "=1", .ask = consult<0>},
+        {.what = "input mode 1", .out = line + asked + trail + ENDS, .input = 1},
+        {.what = "input mode 1, not in the environment",
+         .out = line + trail + ENDS,
+         .input = 1,
+         .in_env = false},
+        {.what = "input mode 1, regression mode",
+         .out = line + trail + ENDS,
+         .mode = RUN_MODE_REGRESSION,
+         .input = 1},
+        {.what = "input mode 1, mode without callback",
+         .out = line + trail + ENDS,
+         .mode = RUN_MODE_NO_CALLBACK,
+         .input = 1},
+        {.what = "no name", .out = "asked[null|null]\n" + ENDS, .name = nullptr},
+        {.what = "no format",
+         .out = "place:  \nasked[place|null]\ntrail[place  |69]\n" + ENDS,
+         .format = nullptr},
+        {.what = "refused format",
+         .out = "place:  \nasked[place|]\ntrail[place  |69]\n" + ENDS,
+         .format = "%hd"},
+        {.what = "call, not verbose", .out = "=0", .report = dbg_err_syserr, .verbose = 0},
+        {.what = "call, user run mode",
+         .out = "=1",
+         .report = dbg_err_syserr,
+         .mode = RUN_MODE_USER},
+        {.what = "failed call", .out = "place:  bad 7 (ORDER_DEBUG)\n=1", .report = dbg_err_syserr},
+        {.what = "call, no name", .out = "=1", .report = dbg_err_syserr, .name = nullptr},
+        {.what = "trace, user run mode",
+         .out = "=0",
+         .report = dbg_print_info,
+         .mode = RUN_MODE_USER},
+        {.what = "trace, not verbose",
+         .out = "place:  bad 7 (INFO MESSAGE)\n=1",
+         .report = dbg_print_info,
+         .verbose = 0},
+        {.what = "trace, no name", .out = "bad 7\n=1", .report = dbg_print_info, .name = nullptr},
     };
-    for (const auto &row : rows) {
+    for (const report_row &row : rows) {
         const child_result child = run_in_child([&row] {
-            switch_on(row.run_mode, row.verbose);
-            set_dbg_err_crash(row.ends_process);
-            set_input_mode(row.input_mode);
-            row.environment != 0 ? setenv("DBG_ERR_SHOW_DIALOG", "", 1)
-                                 : unsetenv("DBG_ERR_SHOW_DIALOG");
-            set_dbg_err_crash_callback(row.callback);
+            switch_on(row.mode, row.verbose);
+            set_dbg_err_crash(row.ends);
+            set_input_mode(row.input);
+            unsetenv("DBG_ERR_SHOW_DIALOG");
+            if (row.in_env) {
+                setenv("DBG_ERR_SHOW_DIALOG", "", 1);
+            }
+            set_dbg_err_crash_callback(row.ask);
             std::printf("=%d", row.report(row.name, row.format, 7));
         });
-        EXPECT_EQ(child.out, row.output);
-        EXPECT_EQ(child.status, row.output.find('=') != std::string::npos ? 0 : 2) << child.out;
+        EXPECT_EQ(child.out, row.out) << row.what;
+        EXPECT_EQ(child.status, row.out.find('=') != std::string::npos ? 0 : 2) << row.what;
     }
 }
 
@@ -127,16 +161,37 @@ TEST(Report, TrailLineIsCut) {
 
 TEST(Report, SettingsAreDecidedOnceUntilSet) {
     const child_result child = run_in_child([] {
-        mgr_msg_put("nobody", "hears %d", 4);
         switch_on(0);
-        mgr_msg_put("key", "%d %g %s", 5, 2.5, "more");
         dbg_err_crash("place", "first");
-        set_run_mode(9998); // undecided, it would now end the process
+        set_run_mode(9998); // not decided yet, it would now end the process
         dbg_err_crash("place", "second");
         set_dbg_err_crash(1);
         dbg_err_crash(nullptr, nullptr);
     });
-    EXPECT_EQ(child.out, "key: 5 2.5 more\n" + CONTINUES + "place:  second\n" + CONTINUES + ENDS);
+    EXPECT_EQ(child.out, CONTINUES + "place:  second\n" + CONTINUES + ENDS);
+}
+
+void print_message_id(int message_id, ...) {
+    std::va_list arguments;
+    va_start(arguments, message_id);
+    std::printf("%d: ", message_id);
+    std::vprintf("%s %d\n", arguments);
+    va_end(arguments);
+}
+
+TEST(MessageHook, GetsAllArgumentsWhileInstalled) {
+    const child_result child = run_in_child([] {
+        mgr_msg_put("key", "nobody hears");
+        mgr_msgID_put(7, "nobody hears", 1);
+        mgr_msg_put_in_trl(nullptr, 69);
+        set_mgr_msg_func(print_message);
+        set_mgr_msgID_func(print_message_id);
+        mgr_msg_put("key", "%d %g %s", 5, 2.5, "more");
+        mgr_msgID_put(7, "part", 8);
+        set_mgr_msgID_func(nullptr);
+        mgr_msgID_put(7, "nobody hears", 2);
+    });
+    EXPECT_EQ(child.out, "key: 5 2.5 more\n7: part 8\n");
 }
 
 int break_in_callback(const char *, const char *) {
@@ -162,13 +217,13 @@ TEST(Report, TrapOutOfAReportLeavesReportsUsable) {
         switch_on(9998);
         set_dbg_err_crash_callback(break_in_callback);
         run_on_threads(1, report_under_trap);
-        run_on_threads(1, report_under_trap); // would wait for ever for a lock that was kept
+        run_on_threads(1, report_under_trap); // would wait for a lock that was kept
         EnableThreading();
         dbg_err_crash("place", nullptr); // no frame: the lock is gone when the callback returns
         std::printf("=%d\n", set_dbg_err_crash_callback(nullptr) == break_in_callback);
     });
-    const std::string told = "place:  \nMemory error.: Memory error.\n";
-    EXPECT_EQ(child.out, told + "trapped\n" + told + "trapped\n" + told +
+    const std::string report = "place:  \nMemory error.: Memory error.\n";
+    EXPECT_EQ(child.out, report + "trapped\n" + report + "trapped\n" + report +
                              "not trapped, nested 0\n" + CONTINUES + "=1\n");
     EXPECT_EQ(child.status, 0) << child.err;
 }
@@ -243,13 +298,35 @@ TEST(ProcessEnd, HandlersRunOnceNewestFirst) {
         wlx_exit_register(print_handler<'b'>);
         wlx_exit_register(nullptr);
         set_wlx_exit_func(print_handler<'x'>);
-        std::printf("=%d\n", crash() + err_crash(nullptr, nullptr));
+        std::printf("=%d\n", crash());
+        std::printf("=%d\n", err_crash(nullptr, nullptr));
         set_wlx_exit_func(nullptr);
         err_crash("XAR_ALLOC", "invalid request");
     });
-    EXPECT_EQ(child.out, FATAL + "b2\na2\nx2\n:  \n" + FATAL + "x2\n=0\n" +
+    EXPECT_EQ(child.out, FATAL + "b2\na2\nx2\n=0\n:  \n" + FATAL + "x2\n=0\n" +
                              "XAR_ALLOC:  invalid request\n" + FATAL);
     EXPECT_EQ(child.status, 2);
+}
+
+template <char Letter>
+void register_another(int) {
+    std::printf("%c", Letter);
+    wlx_exit_register(print_handler<'n'>);
+}
+
+// The list is read before each call, but counted once: a handler registered meanwhile moves the
+// others up by one.
+TEST(ProcessEnd, HandlerMayRegisterAnother) {
+    const child_result child = run_in_child([] {
+        wlx_exit_register(print_handler<'a'>);
+        wlx_exit_register(register_another<'b'>);
+        wlx_exit_run(1);
+        // The run may still read the old lists, so they are kept.
+        const std::int64_t blocks = get_memory_statistics().num_blocks;
+        wlx_exit_register(print_handler<'c'>);
+        std::printf("%lld", static_cast<long long>(get_memory_statistics().num_blocks - blocks));
+    });
+    EXPECT_EQ(child.out, "bb1");
 }
 
 TEST(ProcessEnd, SignalOfTheDebugSwitchLosesNoOutput) {
@@ -305,26 +382,32 @@ TEST(BoxedMessage, GoesToTheFileOrStandardErrorWhenAllowed) {
                              cut + "\n" + cut);
 }
 
-int crash_func_answer;
+constexpr int NO_CRASH_FUNC = -1;
+int crash_func_result;
 
-int answer_for_place(const char *name) {
+int result_for_place(const char *name) {
     dbg_crash_msg("place", "nested: dropped, or this would never end");
-    return name == std::string("place") ? crash_func_answer : -1;
+    return name == std::string("place") ? crash_func_result : -1;
 }
 
 TEST(BoxedMessage, SignalsWhenAllowedAndNotRefused) {
     const struct {
-        int allowed, answer, signal; // answer -1: no function
-    } rows[] = {{0, -1, 0}, {0, 1, 0}, {1, -1, SIGUSR1}, {1, 0, 0}, {1, 1, SIGUSR1}};
+        const char *what;
+        int allowed, result, signal;
+    } rows[] = {
+        {"not allowed", 0, NO_CRASH_FUNC, 0},   {"not allowed, asked for", 0, 1, 0},
+        {"allowed", 1, NO_CRASH_FUNC, SIGUSR1}, {"allowed, refused", 1, 0, 0},
+        {"allowed, asked for", 1, 1, SIGUSR1},
+    };
     for (const auto &row : rows) {
         const child_result child = run_in_child([&row] {
-            crash_func_answer = row.answer;
+            crash_func_result = row.result;
             dbg_set_allow_crash(row.allowed);
-            dbg_set_crash_func(row.answer < 0 ? nullptr : answer_for_place);
+            dbg_set_crash_func(row.result == NO_CRASH_FUNC ? nullptr : result_for_place);
             dbg_error_msg("place", 'A', "never a signal");
             dbg_crash_msg("place", "text");
         });
-        EXPECT_EQ(child.status, -row.signal) << row.allowed << row.answer;
+        EXPECT_EQ(child.status, -row.signal) << row.what;
     }
 }
 

@@ -40,7 +40,7 @@ TEST(WideText, EveryKindOfCharacterAndEveryTruncation) {
     EXPECT_EQ(narrowed({-1, 0x3021, 0x8ea1, 0x10000, 'a'}), "????a");
 }
 
-// What was read once reads the same for ever; well-formed characters come back byte for byte.
+// What was read once reads the same again; well-formed characters come back byte for byte.
 TEST(WideText, AllCharactersAreStable) {
     for (int lead = 1; lead < 256; ++lead) {
         for (int second = 1; second < 256; ++second) {
@@ -62,8 +62,10 @@ TEST(FileSystem, OnlyNetworkTypesAreNotLocal) {
     for (const long long type : {0x6969LL, 0x517bLL, 0xff534d42LL, -11317950LL, 0x1021997LL}) {
         EXPECT_EQ(ctp_is_network_type(type), 1) << type;
     }
-    EXPECT_EQ(ctp_is_network_type(0xef53) + ctp_is_network_type(0x9fa0), 0);
-    EXPECT_EQ(ctp_is_network_path("/proc") + ctp_is_network_path("/no such directory"), 0);
+    EXPECT_EQ(ctp_is_network_type(0xef53), 0);
+    EXPECT_EQ(ctp_is_network_type(0x9fa0), 0);
+    EXPECT_EQ(ctp_is_network_path("/proc"), 0);
+    EXPECT_EQ(ctp_is_network_path("/no such directory"), 0);
 }
 
 } // namespace

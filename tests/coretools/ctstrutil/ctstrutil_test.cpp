@@ -66,7 +66,8 @@ TEST(EucCodes, WholeTableAgreesWithTheCLibrary) {
     unsigned char no_row = 0;
     unsigned char cell = 0x21;
     jis2sjis(&no_row, &cell);
-    EXPECT_TRUE(no_row == 0 && cell == 0x21);
+    EXPECT_EQ(no_row, 0);
+    EXPECT_EQ(cell, 0x21);
 }
 
 } // namespace

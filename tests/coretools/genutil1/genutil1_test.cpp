@@ -31,15 +31,15 @@ TEST(BoundedText, TakesAllOrNothing) {
 TEST(TextCopy, NeverWritesBeyondItsLimit) {
     const struct {
         const char *source;
-        int size, answer;
+        int size, result;
         const char *written;
     } rows[] = {
         {"abc", 4, 0, "abc"}, {"abcd", 4, 1, ""},  {"abcdefgh", 4, 1, ""}, {"", 1, 0, ""},
         {"a", 1, 1, ""},      {nullptr, 4, 1, ""}, {"a", 0, 1, "?????"},
     };
-    for (const auto &[source, size, answer, written] : rows) {
+    for (const auto &[source, size, result, written] : rows) {
         char destination[] = "?????";
-        EXPECT_EQ(strcpy_limit(source, size, destination), answer);
+        EXPECT_EQ(strcpy_limit(source, size, destination), result);
         EXPECT_STREQ(destination, written);
         EXPECT_EQ(destination[size], '?');
     }
@@ -77,7 +77,7 @@ TEST(NameAlphabet, FirstCharacterThatBreaksIt) {
     EXPECT_EQ(invalid_string(wstr_ret("a\x8f"
                                       "b")),
               1);
-    // Widened or not, a name of three bytes is judged alike.
+    // A name gets the same result widened and as bytes.
     for (int code = 0; code < 1 << 24; code += 37) {
         const char name[] = {char(code >> 16), char(code >> 8), char(code), '\0'};
         ASSERT_EQ(is_invalid_name(name), invalid_string(wstr_ret(name)) != 0) << code;
