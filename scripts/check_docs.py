@@ -209,6 +209,12 @@ def hexdump(data):
         yield f"{start:08x}  {' '.join(numbers[:8])}  {' '.join(numbers[8:])}  |{text}|\n"
 
 
+def check_changelog():
+    version = re.search(r'"(.*)"', (ROOT / "apps/lib_ctg/ctgversion.h").read_text())[1]
+    if f"\n## {version}\n" not in (ROOT / "CHANGELOG.md").read_text():
+        fault("CHANGELOG.md", f"does not tell what {version} brought")
+
+
 def check_types():
     """The types of vek_catalog(5) are those of the table that the tests use."""
     first = {}
@@ -233,5 +239,6 @@ check_manual_pages()
 check_messages()
 check_catalog_page()
 check_types()
+check_changelog()
 print(f"{len(PAGES)} pages and the manual pages: {faults} faults")
 sys.exit(faults != 0)
