@@ -13,7 +13,7 @@
 #include <string_view>
 
 // A path under construction; long enough for two that fit in a record.
-using path_text = bounded_text<2 * PFA_PATH_SIZE>;
+using path_text = bounded_text<std::size_t{2} * PFA_PATH_SIZE>;
 
 // In the paths that users write, '\' separates elements as well.
 constexpr bool is_separator(char character) {

@@ -30,7 +30,7 @@ const char *own_name() {
 }
 
 // The name under which the resolver knows this machine, empty when it does not. Copied, because the
-// next question overwrites the resolver's answer.
+// next call overwrites what the resolver returned.
 const char *own_official_name() {
     static char name[OFFICIAL_NAME_SIZE];
     static bool known = false;

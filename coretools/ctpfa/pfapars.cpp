@@ -12,6 +12,7 @@
 #include "coretools/genutil1/invstr.h"
 
 #include <cstring>
+#include <string_view>
 
 namespace {
 
@@ -50,29 +51,22 @@ pfa_status expand_and_parse(vek_file *record, const vek_file *base, const char *
     return pfa_to_standard_form_private(record, directory);
 }
 
-bool is_invalid_member_name(const vek_file *record) {
-    char name[PFA_PATH_SIZE];
-    (void)pfa_get_component(record, PFA_NAME, name, PFA_PATH_SIZE);
-    return name[0] == '.' || is_invalid_name(name);
-}
-
-bool asks_location(int directory) {
-    return directory != PFA_NO_DIRECTORY && directory != PFA_DIRECTORY;
-}
-
 // Types a record whose type is not known yet.
 pfa_status find_type(vek_file *record, int directory) {
-    pfa_status result = pfa_put_extension_to_type(record, pfa_component_length(record, PFA_NAME),
-                                                  is_invalid_member_name(record) ? 1 : 0);
+    const std::string_view name = pfa_component_text(record, PFA_NAME, PFA_NAME);
+    const bool invalid = name.starts_with('.') || is_invalid_name(name);
+    const pfa_status result =
+        pfa_put_extension_to_type(record, static_cast<int>(name.size()), invalid ? 1 : 0);
     if (result != PFA_E_NO_ERROR || directory == PFA_NO_DIRECTORY || pfa_is_local(record) == 0) {
         return result;
     }
-    result =
-        asks_location(directory) ? pfa_status(pfaloc_call_F(record, PfaIsFolder)) : PFA_E_EXIST;
-    if (result == PFA_E_OUT_OF_MEMORY) {
-        return result;
+    if (directory != PFA_DIRECTORY) {
+        const auto kind = pfa_status(pfaloc_call_F(record, PfaIsFolder));
+        if (kind != PFA_E_EXIST) {
+            return kind == PFA_E_OUT_OF_MEMORY ? kind : PFA_E_NO_ERROR;
+        }
     }
-    return result == PFA_E_EXIST ? pfa_put_obj_type(record, OBJ_TYPE_DIRECTORY) : PFA_E_NO_ERROR;
+    return pfa_put_obj_type(record, OBJ_TYPE_DIRECTORY);
 }
 
 } // namespace

@@ -18,8 +18,8 @@ pfa_status put_extension_of_type(vek_file *record, int type, int lower) {
     return result;
 }
 
-// Name, extension and version become the last element of the directory path. A record left
-// half-way is of no use to the caller.
+// Name, extension and version become the last element of the directory path. A failure may
+// leave the record between the two forms.
 pfa_status turn_into_directory(vek_file *record) {
     char element[PFA_PATH_SIZE];
     pfa_status result = pfa_get_file_name(record, PFA_NAME_AND_VERSION, element);

@@ -4,85 +4,109 @@
 #include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfaput.h"
 #include "coretools/ctpfa/pfarecord_internal.h"
-#include "coretools/ctstrutil/ascii.h"
 #include "coretools/genutil1/invstr.h"
 
+#include <charconv>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 namespace {
 
-// Cuts the '.' and the version off the end of name and answers the version, 0 when there is none. A
-// number that starts with 0 is no version, with or without a sign.
-std::int16_t cut_version(char *name) {
-    char *dot = std::strrchr(name, '.');
-    if (dot == nullptr || dot == name) {
-        return 0;
-    }
-    const char *number = dot + 1;
-    if (is_vers_string(number) == 0 || number[number[0] == '-' ? 1 : 0] == '0') {
-        return 0;
-    }
-    *dot = '\0';
-    return static_cast<std::int16_t>(std::strtol(number, nullptr, 10));
+// The parts of a name without its location.
+struct name_parts {
+    std::string_view name;
+    std::string_view extension;
+    int version = 0;
+};
+
+bool read_version(std::string_view text, int *version) {
+    const char *end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, *version);
+    return !text.starts_with('0') && error == std::errc() && stop == end && *version >= INT16_MIN &&
+           *version <= INT16_MAX;
 }
 
-// Cuts the last '.' and the extension after it off name and answers the extension. Empty, and
-// nothing cut, when the '.' is the first or the last character.
-const char *cut_extension(char *name) {
-    char *dot = std::strrchr(name, '.');
-    if (dot == nullptr || dot == name || dot[1] == '\0') {
-        return "";
+// Cuts the last '.' and what follows off *name, and returns that without the '.'. Empty, and
+// nothing is cut, if the '.' is the first or last character or `is_wanted` is false for what
+// follows.
+template <class Predicate>
+std::string_view cut_suffix(std::string_view *name, Predicate is_wanted) {
+    const std::size_t dot = name->rfind('.');
+    if (dot == name->npos || dot == 0 || dot + 1 == name->size()) {
+        return {};
     }
-    *dot = '\0';
-    return dot + 1;
+    const std::string_view suffix = name->substr(dot + 1);
+    if (!is_wanted(suffix)) {
+        return {};
+    }
+    *name = name->substr(0, dot);
+    return suffix;
 }
 
-// What the type looks like from the name alone. Only a text that is all location is a directory.
-int guess_type(const char *name, const char *extension) {
-    if (extension[0] == '\0') {
+name_parts split_name(std::string_view name) {
+    name_parts parts = {name, {}, 0};
+    if (name.starts_with('.')) {
+        return parts;
+    }
+    int version = 0;
+    const auto is_version = [&version](std::string_view text) {
+        return !text.starts_with("-0") && read_version(text, &version);
+    };
+    if (!cut_suffix(&parts.name, is_version).empty()) {
+        parts.version = version;
+    }
+    parts.extension = cut_suffix(&parts.name, [](std::string_view) { return true; });
+    return parts;
+}
+
+// Returns what the type looks like from the name alone. Only a text that is all location is a
+// directory.
+int guess_type(const name_parts &parts) {
+    if (parts.extension.empty()) {
         return OBJ_TYPE_NO_MEMBER;
     }
+    char extension[PFA_PATH_SIZE];
+    parts.extension.copy(extension, parts.extension.size());
+    extension[parts.extension.size()] = '\0';
     const int type = extension_to_type(extension);
-    if (type == OBJ_TYPE_UNKNOWN_EXTENSION || type == OBJ_TYPE_DIRECTORY) {
-        return OBJ_TYPE_NO_MEMBER;
-    }
-    const int length = static_cast<int>(std::strlen(name));
-    if (length >= PFA_SHORT_NAME_SIZE && length > type_to_name_length(type)) {
-        return OBJ_TYPE_NO_MEMBER;
-    }
-    return is_invalid_name(name) && type_to_weird_chars_OK(type) == 0 ? OBJ_TYPE_NO_MEMBER : type;
+    const auto length = static_cast<int>(parts.name.size());
+    const bool too_long = length >= PFA_SHORT_NAME_SIZE && length > type_to_name_length(type);
+    return type == OBJ_TYPE_UNKNOWN_EXTENSION || type == OBJ_TYPE_DIRECTORY || too_long ||
+                   (is_invalid_name(parts.name) && type_to_weird_chars_OK(type) == 0)
+               ? OBJ_TYPE_NO_MEMBER
+               : type;
 }
 
-// Fills a cleared record from text, a copy that is cut up on the way.
-pfa_status split(vek_file *record, int parse_location, char *text, int length) {
+pfa_status put_text(vek_file *record, int index, std::string_view text) {
+    return pfa_put_component_len(record, index, text.empty() ? "" : text.data(),
+                                 static_cast<int>(text.size()));
+}
+
+// Fills a cleared record from `text`, which has `length` characters.
+pfa_status split(vek_file *record, int parse_location, const char *text, std::size_t length) {
     std::int16_t rest = 0;
     if (parse_location != 0) {
         const pfa_status result = pfa_parse_location(record, text, &rest, -1);
         if (result != PFA_E_NO_ERROR) {
             return result;
         }
-        if (rest < 0 || rest > length) {
-            return PFA_E_ERROR;
+        if (rest < 0 || static_cast<std::size_t>(rest) > length) {
+            return PFA_E_ERROR; // what the location type stored is no place in the text
         }
     }
-    char *name = text + rest;
-    if (name[0] == '\0') {
+    const std::string_view name =
+        std::string_view(text, length).substr(static_cast<std::size_t>(rest));
+    if (name.empty()) {
         return pfa_put_obj_type(record, OBJ_TYPE_DIRECTORY);
     }
-    std::int16_t version = 0;
-    const char *extension = "";
-    if (name[0] != '.') {
-        version = cut_version(name);
-        extension = cut_extension(name);
-    }
-    pfa_status result = pfa_put_component(record, PFA_NAME, name);
+    const name_parts parts = split_name(name);
+    pfa_status result = put_text(record, PFA_NAME, parts.name);
     if (result == PFA_E_NO_ERROR) {
-        result = pfa_put_component(record, PFA_EXTENSION, extension);
+        result = put_text(record, PFA_EXTENSION, parts.extension);
     }
-    record->type = static_cast<std::int16_t>(guess_type(name, extension));
-    record->version = version;
+    record->type = static_cast<std::int16_t>(guess_type(parts));
+    record->version = static_cast<std::int16_t>(parts.version);
     return result;
 }
 
@@ -106,24 +130,11 @@ pfa_status parse_to_pfa(vek_file *record, int parse_location, const char *text) 
         }
         record->version = 0;
         record->type = OBJ_TYPE_NOT_YET;
-        return split(record, parse_location, copy, static_cast<int>(length));
+        return split(record, parse_location, copy, length);
     });
 }
 
 int is_vers_string(const char *text) {
-    if (text == nullptr) {
-        return 0;
-    }
-    const bool negative = text[0] == '-';
-    const char *digits = negative ? text + 1 : text;
-    if (!is_digit(digits[0]) || (digits[0] == '0' && !negative)) {
-        return 0;
-    }
-    for (const char *at = digits; *at != '\0'; ++at) {
-        if (!is_digit(*at)) {
-            return 0;
-        }
-    }
-    const long number = std::strtol(text, nullptr, 10);
-    return number >= INT16_MIN && number <= INT16_MAX ? 1 : 0;
+    int version = 0;
+    return text != nullptr && read_version(text, &version) ? 1 : 0;
 }

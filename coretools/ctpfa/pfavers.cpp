@@ -67,7 +67,7 @@ pfa_status pfa_search_file_versions(vek_file *directory, found_versions *found) 
     return result > 0 ? result : PFA_E_ERROR;
 }
 
-// Whether names of this type, or in this location, are the same in either case.
+// True if names of this type, or in this location, are the same in either case.
 bool ignores_case(vek_file *directory, int type) {
     return type == OBJ_TYPE_NO_MEMBER ||
            (type >= FIRST_EXCHANGE_TYPE && type <= LAST_EXCHANGE_TYPE) ||

@@ -3,6 +3,7 @@
 
 #include "coretools/ctstrutil/ascii.h"
 
+#include <algorithm>
 #include <array>
 
 namespace {
@@ -40,12 +41,8 @@ int invalid_string(const vek_wchar *name) {
     return name[invalid_name_idx(name)] != 0 ? 1 : 0;
 }
 
-bool is_invalid_name(const char *name) {
-    if (*name == '-') {
-        return true;
-    }
-    while (NAME_BYTES[static_cast<unsigned char>(*name)]) {
-        ++name;
-    }
-    return *name != '\0';
+bool is_invalid_name(std::string_view name) {
+    return name.starts_with('-') || !std::all_of(name.begin(), name.end(), [](char character) {
+               return NAME_BYTES[static_cast<unsigned char>(character)];
+           });
 }

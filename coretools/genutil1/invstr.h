@@ -4,6 +4,8 @@
 
 #include "coretools/ctplatform/wide_text.h"
 
+#include <string_view>
+
 // 1 for a character of the alphabet, else 0.
 int is_valid_wc(vek_wchar character);
 
@@ -16,4 +18,4 @@ int invalid_string(const vek_wchar *name);
 
 // The same for multi-byte (EUC) text, without widening it: every character of the alphabet is one
 // byte, and no byte of the others is in it alone.
-bool is_invalid_name(const char *name);
+bool is_invalid_name(std::string_view name);
