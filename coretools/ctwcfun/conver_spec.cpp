@@ -11,9 +11,6 @@
 #include <cstring>
 #include <iterator>
 
-static_assert(std::all_of(std::begin(conv_spec_def), std::end(conv_spec_def),
-                          [](const conversion_row &row) { return row.append != nullptr; }));
-
 namespace {
 
 // The bit of each character that is a flag, 0 for the others.

@@ -13,7 +13,7 @@ struct conversion_row {
     std::string_view host;       // the same for the C library's printf
     conversion_kind kind;
     // Takes the argument and appends its text. False if there is no memory or the text is too long.
-    bool (*append)(formatting *call, const directive &parsed);
+    bool (&append)(formatting *call, const directive &parsed);
 };
 
 bool append_int(formatting *call, const directive &parsed);
