@@ -58,8 +58,9 @@ std::atomic<row_pointer *> sorted_ext_table{nullptr};
 std::atomic<row_pointer *> sorted_type_table{nullptr};
 constexpr int sorted_ext_count = OBJECT_COUNT - 1;
 
-// The row of the last type that was found.
+// The rows of the last type and of the last extension that were found.
 std::atomic<row_pointer> remembered_row{FIRST_ROW};
+std::atomic<row_pointer> remembered_extension{FIRST_ROW};
 
 // Orders two rows by a key, equal ones by their places in the table.
 template <auto key_of_row>
@@ -136,9 +137,17 @@ int extension_to_type(const char *extension) {
     if (extension == nullptr || !make_key(extension, &key)) {
         return OBJ_TYPE_UNKNOWN_EXTENSION;
     }
-    const row_pointer row = first_row<key_of>(
-        sorted_table(&sorted_ext_table, sorted_ext_count, obj_ext_cmp_exts), sorted_ext_count, key);
-    return row != nullptr ? row->type : OBJ_TYPE_UNKNOWN_EXTENSION;
+    row_pointer row = remembered_extension.load(std::memory_order_relaxed);
+    if (key_of(*row) == key) {
+        return row->type;
+    }
+    row = first_row<key_of>(sorted_table(&sorted_ext_table, sorted_ext_count, obj_ext_cmp_exts),
+                            sorted_ext_count, key);
+    if (row == nullptr) {
+        return OBJ_TYPE_UNKNOWN_EXTENSION;
+    }
+    remembered_extension.store(row, std::memory_order_relaxed);
+    return row->type;
 }
 
 const char *type_to_extension(int type) {

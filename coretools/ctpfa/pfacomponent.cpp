@@ -53,14 +53,6 @@ pfa_status replace(vek_file *record, int first, int last, std::string_view sourc
     return PFA_E_NO_ERROR;
 }
 
-// `source` may be longer than any record.
-pfa_status put(vek_file *record, int index, std::string_view source) {
-    if (pfa_is_valid(record) == 0) {
-        return PFA_E_NOT_VALID;
-    }
-    return is_index(index) ? replace(record, index, index, source) : PFA_E_INVALID_INPUT;
-}
-
 // A text to compare with a component: length characters, all of it for -1. A null text is empty.
 std::string_view compared_text(const char *text, int length) {
     if (text == nullptr) {
@@ -101,6 +93,10 @@ std::string_view range(const char *text, int low, int high) {
 
 } // namespace
 
+pfa_status pfa_put_text(vek_file *record, int index, std::string_view text) {
+    return replace(record, index, index, text);
+}
+
 pfa_status pfa_put_component_len(vek_file *record, int index, const char *text, int length) {
     if (record == nullptr || text == nullptr) {
         return PFA_E_INVALID_INPUT;
@@ -109,18 +105,16 @@ pfa_status pfa_put_component_len(vek_file *record, int index, const char *text, 
         return PFA_E_NOT_VALID;
     }
     // A shorter text does not have the length that is asked for.
-    if (length < 0 || length >= PFA_PATH_SIZE ||
+    if (!is_index(index) || length < 0 || length >= PFA_PATH_SIZE ||
         std::memchr(text, '\0', static_cast<std::size_t>(length)) != nullptr) {
         return PFA_E_INVALID_INPUT;
     }
-    return put(record, index, {text, static_cast<std::size_t>(length)});
+    return pfa_put_text(record, index, {text, static_cast<std::size_t>(length)});
 }
 
 pfa_status pfa_put_component(vek_file *record, int index, const char *text) {
-    if (record == nullptr || text == nullptr) {
-        return PFA_E_INVALID_INPUT;
-    }
-    return put(record, index, {text, strnlen(text, PFA_PATH_SIZE)});
+    const std::size_t length = text != nullptr ? strnlen(text, PFA_PATH_SIZE) : 0;
+    return pfa_put_component_len(record, index, text, static_cast<int>(length));
 }
 
 int pfa_component_length(const vek_file *record, int index) {

@@ -31,7 +31,7 @@ pfa_status append_location(const vek_file *record, int include, name_text *name)
                 copy = *record;
                 source = &copy;
             }
-            (void)pfa_put_component_len(&copy, index, "", 0);
+            (void)pfa_put_text(&copy, index, {});
         }
     };
     drop_unless(PFA_INCLUDE_HOST, PfaHostIdx);

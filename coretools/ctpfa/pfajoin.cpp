@@ -25,7 +25,7 @@ std::size_t neutral_path_start(const vek_file *directory, std::string_view neutr
         return std::min(neutral.find('/'), neutral.size());
     }
     vek_file without_path = *directory;
-    (void)pfa_put_component_len(&without_path, path, "", 0);
+    (void)pfa_put_text(&without_path, path, {});
     char text[PFA_PATH_SIZE];
     if (pfa_get_neutral_location(&without_path, text, nullptr) != PFA_E_NO_ERROR) {
         return 0;

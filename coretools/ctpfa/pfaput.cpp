@@ -42,9 +42,8 @@ pfa_status pfa_put_path(vek_file *record, const char *path) {
         record->location_type = PFA_DEFAULT_LOCATION;
     }
     const int index = pfa_role_index(record, PfaPathIdx);
-    const pfa_status result = index == -1 ? PFA_E_NOT_VALID
-                                          : pfa_put_component_len(record, index, stored.c_str(),
-                                                                  static_cast<int>(stored.size()));
+    const pfa_status result =
+        index == -1 ? PFA_E_NOT_VALID : pfa_put_text(record, index, stored.view());
     if (result != PFA_E_NO_ERROR) {
         record->location_type = location_type;
     }
@@ -58,9 +57,9 @@ pfa_status pfa_put_name(vek_file *record, const char *name) {
     if (name == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
-    const int length = static_cast<int>(strnlen(name, PFA_PATH_SIZE));
-    const bool irregular = length >= PFA_SHORT_NAME_SIZE || is_invalid_name(name);
-    const pfa_status result = pfa_put_component_len(record, PFA_NAME, name, length);
+    const std::string_view text(name, strnlen(name, PFA_PATH_SIZE));
+    const bool irregular = text.size() >= PFA_SHORT_NAME_SIZE || is_invalid_name(text);
+    const pfa_status result = pfa_put_text(record, PFA_NAME, text);
     if (result == PFA_E_NO_ERROR && irregular) {
         record->type = OBJ_TYPE_NO_MEMBER;
     }
@@ -92,7 +91,7 @@ pfa_status pfa_put_location(vek_file *record, const char *text, int only_type) {
     }
     return pfa_all_or_nothing(record, [&] {
         for (int index = PFA_HOST; index <= PFA_PATH; ++index) {
-            (void)pfa_put_component_len(record, index, "", 0);
+            (void)pfa_put_text(record, index, {});
         }
         return pfa_parse_location(record, text, nullptr, only_type);
     });

@@ -26,8 +26,8 @@ pfa_status turn_into_directory(vek_file *record) {
     if (result != PFA_E_NO_ERROR) {
         return result;
     }
-    (void)pfa_put_component_len(record, PFA_NAME, "", 0);
-    (void)pfa_put_component_len(record, PFA_EXTENSION, "", 0);
+    (void)pfa_put_text(record, PFA_NAME, {});
+    (void)pfa_put_text(record, PFA_EXTENSION, {});
     record->type = OBJ_TYPE_DIRECTORY;
     record->version = 0;
     if (element[0] != '\0') {
@@ -52,11 +52,9 @@ pfa_status turn_back_into_file(vek_file *record, int type) {
     if (element.empty() || !fits) {
         return PFA_E_NO_ERROR;
     }
-    const pfa_status result = pfa_put_component_len(record, index, path.data(),
-                                                    static_cast<int>(element.data() - path.data()));
-    return result == PFA_E_NO_ERROR ? pfa_put_component_len(record, PFA_NAME, element.data(),
-                                                            static_cast<int>(element.size()))
-                                    : result;
+    const pfa_status result = pfa_put_text(
+        record, index, path.substr(0, static_cast<std::size_t>(element.data() - path.data())));
+    return result == PFA_E_NO_ERROR ? pfa_put_text(record, PFA_NAME, element) : result;
 }
 
 pfa_status change_type(vek_file *record, int type, int lower) {

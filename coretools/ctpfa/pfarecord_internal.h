@@ -12,6 +12,10 @@ inline std::string_view pfa_component_text(const vek_file *record, int first, in
     return {record->text + start, static_cast<std::size_t>(record->bounds[last].end - start)};
 }
 
+// Stores `text`, which holds no zero, in a component of a valid record. Fails with
+// PFA_E_INVALID_INPUT, and changes nothing, if it does not fit.
+pfa_status pfa_put_text(vek_file *record, int index, std::string_view text);
+
 // True for the index of a component that can hold a host, a device or a path.
 constexpr bool pfa_is_location_index(int index) {
     return index >= PFA_HOST && index <= PFA_PATH;

@@ -1,6 +1,5 @@
 // Splits a name into location, name, extension and version.
 #include "coretools/ctfileutil/objextension.h"
-#include "coretools/ctpfa/pfacomponent.h"
 #include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfaput.h"
 #include "coretools/ctpfa/pfarecord_internal.h"
@@ -78,11 +77,6 @@ int guess_type(const name_parts &parts) {
                : type;
 }
 
-pfa_status put_text(vek_file *record, int index, std::string_view text) {
-    return pfa_put_component_len(record, index, text.empty() ? "" : text.data(),
-                                 static_cast<int>(text.size()));
-}
-
 // Fills a cleared record from `text`, which has `length` characters.
 pfa_status split(vek_file *record, int parse_location, const char *text, std::size_t length) {
     std::int16_t rest = 0;
@@ -101,9 +95,9 @@ pfa_status split(vek_file *record, int parse_location, const char *text, std::si
         return pfa_put_obj_type(record, OBJ_TYPE_DIRECTORY);
     }
     const name_parts parts = split_name(name);
-    pfa_status result = put_text(record, PFA_NAME, parts.name);
+    pfa_status result = pfa_put_text(record, PFA_NAME, parts.name);
     if (result == PFA_E_NO_ERROR) {
-        result = put_text(record, PFA_EXTENSION, parts.extension);
+        result = pfa_put_text(record, PFA_EXTENSION, parts.extension);
     }
     record->type = static_cast<std::int16_t>(guess_type(parts));
     record->version = static_cast<std::int16_t>(parts.version);

@@ -12,7 +12,6 @@
 // other. '^' in a stored path is its parent step, ".." in both forms.
 #include "coretools/ctpfa/path_text.h"
 #include "coretools/ctpfa/pfa_std_location.h"
-#include "coretools/ctpfa/pfacomponent.h"
 #include "coretools/ctpfa/pfaget.h"
 #include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfaput.h"
@@ -145,11 +144,6 @@ bool put_path(vek_file *record, std::string_view name, std::size_t start, std::i
     return true;
 }
 
-bool put_part(vek_file *record, int index, std::string_view part) {
-    return pfa_put_component_len(record, index, part.empty() ? "" : part.data(),
-                                 static_cast<int>(part.size())) == PFA_E_NO_ERROR;
-}
-
 // A name that is declined for its form leaves the record as it was.
 int pfafs_claim_location(vek_file *record, const char *text, const char *colon,
                          std::int16_t *rest) {
@@ -162,8 +156,9 @@ int pfafs_claim_location(vek_file *record, const char *text, const char *colon,
     location found;
     const bool split = name.starts_with("///") ? split_neutral(name, &found)
                                                : split_host_form(name, colon_at, &found);
-    if (!split || !put_part(record, PFA_HOST, found.host) ||
-        !put_part(record, PFA_DEVICE, found.device) || !put_path(record, name, found.path, rest)) {
+    if (!split || pfa_put_text(record, PFA_HOST, found.host) != PFA_E_NO_ERROR ||
+        pfa_put_text(record, PFA_DEVICE, found.device) != PFA_E_NO_ERROR ||
+        !put_path(record, name, found.path, rest)) {
         return PFA_E_INVALID_INPUT;
     }
     return PFA_E_NO_ERROR;
