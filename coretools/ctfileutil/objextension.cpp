@@ -84,7 +84,7 @@ const row_pointer *sorted_table(std::atomic<row_pointer *> *table, int count,
     if (existing != nullptr) {
         return existing;
     }
-    void *block = getmem_null(OBJECT_COUNT * static_cast<int>(sizeof(row_pointer)));
+    void *block = getmem_null(OBJECT_COUNT * static_cast<int>(sizeof(void *)));
     if (block == nullptr) {
         return nullptr;
     }

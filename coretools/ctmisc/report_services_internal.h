@@ -26,8 +26,12 @@ struct vek_held_text {
 const char *vek_hold_text(vek_held_text *held, const char *format, std::va_list arguments);
 void vek_release_text(vek_held_text *held);
 
+// NOLINTBEGIN(readability-redundant-declaration): see above
+
 // coretools/ctfileutil/input_mode.h
 int get_input_mode();
 
 // coretools/ctdci/dci.h
 std::FILE *dci_fopen(const char *name, const char *mode);
+
+// NOLINTEND(readability-redundant-declaration)

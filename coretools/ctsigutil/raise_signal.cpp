@@ -8,17 +8,17 @@
 namespace {
 
 struct raise_row {
-    raise_result result;
     const char *line; // a format; %d is the signal number
+    raise_result result;
     int returned;
 };
 
 constexpr raise_row RAISE_ROWS[] = {
-    {RAISED, "Raised Signal number : %d\n", 1},
-    {RAISE_BAD_ARGUMENTS, "BAD ARGS\n", 0},
-    {RAISE_SYSTEM_ERROR, "SYSTEM ERROR\n", 0},
-    {RAISE_APPLICATION_ERROR, "APPLICATION ERROR\n", 0},
-    {RAISE_NOT_SUPPORTED, "OPERATION NOT SUPPORTED\n", 1},
+    {"Raised Signal number : %d\n", RAISED, 1},
+    {"BAD ARGS\n", RAISE_BAD_ARGUMENTS, 0},
+    {"SYSTEM ERROR\n", RAISE_SYSTEM_ERROR, 0},
+    {"APPLICATION ERROR\n", RAISE_APPLICATION_ERROR, 0},
+    {"OPERATION NOT SUPPORTED\n", RAISE_NOT_SUPPORTED, 1},
 };
 
 } // namespace

@@ -56,7 +56,7 @@ work_record **thread_slot() {
     }
     void *slot = thrLocalObject_GetData(object);
     if (slot == nullptr) {
-        slot = getmem(static_cast<int>(sizeof(work_record *)));
+        slot = getmem(static_cast<int>(sizeof(void *)));
         if (slot == nullptr) {
             return nullptr;
         }
@@ -266,6 +266,7 @@ bool fill_in_stars(formatting *call, const char *from, const char *conversion,
     for (; from != conversion; ++from) {
         char number[12] = {*from};
         if (*from == '*') {
+            // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): copied in vek_hold_text
             const int value = va_arg(call->arguments, int);
             if (value < 0 && filled[length - 1] == '.') {
                 --length;

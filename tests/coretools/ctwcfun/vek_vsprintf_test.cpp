@@ -238,15 +238,12 @@ TEST(Format, PrintfReturnsTheLength) {
     EXPECT_EQ(child.err, "0");
 }
 
-std::string path_on(int host) {
+TEST(PathToOs, LeavesOtherHostsAlone) {
     char text[] = "a|b\\c/d";
-    pfu_path_to_os(text, host);
-    return text;
-}
-
-TEST(Format, SeparatorsOfEachHost) {
-    EXPECT_EQ(path_on(4), "a\\b\\c\\d");
-    EXPECT_EQ(path_on(0), "a|b\\c/d");
+    pfu_path_to_os(text, 0);
+    EXPECT_STREQ(text, "a|b\\c/d");
+    pfu_path_to_os(text, PFU_HOST_BACKSLASH);
+    EXPECT_STREQ(text, "a\\b\\c\\d");
 }
 
 // For a thread that has no buffers yet. The text is right or not made, and right once there is
