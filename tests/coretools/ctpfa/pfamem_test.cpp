@@ -75,26 +75,24 @@ std::string hex(const vek_file *record) {
 }
 
 void expect_debugging_registry() {
-    vek_file *early = nullptr;
-    ASSERT_EQ(pfa_alloc_vek_file(&early), PFA_E_NO_ERROR);
+    scoped_record early, one, two;
     report_capture output;
     pfa_set_mem_debug(1);
-    vek_file *one = nullptr, *two = nullptr;
-    ASSERT_EQ(pfa_alloc_vek_file(&one), PFA_E_NO_ERROR);
-    EXPECT_EQ(output.printed(),
-              "pfa_alloc_vek_file:  Created new pfa at: " + hex(one) + "\n (INFO MESSAGE)\n");
-    ASSERT_EQ(pfa_alloc_vek_file(&two), PFA_E_NO_ERROR);
     EXPECT_EQ(pfa_put_component(one, PFA_NAME, "one"), PFA_E_NO_ERROR);
     EXPECT_EQ(pfa_put_component(two, PFA_NAME, "two"), PFA_E_NO_ERROR);
-    output.printed();
+    pfa_mem_debug(one, 1);
+    pfa_mem_debug(two, 1);
+    EXPECT_EQ(output.printed(), "");
     char expected[200];
     std::snprintf(expected, sizeof expected, "2 allocated pfas0, at %p, one\n1, at %p, two\n",
-                  static_cast<void *>(one), static_cast<void *>(two));
-    EXPECT_EQ(pfa_mem_debug(nullptr, 1), 0);
+                  static_cast<void *>(one.file), static_cast<void *>(two.file));
+    pfa_mem_debug(nullptr, 1);
     EXPECT_EQ(output.printed(), expected);
 
     pfa_mem_debug(one, 1);
     EXPECT_EQ(output.take(), "double allocation at " + hex(one));
+    pfa_mem_debug(early, 0);
+    EXPECT_EQ(output.take(), "freeing unknown pfa at " + hex(early));
     pfa_mem_debug(one, 0);
     EXPECT_EQ(output.printed(), "");
     EXPECT_EQ(pfa_put_component(one, PFA_NAME, "changed"), PFA_E_NO_ERROR);
@@ -102,27 +100,35 @@ void expect_debugging_registry() {
     EXPECT_EQ(output.take(), "freeing one, now changed, at " + hex(one) + " twice");
     pfa_mem_debug(nullptr, 0);
     EXPECT_EQ(output.printed(), "total of 1 pfas, 2 entries");
-    pfa_mem_debug(one, 1); // the address comes back
-    EXPECT_EQ(output.printed(), "");
-
-    EXPECT_EQ(pfa_free_vek_file(&one), PFA_E_NO_ERROR);
-    EXPECT_EQ(pfa_free_vek_file(&two), PFA_E_NO_ERROR);
-    output.printed();
-    pfa_mem_debug(nullptr, 0);
-    EXPECT_EQ(output.printed(), "total of 0 pfas, 2 entries");
-    const std::string early_at = hex(early);
-    EXPECT_EQ(pfa_free_vek_file(&early), PFA_E_NO_ERROR);
-    EXPECT_NE(output.printed().find("pfa_mem_debug:  freeing unknown pfa at " + early_at),
-              std::string::npos);
-    EXPECT_EQ(pfa_free_vek_file(&early), PFA_E_NOT_VALID);
-    EXPECT_EQ(output.printed(), "pfa_free_vek_file:  Not freeing NULL pfa\n (INFO MESSAGE)\n");
+    pfa_mem_debug(one, 1);
+    EXPECT_EQ(output.printed(), "") << "the address has come back";
     pfa_set_mem_debug(0);
-    EXPECT_EQ(pfa_mem_debug(nullptr, 0), 0);
-    EXPECT_EQ(output.printed(), "") << "the registry is off";
 }
 
 TEST(PathRecordLife, TheDebuggingRegistryReportsWhatIsWrong) {
     expect_in_own_process(expect_debugging_registry);
+}
+
+void expect_traces() {
+    report_capture output;
+    pfa_set_mem_debug(1);
+    vek_file *record = nullptr;
+    EXPECT_EQ(pfa_alloc_vek_file(&record), PFA_E_NO_ERROR);
+    const std::string at = hex(record);
+    EXPECT_EQ(output.printed(),
+              "pfa_alloc_vek_file:  Created new pfa at: " + at + "\n (INFO MESSAGE)\n");
+    EXPECT_EQ(pfa_free_vek_file(&record), PFA_E_NO_ERROR);
+    EXPECT_EQ(output.printed(),
+              "pfa_free_vek_file:  Freeing pfa at: " + at + "\n (INFO MESSAGE)\n");
+    EXPECT_EQ(pfa_free_vek_file(&record), PFA_E_NOT_VALID);
+    EXPECT_EQ(output.printed(), "pfa_free_vek_file:  Not freeing NULL pfa\n (INFO MESSAGE)\n");
+    pfa_mem_debug(nullptr, 0);
+    EXPECT_EQ(output.printed(), "total of 0 pfas, 1 entries");
+    pfa_set_mem_debug(0);
+}
+
+TEST(PathRecordLife, IsTraced) {
+    expect_in_own_process(expect_traces);
 }
 
 } // namespace
