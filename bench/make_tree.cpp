@@ -28,7 +28,7 @@ constexpr const char *EXTENSIONS[] = {"prt", "asm", "drw", "sec", "lay",
                                       "mfg", "frm", "igs", "txt", "PRT.3"};
 
 std::string extension(int i) {
-    return std::string(".") + EXTENSIONS[i % std::size(EXTENSIONS)];
+    return std::string(".") + EXTENSIONS[static_cast<std::size_t>(i) % std::size(EXTENSIONS)];
 }
 
 void fail(const std::string &path) {
@@ -80,7 +80,7 @@ void make_directories(const std::string &root, int count) {
         }
         const std::string directory = above + "/d" + to_string(d % 100);
         make_directory(directory);
-        make_file(directory + "/part.asm");
+        make_file(directory + "/part_" + to_string(d) + ".asm");
     }
 }
 

@@ -18,7 +18,7 @@
 namespace {
 
 // Enough for the blocks of the largest library.
-constexpr std::size_t HEAP_RESERVE = 96 * 1024 * 1024;
+constexpr std::size_t HEAP_RESERVE = std::size_t{96} << 20;
 
 // A process may be started with standard output closed or with nobody reading it. The numbers 0 to
 // 2 are kept in use, so that no message can end up in a file that is opened later under one of
