@@ -4,20 +4,26 @@
 #include "coretools/ctmemmgr/block_debug.h"
 #include "coretools/ctmemmgr/block_internal.h"
 
-std::atomic<int> memory_file_level{REPLAY_OFF};
+namespace {
+
+constexpr int NO_BAD_INDEX = -1; // no serial is equal to it
 
 // Guarded by the lock of the chain.
-static std::uint32_t st_memory_loop_counter = 0;
-static int st_next_bad_index = -1;
-static int next_bad_size = 0;
-static std::FILE *bad_index_file = nullptr;
+std::uint32_t st_memory_loop_counter = 0;
+int st_next_bad_index = NO_BAD_INDEX;
+int next_bad_size = 0;
+std::FILE *bad_index_file = nullptr;
 
-static void read_next_bad_index() {
+void read_next_bad_index() {
     if (bad_index_file == nullptr ||
         std::fscanf(bad_index_file, "%d %d\n", &st_next_bad_index, &next_bad_size) != 2) {
-        st_next_bad_index = -1;
+        st_next_bad_index = NO_BAD_INDEX;
     }
 }
+
+} // namespace
+
+std::atomic<int> memory_file_level{REPLAY_OFF};
 
 void set_memory_file_level(int level, std::FILE *bad_indexes) {
     const chain_guard guard;

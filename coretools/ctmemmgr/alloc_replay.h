@@ -7,17 +7,19 @@
 
 #include <cstdio>
 
-constexpr int REPLAY_OFF = 0;
-constexpr int REPLAY_NUMBER_BLOCKS = 1;
-constexpr int REPLAY_REPORT_BLOCKS = 2;
+enum replay_level : int {
+    REPLAY_OFF = 0,
+    REPLAY_NUMBER_BLOCKS = 1, // blocks get serials
+    REPLAY_REPORT_BLOCKS = 2, // and those that the file names are reported
+};
 
-// Starts at serial 0, or ends, the replay. The file is read only at level 2, stays the caller's
-// and must live until the replay ends; it may be null.
+// Sets the level and restarts at serial 0. `bad_indexes` is read at REPLAY_REPORT_BLOCKS only, may
+// be null, belongs to the caller and must stay open until the level changes.
 void set_memory_file_level(int level, std::FILE *bad_indexes);
 
-// Gives the block at data the next serial and reports it when the file names it.
+// Gives a block the next serial, and reports the block if the file names that.
 void memdebug_alloc(void *data);
-// Reads the next line of the replay file; behind the last one no serial matches any more.
+// Reads the next line of the file. After the last one no serial matches.
 void memdebug_get_next_bad_index();
-// The serial of a general block; -1 when it has none.
+// Returns the serial of a general block; -1 if it has none.
 int memdebug_serial(const void *data);

@@ -10,18 +10,79 @@
 #include <algorithm>
 #include <cstdio>
 
-static std::atomic<int> IsMemoryInitialized{0};
-static std::atomic<thrMutex *> memmgr_lock{nullptr};
+namespace {
+
+std::atomic<bool> IsMemoryInitialized{false};
+// The innermost lock of the memory layer: nothing else is locked while it is held.
+std::atomic<thrMutex *> memmgr_lock{nullptr};
 
 // Everything below is guarded by memmgr_lock.
-static block_header *frst_area = nullptr;
-static block_header *last_area = nullptr;
+block_header *frst_area = nullptr;
+block_header *last_area = nullptr;
 
-// Wider than the int of the sizes: the blocks of a 64-bit host may well add up to more.
-static std::int64_t stat_num_blocks = 0;
-static std::int64_t stat_application_size = 0;
-static std::int64_t stat_system_size = 0;
-static std::int64_t stat_max_system_size = 0;
+// Wider than the int of a size: the blocks of a 64-bit host may add up to more.
+std::int64_t stat_num_blocks = 0;
+std::int64_t stat_application_size = 0;
+std::int64_t stat_system_size = 0;
+std::int64_t stat_max_system_size = 0;
+
+bool is_aligned(const void *address) {
+    return reinterpret_cast<std::uintptr_t>(address) % BLOCK_UNIT == 0;
+}
+
+std::int64_t whole_size_of(int size) {
+    return static_cast<std::int64_t>(whole_size(size));
+}
+
+// True if a live block can have this header: its check word is right, and it is no larger than all
+// live blocks together.
+bool header_is_plausible(const block_header *block) {
+    if (!is_aligned(block) || (block->size_high & 1) != 0) {
+        return false;
+    }
+    const int size = block_size(block);
+    return block->guard.accepts(block->prev, static_cast<std::uint32_t>(size)) &&
+           whole_size_of(size) <= stat_system_size;
+}
+
+bool trailer_is_plausible(block_header *block) {
+    const block_trailer *const trailer = trailer_of(block);
+    return trailer->guard.accepts(trailer->next, 0);
+}
+
+void count_size(int old_size, std::int64_t old_whole, int size, std::int64_t whole) {
+    stat_system_size += whole - old_whole;
+    stat_max_system_size = std::max(stat_max_system_size, stat_system_size);
+    stat_application_size += std::int64_t{size} - old_size;
+}
+
+// Makes what comes before a place, a block or the start of the chain, lead to `block`.
+void lead_to(block_header *prev, block_header *block) {
+    if (prev != nullptr) {
+        set_next(prev, block);
+    } else {
+        frst_area = block;
+    }
+}
+
+// The same for what comes after it.
+void lead_back_to(block_header *next, block_header *block) {
+    if (next != nullptr) {
+        set_prev(next, block);
+    } else {
+        last_area = block;
+    }
+}
+
+void put_between(block_header *block, block_header *prev, block_header *next, int xar) {
+    set_prev(block, prev);
+    set_next(block, next);
+    trailer_of(block)->mark = block_mark(NO_SERIAL, xar);
+    lead_to(prev, block);
+    lead_back_to(next, block);
+}
+
+} // namespace
 
 void init_memory() {
     const bool has_lock = thr_make_once(memmgr_lock, thrMutex_Create) != nullptr;
@@ -34,46 +95,27 @@ void init_memory() {
         return;
     }
     init_trap_tls();
-    // Only now may another thread go on without looking; without a lock the next request tries
+    // Only now may another thread go on without looking. Without a lock the next request tries
     // again.
     if (has_lock) {
-        IsMemoryInitialized.store(1, std::memory_order_release);
+        IsMemoryInitialized.store(true, std::memory_order_release);
     }
 }
 
 bool memory_is_ready() {
-    if (IsMemoryInitialized.load(std::memory_order_acquire) != 0) {
+    if (IsMemoryInitialized.load(std::memory_order_acquire)) {
         return true;
     }
     init_memory();
-    return IsMemoryInitialized.load(std::memory_order_acquire) != 0 || !IsThreadingEnabled();
+    return IsMemoryInitialized.load(std::memory_order_acquire) || !IsThreadingEnabled();
 }
 
 thrMutex *lock_memmgr() {
-    // Threads that come before the first request must not work unlocked beside it.
+    // A thread that comes before the first request must not work unlocked beside it.
     thrMutex *const lock =
         memory_is_ready() ? memmgr_lock.load(std::memory_order_acquire) : nullptr;
     thrMutex_Lock(lock);
     return lock;
-}
-
-static bool is_aligned(const void *address) {
-    return reinterpret_cast<std::uintptr_t>(address) % BLOCK_UNIT == 0;
-}
-
-// A live block's header is whole, and the block is no larger than all live blocks together.
-static bool header_is_plausible(const block_header *block) {
-    if (!is_aligned(block) || (block->size_high & 1) != 0) {
-        return false;
-    }
-    const int size = block_size(block);
-    return block->guard.accepts(block->prev, static_cast<std::uint32_t>(size)) &&
-           static_cast<std::int64_t>(whole_size(size)) <= stat_system_size;
-}
-
-static bool trailer_is_plausible(block_header *block) {
-    const block_trailer *const trailer = trailer_of(block);
-    return trailer->guard.accepts(trailer->next, 0);
 }
 
 chain_check area_invalid(const void *data) {
@@ -105,36 +147,6 @@ chain_check area_invalid(const void *data) {
     return CHAIN_IS_VALID;
 }
 
-static void count_size(int old_size, std::int64_t old_whole, int size, std::int64_t whole) {
-    stat_system_size += whole - old_whole;
-    stat_max_system_size = std::max(stat_max_system_size, stat_system_size);
-    stat_application_size += std::int64_t{size} - old_size;
-}
-
-static void lead_to(block_header *prev, block_header *block) {
-    if (prev != nullptr) {
-        set_next(prev, block);
-    } else {
-        frst_area = block;
-    }
-}
-
-static void lead_back_to(block_header *next, block_header *block) {
-    if (next != nullptr) {
-        set_prev(next, block);
-    } else {
-        last_area = block;
-    }
-}
-
-static void put_between(block_header *block, block_header *prev, block_header *next, int xar) {
-    set_prev(block, prev);
-    set_next(block, next);
-    trailer_of(block)->mark = block_mark(NO_SERIAL, xar);
-    lead_to(prev, block);
-    lead_back_to(next, block);
-}
-
 bool append_to_chain(block_header *block, int xar) {
     block_header *const last = last_area;
     if (last != nullptr && (!header_is_plausible(last) || trailer_of(last)->next != nullptr)) {
@@ -143,7 +155,7 @@ bool append_to_chain(block_header *block, int xar) {
     put_between(block, last, nullptr, xar);
     stat_num_blocks++;
     const int size = block_size(block);
-    count_size(0, 0, size, static_cast<std::int64_t>(whole_size(size)));
+    count_size(0, 0, size, whole_size_of(size));
     return true;
 }
 
@@ -151,8 +163,7 @@ void replace_in_chain(block_header *block, block_header *prev, block_header *nex
                       int xar) {
     put_between(block, prev, next, xar);
     const int size = block_size(block);
-    count_size(old_size, static_cast<std::int64_t>(whole_size(old_size)), size,
-               static_cast<std::int64_t>(whole_size(size)));
+    count_size(old_size, whole_size_of(old_size), size, whole_size_of(size));
 }
 
 void remove_from_chain(block_header *block) {
@@ -164,7 +175,7 @@ void remove_from_chain(block_header *block) {
     set_next(block, nullptr);
     stat_num_blocks--;
     const int size = block_size(block);
-    count_size(size, static_cast<std::int64_t>(whole_size(size)), 0, 0);
+    count_size(size, whole_size_of(size), 0, 0);
 }
 
 void set_block_serial(void *data, std::uint32_t serial) {
@@ -179,27 +190,24 @@ memory_statistics get_memory_statistics() {
 
 chain_check check_memory_chain() {
     const chain_guard guard;
-    chain_check found = CHAIN_IS_VALID;
     std::int64_t blocks = 0;
     std::int64_t application_size = 0;
     std::int64_t system_size = 0;
     block_header *last = nullptr;
     for (block_header *block = frst_area; block != nullptr && blocks <= stat_num_blocks;
          block = trailer_of(block)->next) {
-        found = area_invalid(data_of(block));
+        const chain_check found = area_invalid(data_of(block));
         if (found != CHAIN_IS_VALID) {
-            break;
+            return found;
         }
         blocks++;
         application_size += block_size(block);
-        system_size += static_cast<std::int64_t>(whole_size(block_size(block)));
+        system_size += whole_size_of(block_size(block));
         last = block;
     }
-    if (found == CHAIN_IS_VALID &&
-        (last != last_area || blocks != stat_num_blocks ||
-         application_size != stat_application_size || system_size != stat_system_size ||
-         system_size > stat_max_system_size)) {
-        found = CHAIN_BAD_TOTALS;
-    }
-    return found;
+    const bool totals_are_right = last == last_area && blocks == stat_num_blocks &&
+                                  application_size == stat_application_size &&
+                                  system_size == stat_system_size &&
+                                  system_size <= stat_max_system_size;
+    return totals_are_right ? CHAIN_IS_VALID : CHAIN_BAD_TOTALS;
 }

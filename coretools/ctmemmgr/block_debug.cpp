@@ -11,18 +11,32 @@
 #include <atomic>
 #include <cstdlib>
 
-static std::atomic<int> static_dont_release_memory{0};
-static std::atomic<int> static_always_relocate{0};
-static std::atomic<int> stat_marking_mem{0};
+namespace {
 
-static constexpr int RELEASED_LIST_STEP = 100;
+std::atomic<int> static_dont_release_memory{0};
+std::atomic<int> static_always_relocate{0};
+std::atomic<int> stat_marking_mem{0};
+
+constexpr int RELEASED_LIST_STEP = 100;
 // Taken before the locks of the pools and of the chain: the list comes from the allocator.
-static constinit lazy_mutex released_list_lock{thrMutex_Create};
-static void **static_released_blocks_har = nullptr;
-static int released_block_count = 0;
+constinit lazy_mutex released_list_lock{thrMutex_Create};
+void **static_released_blocks_har = nullptr;
+int released_block_count = 0;
 
-// While this thread makes room in the list, what the list itself gives back is freed.
-static thread_local bool extending_list = false;
+// True while this thread makes room in the list: what the list itself releases is then freed.
+thread_local bool extending_list = false;
+
+void make_list_slot(void *slot) {
+    if (static_released_blocks_har == nullptr) {
+        static_released_blocks_har =
+            har_alloc(static_cast<int>(sizeof(released_block)), RELEASED_LIST_STEP);
+    }
+    if (static_released_blocks_har != nullptr) {
+        *static_cast<void **>(slot) = har_inflate(&static_released_blocks_har);
+    }
+}
+
+} // namespace
 
 void set_dont_release_memory(int on) {
     static_dont_release_memory.store(on, std::memory_order_release);
@@ -46,16 +60,6 @@ bool keeps_released_blocks() {
 
 bool always_relocates() {
     return static_always_relocate.load(std::memory_order_relaxed) != 0;
-}
-
-static void make_list_slot(void *slot) {
-    if (static_released_blocks_har == nullptr) {
-        static_released_blocks_har =
-            har_alloc(static_cast<int>(sizeof(released_block)), RELEASED_LIST_STEP);
-    }
-    if (static_released_blocks_har != nullptr) {
-        *static_cast<void **>(slot) = har_inflate(&static_released_blocks_har);
-    }
 }
 
 void add_block_to_released_list(void *block, std::size_t whole_size) {

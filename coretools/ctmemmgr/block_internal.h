@@ -25,8 +25,8 @@
 // Here these bits are size_high, a field of its own whose lowest bit is always 0: whatever the
 // byte order and the width of a pointer, a block never looks like a pool record.
 
-// A check word in what would be padding on a 64-bit host: a link that was overwritten is not
-// followed. A 32-bit host has no room for it.
+// A check word in the padding of a 64-bit host: a link that was overwritten is not followed. A
+// 32-bit host has no room for it.
 template <std::size_t pointer_bytes>
 struct link_guard {
     std::uint32_t word;
@@ -79,7 +79,7 @@ inline char *data_of(block_header *block) {
     return reinterpret_cast<char *>(block) + BLOCK_HEADER_BYTES;
 }
 
-// size is 0 or more; no size overflows a size_t, on a 32-bit host either.
+// size is not negative. No size overflows a size_t, on a 32-bit host either.
 constexpr std::size_t rounded_size(int size) {
     return (static_cast<std::size_t>(size) + (BLOCK_UNIT - 1)) & ~(BLOCK_UNIT - 1);
 }
@@ -97,7 +97,7 @@ inline block_trailer *trailer_of(block_header *block) {
     return reinterpret_cast<block_trailer *>(data_of(block) + rounded_size(block_size(block)));
 }
 
-// The size is set before the links.
+// Must come before the links: a check word covers the size.
 inline void set_block_size(block_header *block, int size) {
     const auto bits = static_cast<std::uint32_t>(size);
     block->size_low = static_cast<std::uint16_t>(bits & 0xFFFF);
@@ -119,21 +119,20 @@ constexpr std::uint32_t block_mark(std::uint32_t serial, int xar) {
     return (serial << 1) | (xar != 0 ? 1U : 0U);
 }
 
-// True when the chain needs its lock: decided anew at every request.
+// True if the chain needs its lock. Asked anew at every request.
 inline bool memmgr_lock_needed() {
     return thrThread_GetNumberOfActiveThreads() != 0 ||
            thrThread_GetNumberOfThreadsRunning() > thrThread_GetLimitOfSafeThreads();
 }
 
-// Runs init_memory if necessary. False if the process cannot go on: threads are on and the locks
-// could not be made.
+// Calls init_memory if that has not been done. False if threading is on and the locks could not be
+// made.
 bool memory_is_ready();
 
-// Returns the mutex that was locked, null if there was nothing to lock.
+// Returns the mutex that was locked; null if there was nothing to lock.
 thrMutex *lock_memmgr();
 
-// Holds the lock of the chain, if one is needed, for a block that no trap can leave. The lock is
-// the innermost of the memory layer.
+// Holds the lock of the chain, if it needs one, for a block that no trap can leave.
 class chain_guard {
   public:
     chain_guard() : held(memmgr_lock_needed() ? lock_memmgr() : nullptr) {}
@@ -149,36 +148,38 @@ class chain_guard {
     thrMutex *const held;
 };
 
-// The chain of live blocks and its totals (block_chain.cpp). The functions that touch the chain
-// must be called under a chain_guard.
+// The chain of live blocks (block_chain.cpp). Must be called under a chain_guard. The size of a new
+// or resized block is set before.
 
-// Appends a new block, whose size is set. False, and nothing changed, if the chain is corrupt.
+// False, and nothing changed, if the chain is corrupt.
 [[nodiscard]] bool append_to_chain(block_header *block, int xar);
-// Puts a resized block, whose size is set, into the place between prev and next.
+// Puts a resized block into its old place, between prev and next.
 void replace_in_chain(block_header *block, block_header *prev, block_header *next, int old_size,
                       int xar);
 void remove_from_chain(block_header *block);
 void set_block_serial(void *data, std::uint32_t serial);
 
-// The allocator proper, past the pools (block_allocator.cpp): pool areas and the size cache come
-// from here, so that the two layers never call each other without end.
+// The allocator past the pools (block_allocator.cpp). The pools' areas and size cache come from
+// here, so that the two layers never call each other without end.
 
-enum failure_mode : int { FAIL_TO_TRAPS = 0, FAIL_SOFTLY = 1 }; // report, or just return null
+enum failure_mode : int { FAIL_TO_TRAPS = 0, FAIL_SOFTLY = 1 }; // report, or only return null
 enum block_kind : int { PLAIN_BLOCK = 0, XAR_BLOCK = 1 };
 
-// Allocates (no old data) or resizes a general block.
+// Makes a general block, or resizes the one at old_data. soft_failure is a failure_mode, xar a
+// block_kind.
 void *manage_memory(int size, void *old_data, int soft_failure, int xar);
+// Releases a general block. Always returns 0.
 int release_block(void *data);
 
-// A block as getmem_xar makes it, from the pools too.
-void *allocate_block(int size, int soft_failure, int xar);
-// Reports exhausted memory and hands it to the traps. Must be called without any lock.
-void report_exhausted_memory();
-
-// A pool area: as manage_memory and release_block, but what is in it is not defined, and a number
-// of released areas are kept for the next requests.
+// The same for an area of a pool, except that its contents are not defined and that some released
+// areas are kept for the next requests.
 void *new_area_block(int soft_failure);
 void release_area_block(void *area);
+
+// getmem_xar with a failure_mode.
+void *allocate_block(int size, int soft_failure, int xar);
+// Reports exhausted memory and hands it to the traps. Must be called without a lock.
+void report_exhausted_memory();
 
 // Debugging switches, read on every request (block_debug.cpp, alloc_replay.cpp).
 bool keeps_released_blocks();

@@ -3,6 +3,32 @@
 
 #include <cstdio>
 
+namespace {
+
+using side = btree_node *btree_node::*;
+
+// The node of a subtree that is farthest to one side; null for a null subtree.
+btree_node *outermost(btree_node *subtree, side towards) {
+    while (subtree != nullptr && subtree->*towards != nullptr) {
+        subtree = subtree->*towards;
+    }
+    return subtree;
+}
+
+// The neighbour on the side of the child `towards`: in that child's subtree the node farthest to
+// the other side, else the first ancestor that the way up reaches from its other side.
+btree_node *neighbour(btree_node *node, side towards, side away) {
+    if (node->*towards != nullptr) {
+        return outermost(node->*towards, away);
+    }
+    while (node->parent != nullptr && node->parent->*towards == node) {
+        node = node->parent;
+    }
+    return node->parent;
+}
+
+} // namespace
+
 btree_place btree_find_place(btree *tree, const void *key, btree_compare compare, int mode) {
     btree_place place{&tree->root, nullptr, nullptr};
     while (*place.link != nullptr) {
@@ -87,55 +113,21 @@ int btree_locate(const btree *tree, const void *key, btree_compare compare, btre
 }
 
 void get_least_node(btree_node *subtree, btree_node **least) {
-    while (subtree != nullptr && subtree->left != nullptr) {
-        subtree = subtree->left;
-    }
-    *least = subtree;
+    *least = outermost(subtree, &btree_node::left);
 }
 
 void get_greatest_node(btree_node *subtree, btree_node **greatest) {
-    while (subtree != nullptr && subtree->right != nullptr) {
-        subtree = subtree->right;
-    }
-    *greatest = subtree;
+    *greatest = outermost(subtree, &btree_node::right);
 }
-
-namespace {
-
-// The neighbour on the side of the child `towards`: the end of that child's subtree nearest to the
-// node, or the first ancestor that the way up reaches from its other side.
-btree_node *neighbour(btree_node *node, btree_node *btree_node::*towards,
-                      btree_node *btree_node::*away) {
-    if (node->*towards != nullptr) {
-        node = node->*towards;
-        while (node->*away != nullptr) {
-            node = node->*away;
-        }
-        return node;
-    }
-    while (node->parent != nullptr && node->parent->*towards == node) {
-        node = node->parent;
-    }
-    return node->parent;
-}
-
-} // namespace
 
 btree_node *next_btree_node(const btree *tree, btree_node *node, int direction) {
-    btree_node *end = nullptr;
     switch (direction) {
     case BTREE_NEXT:
-        if (node != nullptr) {
-            return neighbour(node, &btree_node::right, &btree_node::left);
-        }
-        get_least_node(tree->root, &end);
-        return end;
+        return node != nullptr ? neighbour(node, &btree_node::right, &btree_node::left)
+                               : outermost(tree->root, &btree_node::left);
     case BTREE_PREVIOUS:
-        if (node != nullptr) {
-            return neighbour(node, &btree_node::left, &btree_node::right);
-        }
-        get_greatest_node(tree->root, &end);
-        return end;
+        return node != nullptr ? neighbour(node, &btree_node::left, &btree_node::right)
+                               : outermost(tree->root, &btree_node::right);
     default:
         std::printf("Unknown mode in next_btree_node()\n");
         return nullptr;

@@ -1,32 +1,37 @@
-// The block allocator: every block of the core and of the tools comes from here.
+// The block allocator: all memory of the core and of the tools.
 //
-// Sizes are in bytes. New memory is zero and 8-byte aligned; memory that goes back is overwritten
-// with 0xFF. Small requests are offered to the general pools first (pools.h); a pointer from any
-// of the functions below may be handed to any other of them. All of them may be called from
-// several threads; a block itself belongs to whoever holds its address.
+// Sizes are in bytes. New memory is zero and 8-byte aligned; released memory is overwritten with
+// 0xFF. Requests that match a general pool are served from it (pools.h). A block from any function
+// below may be passed to any other.
 //
-// A request that cannot be served prints two lines, goes to the innermost trap frame
-// (error_break) and, where no frame takes it, answers null; what the caller had stays as it was.
-// A negative size and a corrupt chain of blocks end the process with status 2.
+// Threads: any thread may call, once the program has turned threading on (EnableThreading) and then
+// counted its threads in thrThread::c_iThreadsInUse or c_iActiveThreadsInUse, both before a second
+// thread calls: without them no lock is taken. The first request takes the initialisation lock,
+// which the caller must not hold.
+//
+// Exhausted memory is reported and handed to the innermost trap frame (error_break in
+// serious_errors.h), which then goes on elsewhere. If no frame takes it, the function returns null
+// and nothing has changed. A negative size and a corrupt chain of blocks end the process with
+// status 2.
 #pragma once
 
-// size zero bytes; null for size 0.
+// Returns `size` bytes; null if size is 0. Caller frees with rlsmem().
 [[nodiscard]] void *getmem(int size);
-// The same; a xar flag other than 0 marks the block as an extensible array.
+// As getmem(). `xar` other than 0 marks the block as an extensible array.
 [[nodiscard]] void *getmem_xar(int size, int xar);
-// The same as getmem, but exhausted memory answers null at once.
+// As getmem(), but returns null without a report if memory is exhausted.
 [[nodiscard]] void *getmem_null(int size);
 
-// Resizes a block, which may move: the old address is stale unless the answer is null. The bytes
-// up to the smaller size are kept, those above the old size are zero. Null data is a new request;
-// a block of size 0 is still a block, to be released.
+// Resizes a block and returns its address; if that is not null, `data` is stale. The bytes up to
+// the smaller size are kept, those above the old size are zero. Null `data` makes a new block. A
+// block of size 0 is still a block: release it.
 [[nodiscard]] void *relocmem_xar(void *data, int new_size, int xar);
 
-// Gives a block back; null is allowed. Always 0.
+// Releases a block; null is allowed. Always returns 0.
 int rlsmem(void *data);
 
-// Releases *data and sets it to null, unless memory is being marked to be preserved
-// (block_debug.h): 0 for a null address, else 1.
+// Releases *data and sets it to null, unless marking_mem_to_preserve(). Returns 0 if `data` is
+// null, else 1.
 int relmem_address(void **data);
 
 template <class T>
@@ -40,8 +45,9 @@ int relmem(T **data) {
     return result;
 }
 
+// The switch of set_marking_mem_to_preserve() (block_debug.h).
 int marking_mem_to_preserve();
 
-// Makes the locks of the memory layer and the traps' thread-local object; every request that finds
-// them missing calls it. It takes the library initialisation lock, which its caller must not hold.
+// Makes the locks of the memory layer and each thread's stack of traps. The first request calls it.
+// Without a lock, while threading is on, prints a message and ends the process with status 1.
 void init_memory();

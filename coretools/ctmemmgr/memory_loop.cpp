@@ -18,82 +18,52 @@ enum loop_level : int { LOOP_OFF, LOOP_RECORDING, LOOP_COMPARING, LOOP_REPORTING
 
 constexpr int ADDRESS_STEP = 300;
 
-struct address_slot {
-    void ***addresses;
-    void **slot;
-};
+std::atomic<int> dbgmem_loop_level{LOOP_OFF};
+std::atomic<int> debug_memory_loop_size{MEMORY_LOOP_ALL_SIZES};
+std::atomic<void (*)()> debug_memory_func{nullptr};
 
-} // namespace
+// Guards the records and changes of the level. The records' arrays come from the allocator, so it
+// is taken before the locks of the released blocks, of the pools and of the chain.
+constinit lazy_mutex loop_lock{thrMutex_Create};
 
-static std::atomic<int> dbgmem_loop_level{LOOP_OFF};
-static std::atomic<int> debug_memory_loop_size{MEMORY_LOOP_ALL_SIZES};
-static std::atomic<void (*)()> debug_memory_func{nullptr};
-
-// Guards the records, and changes of the level. Their arrays come from the allocator, so this lock
-// is taken before those of the released blocks, the pools and the chain; never with that of the
-// zones.
-static constinit lazy_mutex loop_lock{thrMutex_Create};
-
-// What the memory layer itself allocates is not followed: for this thread the level is 0 then.
-static int current_level() {
+// The level as the calling thread sees it: what the memory layer itself allocates is not followed.
+int current_level() {
     return in_memory_bookkeeping ? LOOP_OFF : dbgmem_loop_level.load(std::memory_order_acquire);
 }
 
-static bool is_followed(const memory_loop_record *record, const void *data) {
+bool is_followed(const memory_loop_record *record, const void *data) {
     const int wanted = debug_memory_loop_size.load(std::memory_order_relaxed);
     return wanted == MEMORY_LOOP_ALL_SIZES || record->size(record, data) == wanted;
 }
 
-int get_in_debug_memory_loop() {
-    return current_level() > LOOP_OFF ? 1 : 0;
-}
-
-void set_debug_memory_loop_size(int size) {
-    debug_memory_loop_size.store(size, std::memory_order_relaxed);
-}
-
-void set_debug_memory_func(void (*function)()) {
-    debug_memory_func.store(function, std::memory_order_relaxed);
-}
-
-// The general blocks' record is number 0, pool number i has i + 1; null behind the last.
-static memory_loop_record *record_at(int number) {
+// Number 0 is the general blocks' record, i + 1 that of pool i; null after the last.
+memory_loop_record *record_at(int number) {
     return number == 0 ? &dbggetmem : pool_loop_record(number - 1);
 }
 
-static void drop_addresses(memory_loop_record *record) {
+void drop_addresses(memory_loop_record *record) {
     const bool outer = in_memory_bookkeeping;
     in_memory_bookkeeping = true;
     har_free(&record->addresses);
     in_memory_bookkeeping = outer;
 }
 
-void debug_cancel_memory_loop() {
-    const lazy_mutex_guard guard(loop_lock);
-    dbgmem_loop_level.store(LOOP_OFF, std::memory_order_release);
-    for (int i = 0; memory_loop_record *record = record_at(i); i++) {
-        record->active.store(0, std::memory_order_relaxed);
-        drop_addresses(record);
-    }
-}
-
-// False when the passes do not match.
-static bool cross_boundary(memory_loop_record *record, int level) {
+// False if the comparing pass does not match the recording one.
+bool cross_boundary(memory_loop_record *record, int level) {
     if (level == LOOP_COMPARING && record->count != record->previous_count) {
         return false;
     }
     record->active.store(1, std::memory_order_relaxed);
-    record->previous_count = record->count;
+    record->previous_count = level == LOOP_OFF ? 0 : record->count;
     record->count = 0;
     // A loop that ran out of memory may have left addresses behind.
     if (level == LOOP_REPORTING || level == LOOP_OFF) {
-        record->previous_count = level == LOOP_OFF ? 0 : record->previous_count;
         drop_addresses(record);
     }
     return true;
 }
 
-static bool cross_all_boundaries() {
+bool cross_all_boundaries() {
     const lazy_mutex_guard guard(loop_lock);
     const int level = dbgmem_loop_level.load(std::memory_order_relaxed);
     for (int i = 0; memory_loop_record *record = record_at(i); i++) {
@@ -106,15 +76,12 @@ static bool cross_all_boundaries() {
     return true;
 }
 
-void debug_memory_loop() {
-    if (!in_memory_bookkeeping && !cross_all_boundaries()) {
-        std::printf("Two previous loops had different numbers of memory allocations.\n");
-        std::printf("Cancelling memory loop handling.  Try again.\n");
-        debug_cancel_memory_loop();
-    }
-}
+struct address_slot {
+    void ***addresses;
+    void **slot;
+};
 
-static void make_address_slot(void *argument) {
+void make_address_slot(void *argument) {
     auto *const wanted = static_cast<address_slot *>(argument);
     if (*wanted->addresses == nullptr) {
         *wanted->addresses = har_alloc(static_cast<int>(sizeof(void *)), ADDRESS_STEP);
@@ -124,24 +91,26 @@ static void make_address_slot(void *argument) {
     }
 }
 
-// The arrays behind the record grow as usual, whatever the thread has switched: a thread that never
-// switched anything is not asked for memory here.
-static void add_address(address_slot *wanted) {
+// Returns a new element of the record's array, null without memory. The array grows as usual,
+// whatever the thread has switched.
+void **new_address(memory_loop_record *record) {
+    address_slot wanted = {&record->addresses, nullptr};
     const int ext_no = get_force_ext_no();
     const int ignore_reloc_cnt = get_force_ignore_reloc_cnt();
     set_force_ext_no(0);
     set_force_ignore_reloc_cnt(0);
-    call_with_memory_trap(make_address_slot, wanted);
+    call_with_memory_trap(make_address_slot, &wanted);
     set_force_ext_no(ext_no);
     set_force_ignore_reloc_cnt(ignore_reloc_cnt);
+    return wanted.slot;
 }
 
 enum class allocation_seen { COUNTED, NOT_RELEASED_BEFORE, ONE_TOO_MANY, NO_MEMORY };
 
-// Numbers an allocation as the level asks. No trap leaves this function: add_address ends it.
-static allocation_seen see_allocation(memory_loop_record *record, void *data) {
-    const lazy_mutex_guard guard(loop_lock);
-    const int level = current_level(); // read again: the loop may have been cancelled meanwhile
+// Does with an allocation what the pass asks for.
+allocation_seen see_allocation(memory_loop_record *record, void *data) {
+    const lazy_mutex_guard guard(loop_lock); // traps end in new_address
+    const int level = current_level();       // again: the loop may have been cancelled meanwhile
     if (level == LOOP_OFF) {
         return allocation_seen::COUNTED;
     }
@@ -159,16 +128,73 @@ static allocation_seen see_allocation(memory_loop_record *record, void *data) {
     }
     record->mark(data, number);
     if (level == LOOP_RECORDING) {
-        address_slot wanted = {&record->addresses, nullptr};
-        add_address(&wanted);
-        if (wanted.slot == nullptr) {
+        void **const entry = new_address(record);
+        if (entry == nullptr) {
             return allocation_seen::NO_MEMORY;
         }
         // A release finds the entry by the mark: without one, nothing is expected of this block.
-        *wanted.slot = record->index(data) == number ? data : nullptr;
+        *entry = record->index(data) == number ? data : nullptr;
     }
     record->count++;
     return seen;
+}
+
+void call_debug_memory_func(void *) {
+    if (void (*function)() = debug_memory_func.load(std::memory_order_relaxed)) {
+        function();
+    }
+}
+
+// The general blocks keep the number of an allocation where allocation replay keeps the serial.
+void dbggetmem_mark(void *data, int number) {
+    const chain_guard guard;
+    set_block_serial(data, static_cast<std::uint32_t>(number));
+}
+
+int dbggetmem_index(const void *data) {
+    return memdebug_serial(data);
+}
+
+} // namespace
+
+memory_loop_record dbggetmem = {{0},           0, 0, nullptr, dbggetmem_mark, dbggetmem_index,
+                                dbggetmem_size};
+
+void dbggetmem_access(memory_loop_record **record) {
+    *record = &dbggetmem;
+}
+
+int dbggetmem_size(const memory_loop_record *, const void *data) {
+    return data != nullptr ? block_size(header_of(data)) : 0;
+}
+
+int get_in_debug_memory_loop() {
+    return current_level() > LOOP_OFF ? 1 : 0;
+}
+
+void set_debug_memory_loop_size(int size) {
+    debug_memory_loop_size.store(size, std::memory_order_relaxed);
+}
+
+void set_debug_memory_func(void (*function)()) {
+    debug_memory_func.store(function, std::memory_order_relaxed);
+}
+
+void debug_cancel_memory_loop() {
+    const lazy_mutex_guard guard(loop_lock);
+    dbgmem_loop_level.store(LOOP_OFF, std::memory_order_release);
+    for (int i = 0; memory_loop_record *record = record_at(i); i++) {
+        record->active.store(0, std::memory_order_relaxed);
+        drop_addresses(record);
+    }
+}
+
+void debug_memory_loop() {
+    if (!in_memory_bookkeeping && !cross_all_boundaries()) {
+        std::printf("Two previous loops had different numbers of memory allocations.\n");
+        std::printf("Cancelling memory loop handling.  Try again.\n");
+        debug_cancel_memory_loop();
+    }
 }
 
 void debug_memory_loop_alloc(memory_loop_record *record, void *data) {
@@ -205,12 +231,6 @@ void debug_mark_released_memory(memory_loop_record *record, void *data) {
     }
 }
 
-static void call_debug_memory_func(void *) {
-    if (void (*function)() = debug_memory_func.load(std::memory_order_relaxed)) {
-        function();
-    }
-}
-
 void debug_memory_not_released(const memory_loop_record *record, const void *data) {
     if (current_level() == LOOP_OFF) {
         return;
@@ -218,28 +238,6 @@ void debug_memory_not_released(const memory_loop_record *record, const void *dat
     std::printf("debug_memory_not_released: %u bytes at %lx won't get released.\n",
                 static_cast<unsigned>(record->size(record, data)),
                 reinterpret_cast<unsigned long>(data));
-    // Should the function run out of memory, the program that is being watched goes on.
+    // Exhausted memory in the function must not jump out of the program that is watched.
     call_with_memory_trap(call_debug_memory_func, nullptr);
-}
-
-// The general blocks' record: the number stands where allocation replay keeps its serial.
-
-static void dbggetmem_mark(void *data, int number) {
-    const chain_guard guard;
-    set_block_serial(data, static_cast<std::uint32_t>(number));
-}
-
-static int dbggetmem_index(const void *data) {
-    return memdebug_serial(data);
-}
-
-int dbggetmem_size(const memory_loop_record *, const void *data) {
-    return data != nullptr ? block_size(header_of(data)) : 0;
-}
-
-memory_loop_record dbggetmem = {{0},           0, 0, nullptr, dbggetmem_mark, dbggetmem_index,
-                                dbggetmem_size};
-
-void dbggetmem_access(memory_loop_record **record) {
-    *record = &dbggetmem;
 }

@@ -1,17 +1,16 @@
 // Memory-loop debugging: finds what a repeated operation never releases.
 //
-// The program calls debug_memory_loop before each repetition. The first pass records every
+// The program calls debug_memory_loop() before each repetition. The first pass records every
 // allocation, the second must make as many, and the third reports each allocation at whose place
-// the first pass allocated something that neither pass released; then the next recording pass
-// begins. Calls may come from any thread, but the passes only make sense when the order of the
-// allocations is the same in each.
+// the first pass made one that neither pass released. Then the next recording pass begins. Any
+// thread may call, but the passes must make their allocations in the same order.
 #pragma once
 
 #include <atomic>
 
-// What one source of memory (the general blocks, or a pool) keeps for the loop. The functions
-// store an allocation's number in a block, read it back (-1: none) and tell the block's size; they
-// take no lock but that of the chain of blocks.
+// What a source of memory (the general blocks, or one pool) keeps for the loop. Of its functions,
+// mark stores the number of an allocation in a block, index returns it (-1 if there is none), and
+// size returns the size of a block. They may take the lock of the chain of blocks, no other.
 struct memory_loop_record {
     std::atomic<int> active;
     int count;          // allocations of the current pass
@@ -22,24 +21,26 @@ struct memory_loop_record {
     int (*size)(const memory_loop_record *record, const void *data);
 };
 
-// Marks the boundary between two passes; the first call starts the loop.
+// Ends a pass and begins the next; the first call starts the loop.
 void debug_memory_loop();
 void debug_cancel_memory_loop();
-// 1 while a loop is running, else 0.
+// 1 while a loop runs, else 0.
 int get_in_debug_memory_loop();
 
 constexpr int MEMORY_LOOP_ALL_SIZES = -1;
 
-// Follow only blocks of this size (MEMORY_LOOP_ALL_SIZES: all of them, as at start).
+// Follows only blocks of this size; MEMORY_LOOP_ALL_SIZES, as at first, follows all.
 void set_debug_memory_loop_size(int size);
-// Called after each report, may be null; what it allocates is not followed.
+// Sets what is called after each report; null, as at first, for nothing. What it allocates is not
+// followed.
 void set_debug_memory_func(void (*function)());
 
-// For the sources of memory, which call them only while their record is active and hold no lock.
+// For the sources of memory, which call these only while their record is active, and without locks.
 void debug_memory_loop_alloc(memory_loop_record *record, void *data);
 void debug_mark_released_memory(memory_loop_record *record, void *data);
 void debug_memory_not_released(const memory_loop_record *record, const void *data);
 
-// The general blocks' record, and the size of one of its blocks.
+// Stores the address of the general blocks' record in *record.
 void dbggetmem_access(memory_loop_record **record);
+// Returns the size of a general block; 0 if `data` is null.
 int dbggetmem_size(const memory_loop_record *record, const void *data);

@@ -8,18 +8,20 @@
 #include <algorithm>
 #include <cstring>
 
-static slot_header *slot_of(const void *data) {
+namespace {
+
+slot_header *slot_of(const void *data) {
     return reinterpret_cast<slot_header *>(
         const_cast<char *>(static_cast<const char *>(data) - sizeof(slot_header)));
 }
 
-static char *data_of_slot(slot_header *slot) {
+char *data_of_slot(slot_header *slot) {
     return reinterpret_cast<char *>(slot) + sizeof(slot_header);
 }
 
-// The area of a slot, or null when the slot does not lead to one. What is read here stays the same
-// for as long as a slot of the area is in use: no lock is needed.
-static area_header *area_of(const slot_header *slot) {
+// Returns the area of a slot; null if the slot does not lead to one. Needs no lock: what it reads
+// does not change while a slot of the area is in use.
+area_header *area_of(const slot_header *slot) {
     const std::size_t back = sizeof(area_header) + slot->offset * SLOT_UNIT;
     if (back >= Stat_clump_size || reinterpret_cast<std::uintptr_t>(slot) % SLOT_UNIT != 0) {
         return nullptr;
@@ -29,10 +31,10 @@ static area_header *area_of(const slot_header *slot) {
     return area->self == area ? area : nullptr;
 }
 
-// Answers data, as memset does. Small records are filled as two overlapping halves of fixed size:
+// Returns data, as memset does. Fills small records as two overlapping halves of fixed size, since
 // the call of memset would cost as much as all the rest.
 template <unsigned char value>
-static inline void *fill_record(char *data, std::size_t bytes) {
+inline void *fill_record(char *data, std::size_t bytes) {
     if (bytes > 64) {
         return std::memset(data, value, bytes);
     }
@@ -49,13 +51,13 @@ static inline void *fill_record(char *data, std::size_t bytes) {
     return data;
 }
 
-static void unlink_area(clump_entry &entry, area_header *area) {
+void unlink_area(clump_entry &entry, area_header *area) {
     (area->prev != nullptr ? area->prev->next : entry.first_area) = area->next;
     (area->next != nullptr ? area->next->prev : entry.last_area) = area->prev;
 }
 
-// Behind the area prev, or first when that is null.
-static void link_area(clump_entry &entry, area_header *area, area_header *prev) {
+// Links an area behind prev; first if that is null.
+void link_area(clump_entry &entry, area_header *area, area_header *prev) {
     area_header *const next = prev != nullptr ? prev->next : entry.first_area;
     area->prev = prev;
     area->next = next;
@@ -63,9 +65,7 @@ static void link_area(clump_entry &entry, area_header *area, area_header *prev) 
     (next != nullptr ? next->prev : entry.last_area) = area;
 }
 
-// Areas with room come first, except that the first may be full: checking two is enough. False if a
-// new area is needed.
-[[gnu::noinline]] static bool replace_first_area(clump_entry &entry, area_header *front) {
+[[gnu::noinline]] bool replace_first_area(clump_entry &entry, area_header *front) {
     area_header *const second = front->next;
     if (second == nullptr || !has_room(entry, second)) {
         return false;
@@ -75,14 +75,24 @@ static void link_area(clump_entry &entry, area_header *area, area_header *prev) 
     return true;
 }
 
-static inline bool make_first_area_with_room(clump_entry &entry) {
+// False if no area has room. The first may be full, but the others with room come before the full
+// ones, so checking two is enough.
+inline bool make_first_area_with_room(clump_entry &entry) {
     area_header *const front = entry.first_area;
     return front != nullptr && (has_room(entry, front) || replace_first_area(entry, front));
 }
 
-// The slots that were in use before come first. The headers of the others are written only when
-// they come up: a new area costs the same however many slots it has.
-static slot_header *pop_free_slot(area_header *area, std::size_t stride) {
+area_header *make_area(int pool, int soft_failure) {
+    auto *const area = static_cast<area_header *>(new_area_block(soft_failure));
+    if (area != nullptr) {
+        *area = {0, static_cast<std::int16_t>(pool), NO_SLOT, nullptr, nullptr, area, 0};
+    }
+    return area;
+}
+
+// Takes the slot released last, else the next fresh one. The headers of fresh slots are written
+// only now: a new area costs the same however many slots it has.
+inline slot_header *pop_free_slot(area_header *area, std::size_t stride) {
     if (area->first_free != NO_SLOT) {
         slot_header *const slot = slot_at(area, static_cast<std::size_t>(area->first_free));
         area->first_free = slot->next_free;
@@ -94,38 +104,25 @@ static slot_header *pop_free_slot(area_header *area, std::size_t stride) {
     return slot;
 }
 
-static area_header *make_area(int pool, int soft_failure) {
-    void *const memory = new_area_block(soft_failure);
-    if (memory == nullptr) {
-        return nullptr;
-    }
-    auto *const area = static_cast<area_header *>(memory);
-    area->used = 0;
-    area->pool = static_cast<std::int16_t>(pool);
-    area->first_free = NO_SLOT;
-    area->self = area;
-    area->fresh = 0;
-    return area;
-}
-
-// The ways in and out of a pool exist twice, made from one text: with the lock, and for runs
-// without threads, which need no registers for it.
-struct no_guard {};
-
 // Takes a slot from the first area, which has room.
-static inline slot_header *take_slot(const clump_entry &entry, int xar) {
+inline slot_header *take_slot(const clump_entry &entry, int xar) {
     area_header *const area = entry.first_area;
     slot_header *const slot = pop_free_slot(area, stride_of(entry));
     area->used++;
     slot->next_free = NO_SLOT;
     slot->mark = NO_MARK;
-    slot->tag = xar != 0 ? TAG_IN_USE_XAR : TAG_IN_USE;
+    slot->tag = xar != PLAIN_BLOCK ? TAG_IN_USE_XAR : TAG_IN_USE;
     return slot;
 }
 
+// Both ways, into a pool and out of it, are made twice from one text: with the lock, and with
+// no_guard for runs without threads, which then save no registers around calls. The steps that are
+// seldom taken are not inlined for the same reason.
+struct no_guard {};
+
 // Null if there is no such pool, or no area with room.
 template <class Guard>
-static inline slot_header *slot_of_pool(int pool, int xar) {
+inline slot_header *slot_of_pool(int pool, int xar) {
     [[maybe_unused]] const Guard guard;
     if (!is_pool_index(pool) || !make_first_area_with_room(clump_table[pool])) {
         return nullptr;
@@ -133,7 +130,7 @@ static inline slot_header *slot_of_pool(int pool, int xar) {
     return take_slot(clump_table[pool], xar);
 }
 
-static slot_header *slot_of_new_area(int pool, area_header *area, int xar) {
+slot_header *slot_of_new_area(int pool, area_header *area, int xar) {
     const clump_guard guard;
     clump_entry &entry = clump_table[pool];
     // Other threads may have made room meanwhile: no full area may come to stand before it.
@@ -142,66 +139,43 @@ static slot_header *slot_of_new_area(int pool, area_header *area, int xar) {
     return take_slot(entry, xar);
 }
 
-static bool is_known_pool(int pool) {
+bool is_known_pool(int pool) {
     const clump_guard guard;
     return is_pool_index(pool);
 }
 
-static inline void *zeroed(const clump_entry &entry, slot_header *slot) {
+inline bool is_in_loop(const clump_entry &entry) {
+    return entry.loop.active.load(std::memory_order_relaxed) != 0;
+}
+
+inline void *zeroed(const clump_entry &entry, slot_header *slot) {
     return fill_record<0>(data_of_slot(slot), static_cast<std::size_t>(entry.rounded));
 }
 
-[[gnu::noinline]] static void *zeroed_for_loop(clump_entry &entry, slot_header *slot) {
+[[gnu::noinline]] void *zeroed_for_loop(clump_entry &entry, slot_header *slot) {
     debug_memory_loop_alloc(&entry.loop, data_of_slot(slot));
     return zeroed(entry, slot);
 }
 
-static inline bool is_in_loop(const clump_entry &entry) {
-    return entry.loop.active.load(std::memory_order_relaxed) != 0;
-}
-
-static inline void *record_of(slot_header *slot, int pool) {
+inline void *record_of(int pool, slot_header *slot) {
     clump_entry &entry = clump_table[pool];
     return is_in_loop(entry) ? zeroed_for_loop(entry, slot) : zeroed(entry, slot);
 }
 
-[[gnu::noinline]] static void *record_of_new_area(int pool, int soft_failure, int xar) {
+[[gnu::noinline]] void *record_of_new_area(int pool, int soft_failure, int xar) {
     // Made without the lock: exhausted memory may jump to a trap frame.
     area_header *const area = is_known_pool(pool) ? make_area(pool, soft_failure) : nullptr;
-    return area != nullptr ? record_of(slot_of_new_area(pool, area, xar), pool) : nullptr;
+    return area != nullptr ? record_of(pool, slot_of_new_area(pool, area, xar)) : nullptr;
 }
 
 template <class Guard>
-[[gnu::noinline]] static void *take_record(int pool, int soft_failure, int xar) {
+[[gnu::noinline]] void *take_record(int pool, int soft_failure, int xar) {
     slot_header *const slot = slot_of_pool<Guard>(pool, xar);
-    return slot != nullptr ? record_of(slot, pool) : record_of_new_area(pool, soft_failure, xar);
+    return slot != nullptr ? record_of(pool, slot) : record_of_new_area(pool, soft_failure, xar);
 }
 
-void *take_pool_record(int pool, int soft_failure, int xar) {
-    return IsThreadingEnabled() ? take_record<clump_guard>(pool, soft_failure, xar)
-                                : take_record<no_guard>(pool, soft_failure, xar);
-}
-
-void *getmem_pool_xar(int pool, int xar) {
-    return take_pool_record(pool, 0, xar);
-}
-
-void *getmem_pool(int pool) {
-    return take_pool_record(pool, 0, 0);
-}
-
-// An area that was full, or whose last record has gone: it takes its new place, or leaves the pool.
-static void place_area(clump_entry &entry, area_header *area) {
-    if (area->used == 0) {
-        unlink_area(entry, area);
-    } else if (area != entry.first_area && has_room(entry, area)) {
-        unlink_area(entry, area);
-        link_area(entry, area, entry.first_area);
-    }
-}
-
-// Overwritten under the lock: a free slot may be the next request's at once.
-static inline void push_free_slot(const clump_entry &entry, area_header *area, slot_header *slot) {
+// Overwrites under the lock: a free slot may be the next request's at once.
+inline void push_free_slot(const clump_entry &entry, area_header *area, slot_header *slot) {
     slot->next_free = area->first_free;
     area->first_free = static_cast<std::int16_t>(slot->offset);
     area->used--;
@@ -209,20 +183,24 @@ static inline void push_free_slot(const clump_entry &entry, area_header *area, s
     fill_record<0xFF>(data_of_slot(slot), static_cast<std::size_t>(entry.rounded));
 }
 
-// True if the area has become empty and left the pool.
-static bool push_and_place(clump_entry &entry, area_header *area, slot_header *slot) {
+// Puts a slot back and its area into its new place. Returns true if the area has become empty and
+// left the pool.
+bool push_and_place(clump_entry &entry, area_header *area, slot_header *slot) {
     const clump_guard guard;
     const bool was_full = !has_room(entry, area);
     push_free_slot(entry, area, slot);
-    const bool is_empty = area->used == 0;
-    if (was_full || is_empty) {
-        place_area(entry, area);
+    if (area->used == 0) {
+        unlink_area(entry, area);
+        return true;
     }
-    return is_empty;
+    if (was_full && area != entry.first_area && has_room(entry, area)) {
+        unlink_area(entry, area);
+        link_area(entry, area, entry.first_area);
+    }
+    return false;
 }
 
-[[gnu::noinline]] static int release_and_place(clump_entry &entry, area_header *area,
-                                               slot_header *slot) {
+[[gnu::noinline]] int release_and_place(clump_entry &entry, area_header *area, slot_header *slot) {
     if (push_and_place(entry, area, slot)) {
         release_area_block(area);
     }
@@ -230,8 +208,7 @@ static bool push_and_place(clump_entry &entry, area_header *area, slot_header *s
 }
 
 template <class Guard>
-[[gnu::noinline]] static int release_slot(clump_entry &entry, area_header *area,
-                                          slot_header *slot) {
+[[gnu::noinline]] int release_slot(clump_entry &entry, area_header *area, slot_header *slot) {
     {
         [[maybe_unused]] const Guard guard;
         if (has_room(entry, area) && area->used > 1) { // the area keeps its place
@@ -242,9 +219,24 @@ template <class Guard>
     return release_and_place(entry, area, slot);
 }
 
-[[gnu::noinline]] static int second_release(void *data) {
+[[gnu::noinline]] int release_again(void *data) {
     dbg_err_crash("rlsmem_clump", " release of already released object");
     return pool_tag_of(data) == TAG_FREE ? 1 : rlsmem_clump(data);
+}
+
+} // namespace
+
+void *take_pool_record(int pool, int soft_failure, int xar) {
+    return IsThreadingEnabled() ? take_record<clump_guard>(pool, soft_failure, xar)
+                                : take_record<no_guard>(pool, soft_failure, xar);
+}
+
+void *getmem_pool_xar(int pool, int xar) {
+    return take_pool_record(pool, FAIL_TO_TRAPS, xar);
+}
+
+void *getmem_pool(int pool) {
+    return take_pool_record(pool, FAIL_TO_TRAPS, PLAIN_BLOCK);
 }
 
 int rlsmem_clump(void *data) {
@@ -253,7 +245,7 @@ int rlsmem_clump(void *data) {
     }
     const std::uint16_t tag = pool_tag_of(data);
     if (tag == TAG_FREE) {
-        return second_release(data);
+        return release_again(data);
     }
     if (!is_tag_in_use(tag)) {
         return 0;
@@ -265,7 +257,7 @@ int rlsmem_clump(void *data) {
         return 1;
     }
     clump_entry &entry = clump_table[area->pool];
-    // Before the lock: the loop's own bookkeeping allocates.
+    // Without the lock: the loop's own bookkeeping allocates.
     if (is_in_loop(entry)) {
         debug_mark_released_memory(&entry.loop, data);
     }
@@ -273,12 +265,11 @@ int rlsmem_clump(void *data) {
                                 : release_slot<no_guard>(entry, area, slot);
 }
 
-void *relocmem_clump(void *data, int new_size, int xar) {
-    static_cast<void>(xar);
+void *relocmem_clump(void *data, int new_size, int) {
     if (data == nullptr || !is_pool_record(data)) {
         return nullptr;
     }
-    slot_header *const slot = slot_of(data);
+    const slot_header *const slot = slot_of(data);
     const area_header *const area = area_of(slot);
     if (area != nullptr && area->pool < 0) {
         return nullptr;
@@ -291,10 +282,10 @@ void *relocmem_clump(void *data, int new_size, int xar) {
     if (entry.kind == POOL_EXPLICIT) {
         dbg_err_crash("relocmem_clump", "Cannot reallocate a user registered clump!");
     }
-    const int record_xar = slot->tag == TAG_IN_USE_XAR ? XAR_BLOCK : PLAIN_BLOCK;
-    // Size 0 gives a block of no bytes, as the resize of a general block does.
-    void *const moved = new_size != 0 ? getmem_xar(new_size, record_xar)
-                                      : manage_memory(0, nullptr, FAIL_TO_TRAPS, record_xar);
+    const int xar = slot->tag == TAG_IN_USE_XAR ? XAR_BLOCK : PLAIN_BLOCK;
+    // Size 0 makes a block without bytes, as the resize of a general block does.
+    void *const moved =
+        new_size != 0 ? getmem_xar(new_size, xar) : manage_memory(0, nullptr, FAIL_TO_TRAPS, xar);
     if (moved == nullptr) {
         return nullptr;
     }

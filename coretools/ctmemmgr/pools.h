@@ -1,62 +1,64 @@
-// Pools: many small records of one size from large areas.
+// Pools: many records of one size, cut from areas of 64 KiB.
 //
-// A record is zero and 8-byte aligned, is recognised by its address alone and may be released
-// with rlsmem. An explicit pool belongs to the subsystem that made it; a general pool serves every
-// getmem request of its rounded size. All functions may be called from several threads.
+// A pool (in names also "clump") is known by its number. An explicit pool belongs to the subsystem
+// that made it; a general pool serves every getmem() request of its rounded size. A record is zero
+// and 8-byte aligned, is recognised by its address alone, and is released with rlsmem(). Threads,
+// exhausted memory: as in getmem.h.
 #pragma once
 
-// An explicit pool of records of this many bytes: its index, or -1 when all pools are taken (in
-// the user run mode; elsewhere that ends the process). The name, cut to 31 characters, may be
-// null. A size of 0 or less, or one that leaves no record in an area, ends the process.
-int create_mem_pool(const char *name, int record_size);
-// The same for a general pool; a pool of the same rounded size is shared, and its name shows both.
-int register_clump(const char *name, int size);
-
 enum pool_kind : int { POOL_GENERAL = -7, POOL_EXPLICIT = -8, POOL_FREE = -9 };
-int register_clump_type(const char *name, int size, int kind);
 
-// The general pool for a request of this size, or -1. A size of 0 or less ends the process.
+// Makes a pool of `kind` and returns its number. A general pool of the same rounded size is shared,
+// and its name then shows both. `name` may be null and is cut to 31 characters. A size that is not
+// positive or leaves no record in an area ends the process. With all 500 pools taken, returns -1 in
+// the user run mode and ends the process in any other.
+int register_clump_type(const char *name, int size, int kind);
+// The same with POOL_GENERAL.
+int register_clump(const char *name, int size);
+// The same with POOL_EXPLICIT.
+int create_mem_pool(const char *name, int record_size);
+
+// Returns the general pool for a request of `size` bytes, or -1. A size that is not positive ends
+// the process.
 int find_non_id_clump(int size);
 
-// A zero record; null for an index that is no pool and when memory is exhausted (after the report,
-// as in getmem). The xar flag marks a record that holds an extensible array.
-[[nodiscard]] void *getmem_pool(int pool);
+// Returns a record; null if there is no such pool. `xar` other than 0 marks the record as an
+// extensible array.
 [[nodiscard]] void *getmem_pool_xar(int pool, int xar);
+[[nodiscard]] void *getmem_pool(int pool);
 
-// Releases a pool record: 1, or 0 when the address is none. A record that is already released is
-// reported and left alone: 1.
+// Releases a record. Returns 1, or 0 if `data` is no record. A record that is already released is
+// reported (dbg_err_crash) and left alone: 1.
 int rlsmem_clump(void *data);
-// Moves a pool record out of its pool: the new address holds the old contents up to the smaller
-// size. Null when the address is no pool record (nothing happens), and when memory is exhausted
-// (the record stays). The flag that marks arrays goes along with the record; xar is not used.
+// Moves a record out of its pool and returns its new address, with the contents up to the smaller
+// size and the record's own xar mark (`xar` is not used). Null, and nothing has changed, if `data`
+// is no record or memory is exhausted.
 [[nodiscard]] void *relocmem_clump(void *data, int new_size, int xar);
-// The pool of a record in use, or -1 when the address is none.
+// Returns the pool of a record in use, or -1 if `data` is none.
 int mempool_of_slot(const void *data);
 
-// The name of a pool, empty when it has none; null for an index that is no pool.
+// Returns the name of a pool, "" if it has none; null if there is no such pool.
 const char *mem_pool_name(int pool);
 
-// Switches, all 0 at start. Either of the first two keeps requests away from the general pools.
-void set_clump_mode_off_low(int on);
-void set_clump_mode_off(int on);
-// A small request makes the general pool that it misses.
-void set_automatic_clumps_on(int on);
-// Asks the owners of explicit pools to take their records from getmem instead.
-void set_dbg_memory_config(int on);
+// Switches, all 0 at first.
+void set_clump_mode_off_low(int on);  // the general pools serve no request
+void set_clump_mode_off(int on);      // the same
+void set_automatic_clumps_on(int on); // a request of up to 2048 bytes makes the pool that it lacks
+void set_dbg_memory_config(int on);   // owners of explicit pools shall use getmem() instead
 int get_dbg_memory_config();
 
-// Creates the pools' lock: 1; without a lock it ends the process.
+// Makes the pools' lock and returns 1. Without a lock it ends the process with status 1.
 int init_clump_lock();
 
 // What a check of a pool finds first.
 enum pool_check : int {
-    POOL_UNKNOWN = -1,      // no such pool
+    POOL_UNKNOWN = -1,      // there is no such pool
     POOL_IS_VALID = 0,      //
-    POOL_BAD_COUNT = 1,     // an area's count of slots in use
-    POOL_BAD_FREE_LIST = 2, // an area's free list, or its first fresh slot
+    POOL_BAD_COUNT = 1,     // an area's number of slots in use
+    POOL_BAD_FREE_LIST = 2, // an area's list of free slots
     POOL_BAD_SLOT = 3,      // a slot's header
     POOL_BAD_ORDER = 4,     // an area with room stands behind a full one
-    POOL_BAD_LINK = 5,      // an area's links, its own address or its pool
+    POOL_BAD_LINK = 5,      // an area's neighbours, own address or pool
 };
 
 // Checks every area, slot and free list of a pool.

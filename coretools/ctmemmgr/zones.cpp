@@ -34,18 +34,18 @@ constexpr int ZONE_STEP = 4;
 constexpr int CHUNK_STEP = 16;
 constexpr int ZONE_LIMIT = INT16_MAX; // an array keeps its zone in 16 bits
 
-} // namespace
+// Guards the table and its zones. Taken before the locks of the released blocks, of the pools and
+// of the chain: the table and the lists of chunks come from the allocator.
+constinit lazy_mutex zone_arr_mutex{thrMutex_Create};
+zone_record *zone_arr = nullptr; // extensible array
+int num_in_zone_arr = 0;
 
-static zone_record *zone_arr = nullptr; // extensible array
-static int num_in_zone_arr = 0;
-static constinit lazy_mutex zone_arr_mutex{thrMutex_Create};
-
-static void *memory_error() {
+void *memory_error() {
     error_break("Memory error.");
     return nullptr;
 }
 
-static void append_to_array(void *argument) {
+void append_to_array(void *argument) {
     auto *const append = static_cast<array_append *>(argument);
     if (*append->handle == nullptr) {
         *append->handle = xar_alloc(0, append->element_size, append->step);
@@ -57,7 +57,7 @@ static void append_to_array(void *argument) {
 // Appends one element; false without memory. Must be called under the lock, which the report of
 // exhausted memory may have released.
 template <class T>
-static bool append_element(T **array, const T &element, int step) {
+bool append_element(T **array, const T &element, int step) {
     void *handle = *array;
     array_append append = {&handle, static_cast<int>(sizeof(T)), step, &element, false};
     call_with_memory_trap(append_to_array, &append);
@@ -67,13 +67,75 @@ static bool append_element(T **array, const T &element, int step) {
     return append.done;
 }
 
-static zone_record *open_zone(int zone) {
+zone_record *open_zone(int zone) {
     return zone >= 0 && zone < num_in_zone_arr && zone_arr[zone].in_use ? &zone_arr[zone] : nullptr;
 }
 
-static int units_of(int size) {
+int units_of(int size) {
     return size / ZONE_UNIT + (size % ZONE_UNIT != 0 ? 1 : 0);
 }
+
+// Returns a piece of the zone's current chunk; null if it does not fit.
+void *take_from_chunk(zone_record *record, int units) {
+    if (record->current_chunk < 0 || units > record->chunk_units - record->used_units) {
+        return nullptr;
+    }
+    char *const piece = record->chunks[record->current_chunk] +
+                        static_cast<std::size_t>(record->used_units) * ZONE_UNIT;
+    record->used_units += units;
+    return piece;
+}
+
+// Stores the size of the zone's chunks in *chunk_units, 0 if it cannot serve so many units, and
+// returns a piece of its current chunk, or null.
+void *take_piece(int zone, int units, int *chunk_units) {
+    const lazy_mutex_guard guard(zone_arr_mutex);
+    zone_record *const record = open_zone(zone);
+    if (record == nullptr || units > record->chunk_units) {
+        *chunk_units = 0;
+        return nullptr;
+    }
+    *chunk_units = record->chunk_units;
+    return take_from_chunk(record, units);
+}
+
+// Adds a chunk to the zone and returns a piece of it. Null, and the chunk is still the caller's, if
+// the zone is no longer that for which the chunk was made, or without memory.
+void *take_from_new_chunk(int zone, int units, char *chunk, int chunk_units) {
+    const lazy_mutex_guard guard(zone_arr_mutex);
+    zone_record *const record = open_zone(zone);
+    if (record == nullptr || record->chunk_units != chunk_units ||
+        !append_element(&record->chunks, chunk, CHUNK_STEP)) {
+        return nullptr;
+    }
+    record->current_chunk++;
+    record->used_units = 0;
+    return take_from_chunk(record, units);
+}
+
+// Takes all chunks from a zone: an extensible array, null if there is none.
+char **detach_chunks(int zone, bool closes) {
+    const lazy_mutex_guard guard(zone_arr_mutex);
+    zone_record *const record = open_zone(zone);
+    if (record == nullptr) {
+        return nullptr;
+    }
+    char **const chunks = record->chunks;
+    *record = {nullptr, 0, record->chunk_units, -1, !closes};
+    return chunks;
+}
+
+// The chunks go back without the lock: releasing takes that of the memory loop.
+void release_chunks(int zone, bool closes) {
+    char **chunks = detach_chunks(zone, closes);
+    const int count = xar_count(&chunks);
+    for (int i = 0; i < count; i++) {
+        rlsmem(chunks[i]);
+    }
+    xar_free(&chunks);
+}
+
+} // namespace
 
 int zone_open(int chunk_size) {
     // The last multiple of 8 that is an int ends the range.
@@ -95,44 +157,6 @@ int zone_open(int chunk_size) {
     }
     num_in_zone_arr++;
     return zone;
-}
-
-// A piece of the zone's current chunk; null if it does not fit.
-static void *take_from_chunk(zone_record *record, int units) {
-    if (record->current_chunk < 0 || units > record->chunk_units - record->used_units) {
-        return nullptr;
-    }
-    char *const piece = record->chunks[record->current_chunk] +
-                        static_cast<std::size_t>(record->used_units) * ZONE_UNIT;
-    record->used_units += units;
-    return piece;
-}
-
-// Stores the size of the zone's chunks in *chunk_units, 0 if it cannot serve so many units, and
-// returns a piece of its current chunk, or null.
-static void *take_piece(int zone, int units, int *chunk_units) {
-    const lazy_mutex_guard guard(zone_arr_mutex);
-    zone_record *const record = open_zone(zone);
-    if (record == nullptr || units > record->chunk_units) {
-        *chunk_units = 0;
-        return nullptr;
-    }
-    *chunk_units = record->chunk_units;
-    return take_from_chunk(record, units);
-}
-
-// Adds a chunk to the zone and returns a piece of it. Null, and the chunk is still the caller's, if
-// the zone is no longer that for which the chunk was made, or without memory.
-static void *take_from_new_chunk(int zone, int units, char *chunk, int chunk_units) {
-    const lazy_mutex_guard guard(zone_arr_mutex);
-    zone_record *const record = open_zone(zone);
-    if (record == nullptr || record->chunk_units != chunk_units ||
-        !append_element(&record->chunks, chunk, CHUNK_STEP)) {
-        return nullptr;
-    }
-    record->current_chunk++;
-    record->used_units = 0;
-    return take_from_chunk(record, units);
 }
 
 void *zone_getmem(int zone, int size) {
@@ -159,28 +183,6 @@ void *zone_getmem(int zone, int size) {
         return memory_error();
     }
     return piece;
-}
-
-// Takes all chunks from a zone: an extensible array, null if there is none.
-static char **detach_chunks(int zone, bool closes) {
-    const lazy_mutex_guard guard(zone_arr_mutex);
-    zone_record *const record = open_zone(zone);
-    if (record == nullptr) {
-        return nullptr;
-    }
-    char **const chunks = record->chunks;
-    *record = {nullptr, 0, record->chunk_units, -1, !closes};
-    return chunks;
-}
-
-// The chunks go back without the lock: releasing takes that of the memory loop.
-static void release_chunks(int zone, bool closes) {
-    char **chunks = detach_chunks(zone, closes);
-    const int count = xar_count(&chunks);
-    for (int i = 0; i < count; i++) {
-        rlsmem(chunks[i]);
-    }
-    xar_free(&chunks);
 }
 
 void zone_empty(int zone) {
