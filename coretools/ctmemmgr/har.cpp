@@ -31,14 +31,14 @@ void **last_chunk(void ***top) {
     return top == nullptr || *top == nullptr ? nullptr : xar_last(top);
 }
 
-// The source of the element that many elements on; null stays null.
+// Returns the source of the element that is `elements` further on; null stays null.
 const void *advanced(const void *source, std::int64_t elements, int element_size) {
     return source == nullptr ? nullptr
                              : static_cast<const char *>(source) + elements * element_size;
 }
 
-// Appends chunks of count zero elements together, all but the last full. The top level has room for
-// them. False, and the array is as it was, without memory.
+// Appends chunks with `count` zero elements in all, all but the last full. The top level must have
+// room for them. False, and the array is as it was, without memory.
 bool append_chunks(void ***top, const chunk_shape &shape, int count) {
     const int old_chunks = xar_count(top);
     while (count > 0) {
@@ -94,8 +94,7 @@ int har_append(void ***top, int count, const void *source) {
         return xar_append(last, count, source) == nullptr ? 0 : 1;
     }
 
-    // Whatever may fail comes first. While one of the first two reports exhausted memory, which may
-    // jump, nothing is held.
+    // All that may fail comes first, and whatever reports, which may jump, while nothing is held.
     const int added = count - room;
     const int first_added = xar_count(top);
     const int chunks = (added - 1) / shape.limit + 1;

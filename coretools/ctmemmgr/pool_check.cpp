@@ -23,7 +23,8 @@ int count_free_list(area_header *area, int stride, int written) {
 int count_slots_in_use(area_header *area, int stride, int written) {
     int in_use = 0;
     for (int i = 0; i < written; i++) {
-        const slot_header *const slot = slot_at(area, static_cast<std::size_t>(i * stride));
+        const slot_header *const slot =
+            slot_at(area, static_cast<std::size_t>(i) * static_cast<std::size_t>(stride));
         const bool used = is_tag_in_use(slot->tag);
         if (slot->offset != i * stride || (used && slot->next_free != NO_SLOT) ||
             (!used && slot->tag != TAG_FREE)) {

@@ -45,6 +45,9 @@ void rotate(btree *tree, btree_node *x, side down, side up) {
     x->parent = y;
 }
 
+// Both repairs rely on the rules of the tree: a red node has a parent, and the way that lacks a
+// black node has a sibling with black nodes. NOLINTBEGIN(clang-analyzer-core.NullDereference)
+
 void repair_after_insertion(btree *tree, btree_node *node) {
     while (is_red(node->parent)) {
         btree_node *parent = node->parent;
@@ -73,7 +76,7 @@ void repair_after_insertion(btree *tree, btree_node *node) {
     paint(tree->root, RBTREE_BLACK);
 }
 
-// The ways through x are one black node short. Its sibling always exists.
+// The ways through x lack one black node. Its sibling always exists.
 void repair_after_deletion(btree *tree, btree_node *x) {
     while (x != tree->root && !is_red(x)) {
         btree_node *parent = x->parent;
@@ -109,6 +112,8 @@ void repair_after_deletion(btree *tree, btree_node *x) {
     paint(x, RBTREE_BLACK);
 }
 
+// NOLINTEND(clang-analyzer-core.NullDereference)
+
 void dump_subtree(const btree_node *node, int depth, void (*print)(const void *data)) {
     if (node == nullptr) {
         return;
@@ -127,7 +132,7 @@ btree *new_rbtree(int initial_nodes) {
 }
 
 rbtree_node *insert_data_into_rbtree(btree *tree, void *data, btree_compare compare) {
-    // The place is looked for first: an equal key costs no node.
+    // Looks for the place first: an equal key costs no node.
     const btree_place place = btree_find_place(tree, data, compare, BTREE_UNIQUE);
     if (place.link == nullptr) {
         return nullptr;
@@ -154,7 +159,7 @@ int rbtree_delete_node(btree *tree, btree_node *node) {
     }
     btree_node *child = leaving->left != nullptr ? leaving->left : leaving->right;
 
-    // Where it has none, a black stand-in takes its place until the repair is done.
+    // If it has none, a black stand-in takes its place during the repair.
     rbtree_node stand_in{};
     stand_in.colour = RBTREE_BLACK;
     btree_node *heir = child;

@@ -19,8 +19,8 @@ void insertion_sort(int first, int last, Compare compare, const void **pointers)
     }
 }
 
-// An entry that is the pivot itself stops a scan without a comparison. With a sound comparison some
-// entry always does so inside the range; the bounds hold for any other.
+// An entry that is the pivot itself stops a scan without a comparison. With a sound comparison an
+// entry inside the range always stops it; the bounds are for any other.
 template <class Compare>
 void quick_sort(int first, int last, Compare compare, const void **pointers) {
     while (last - first >= INSERTION_SORT_BELOW - 1) {

@@ -11,6 +11,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 
 namespace {
 
@@ -19,7 +20,7 @@ constexpr int GENERAL_ALLOCATOR = -1;
 // Small arrays that grow one element at a time would move at every append.
 constexpr int SMALL_ELEMENT_BYTES = 128;
 
-// For the operations that take a null handle as no array at all.
+// For the operations to which a null handle is no array at all.
 bool is_valid_or_none(const void *const *handle, const char *tag) {
     if (handle != nullptr && (*handle == nullptr || xar_is_valid(*handle))) {
         return true;
@@ -50,33 +51,35 @@ int limit_of(int element_size) {
     return XAR_LIMIT_BYTES / element_size;
 }
 
-// The capacity is within the limit, so that nothing here can overflow.
+// Cannot overflow: the capacity is within the limit.
 int block_bytes(int capacity, int element_size) {
     const int bytes = capacity * element_size;
     return (bytes + XAR_UNIT_BYTES - 1) / XAR_UNIT_BYTES * XAR_UNIT_BYTES + XAR_OVERHEAD_BYTES;
 }
 
-// The room of an array created empty. The environment is asked once, at the first array of all.
+// The room of an array created empty. The environment is read once, at the first array of all.
 int room_when_empty() {
     static const int room = std::getenv("DEBUG_XAR") == nullptr ? 1 : 0;
     return room;
 }
 
-// How much wider than the base step an array grows at its nth move.
+// How much wider than the base step an array grows at its nth move, counted from 1.
 double growth_factor(int move) {
     constexpr double FIRST_MOVES[] = {1.0, 1.3, 1.6, 2.0};
-    if (move <= 4) {
-        return FIRST_MOVES[move - 1];
-    }
-    return 2.0 * std::pow(1.15, move - 4);
+    constexpr int LISTED = static_cast<int>(std::size(FIRST_MOVES));
+    constexpr double LATER_MOVE = 1.15; // wider than the move before
+    return move <= LISTED ? FIRST_MOVES[move - 1]
+                          : FIRST_MOVES[LISTED - 1] * std::pow(LATER_MOVE, move - LISTED);
 }
 
-// A step of the limit already grows any array to its limit: no wider one is needed.
+// A step of the limit grows any array to its limit: no wider one is needed.
 int growth_step(int base, int move) {
     if (move <= 0) {
         return base;
     }
-    const double widened = 0.1 + base * growth_factor(move);
+    // A product that should be whole may come out just below; this keeps it from being cut.
+    constexpr double CUT_GUARD = 0.1;
+    const double widened = CUT_GUARD + base * growth_factor(move);
     return widened < XAR_LIMIT_BYTES ? static_cast<int>(widened) : XAR_LIMIT_BYTES;
 }
 
@@ -102,7 +105,7 @@ void *resized_block(xar_header *header, int zone, int old_bytes, int new_bytes) 
     return block;
 }
 
-// Moves the array to a block with room for count more elements and takes them into use.
+// Moves the array to a block with room for count more elements, and extends it by them.
 void *extend_by_moving(void **handle, int count) {
     xar_header *header = xar_header_of(*handle);
     const xar_trailer old_trailer = *xar_trailer_of(header);
@@ -134,7 +137,7 @@ void *extend_by_moving(void **handle, int count) {
     return elements + static_cast<std::ptrdiff_t>(old_trailer.count) * element_size;
 }
 
-// first is where the elements in use end.
+// `first` is where the elements in use end.
 void *extend(void **handle, int count, char *first) {
     xar_header *header = xar_header_of(*handle);
     xar_trailer *trailer = xar_trailer_of(header);

@@ -1,14 +1,15 @@
 // Extensible arrays: growable arrays of fixed-size elements, indexed like plain ones.
 //
 // A handle is the address of the first element. Operations that may move or release an array take
-// the address of the caller's handle and update it; every other copy of the handle is then stale.
-// Elements that come into use are zero. An array is not locked: threads that share one serialise
-// its use. The bookkeeping is described in xar_layout.h.
+// the address of the caller's handle and update it; all other copies of the handle are then stale.
+// Elements that come into use are zero. Not locked: threads that share an array serialise its use.
+// The bookkeeping is described in xar_layout.h.
 //
-// Misuse ends the process through err_crash with the operation's tag ("XAR_APPEND" uses
-// "XAR_EXTEND") and "invalid array", "invalid request" or, when created beyond the limit, "too big
-// array". Exhausted memory and growth beyond the limit are reported and handed to the traps. Where
-// such a report returns, the array is as it was and the operation answers null or 0.
+// Misuse ends the process through err_crash with the name of the operation ("XAR_ALLOC",
+// "XAR_EXTEND" for appending too, ...) and "invalid array", "invalid request" or "too big array"
+// (creation). Exhausted memory, and growth beyond the limit of 2047984 bytes, are reported and
+// handed to the traps (error_break). Where a report returns, the array is as it was and the
+// operation returns null, 0 or false.
 #pragma once
 
 #include "coretools/ctmemmgr/xar_layout.h"
@@ -16,40 +17,41 @@
 #include <cstring>
 #include <type_traits>
 
-// A new array of count zero elements of element_size bytes (1 to 65535) that first grows by step
-// elements (kept at 8191 at most). Null, and nothing made, when count and step are both 0.
+// Returns a new array of `count` elements of `element_size` bytes (1 to 65535), whose first growth
+// step is `step` elements (8191 at most are kept). Null, and nothing is made, if count and step are
+// both 0. Release with xar_free().
 [[nodiscard]] void *xar_alloc(int count, int element_size, int step);
-// The same in a zone, whose memory is given back with the zone; a negative zone stands for the
-// general allocator.
+// The same in a zone, which owns the memory; a negative zone is the general allocator.
 [[nodiscard]] void *zone_xar_alloc(int zone, int count, int element_size, int step);
-// Appends count elements copied from source, or zero ones when source is null: the first of them,
-// or null without memory. A count of 0 answers xar_last. The source may lie in the same array.
+// Appends `count` elements copied from `source`, which may lie in the array, or zero ones if that
+// is null. Returns the first of them; null without memory; xar_last() if count is 0.
 void *xar_append(void **handle, int count, const void *source);
-// Appends count zero elements: the first of them; null for 0 and without memory.
+// Appends `count` zero elements and returns the first of them; null if count is 0 or without
+// memory.
 void *xar_extend(void **handle, int count);
-// The elements in use; 0 for a null handle.
+// Returns the number of elements in use; 0 for a null handle.
 int xar_count(const void *const *handle);
-// The last element; null for an empty array and a null handle.
+// Returns the last element; null if there is none, or for a null handle.
 void *xar_last(void *const *handle);
-// Removes the last count elements and answers the new last one, null when none is left. The
-// memory stays with the array.
+// Removes the last `count` elements and returns the new last one, or null. Frees no memory.
 void *xar_shrink(void **handle, int count);
-// Makes room for count more elements: appending them will neither fail nor move the array. False
-// without memory.
+// Makes room for `count` more elements: appending them then neither fails nor moves the array.
+// False without memory.
 bool xar_reserve(void **handle, int count);
-// Shrinks or extends to new_count elements. Returns 0, without memory too: xar_count then returns
-// the old count. A null handle may only be resized to 0.
+// Shrinks or extends to `new_count` elements. Returns 0, also without memory: the array then keeps
+// its xar_count(). A null handle may only be resized to 0.
 int xar_resize(void **handle, int new_count);
-// Fills each output that is not null: element size, growth step as created, elements in use and the
-// most elements an array of this element size may hold. A null handle fills none.
+// Stores, where the output is not null: the element size, the growth step as created, the elements
+// in use, and the most elements that an array of this element size can hold. A null handle stores
+// none.
 void xar_params(const void *const *handle, int *element_size, int *step, int *count, int *maximum);
 // Releases the array, unless a zone owns it, and sets the handle to null.
 void xar_free(void **handle);
-// The index of the first element equal to value in an array of ints, or -1.
+// Returns the index of the first element of an array of ints that is equal to `value`, or -1.
 int int_in_list(int value, const int *handle);
 
-// Debugging switches of the calling thread, both 0 at first. With force_ext_no its new arrays get
-// the step 1; with force_ignore_reloc_cnt growth steps do not widen.
+// Debugging switches of the calling thread, 0 at first. With force_ext_no its new arrays get the
+// step 1; with force_ignore_reloc_cnt growth steps do not widen.
 int get_force_ext_no();
 void set_force_ext_no(int value);
 int get_force_ignore_reloc_cnt();
@@ -57,7 +59,7 @@ void set_force_ignore_reloc_cnt(int value);
 
 // The same operations on a typed handle.
 
-// Plain data that is copied by assignment, aligned no more strictly than the elements are.
+// Plain data that is copied by assignment, and aligned no more strictly than elements are.
 template <class T>
 concept xar_element = std::is_trivially_copyable_v<T> && std::is_copy_assignable_v<T> &&
                       alignof(T) <= XAR_UNIT_BYTES;
@@ -84,7 +86,8 @@ auto xar_with_untyped(T **handle, Operation operation) {
     return result;
 }
 
-// Null, and nothing done, when the array has to move, holds the source or is no array of T.
+// The fast path of xar_append. Null, and nothing is done, if the array has to move, holds the
+// source or is no array of T.
 template <xar_element T>
 T *xar_append_in_place(T *elements, int count, const T *source) {
     constexpr int size = static_cast<int>(sizeof(T));
@@ -105,7 +108,7 @@ T *xar_append_in_place(T *elements, int count, const T *source) {
     }
     trailer->count += count;
     T *first = reinterpret_cast<T *>(end);
-    // One element is assigned: unlike a copy of bytes, that is known to leave the count alone.
+    // Assigned, not copied as bytes: the compiler then knows that the count does not change.
     if (count == 1) {
         *first = *source;
     } else {

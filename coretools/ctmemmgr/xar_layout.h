@@ -37,8 +37,8 @@ constexpr int XAR_STEP_BITS = 13;
 constexpr int XAR_MAXIMUM_STEP = (1 << XAR_STEP_BITS) - 1;
 constexpr int XAR_MAXIMUM_ELEMENT_SIZE = UINT16_MAX;
 
-// No array holds more than XAR_LIMIT_BYTES / element size elements, on any host. A block at the
-// limit is whole units long, so that rounding up never makes room beyond it.
+// An array holds at most XAR_LIMIT_BYTES / element size elements. The limit is a whole number of
+// units, so that rounding up never makes room beyond it.
 constexpr int XAR_LIMIT_BYTES = 2047984;
 constexpr int XAR_MAXIMUM_UNITS = (XAR_LIMIT_BYTES + XAR_OVERHEAD_BYTES) / XAR_UNIT_BYTES;
 static_assert(XAR_LIMIT_BYTES % XAR_UNIT_BYTES == 0);
@@ -80,8 +80,8 @@ inline xar_trailer *xar_trailer_of(xar_header *header) {
     return reinterpret_cast<xar_trailer *>(end - sizeof(xar_trailer));
 }
 
-// The trailer that a header leads to, null when there is none. The units are checked first: those
-// of a damaged header could lead anywhere.
+// Returns the trailer that a header leads to, or null. Checks the units first: those of a damaged
+// header could lead anywhere.
 inline xar_trailer *xar_checked_trailer(xar_header *header) {
     const std::uint32_t units = xar_units(header);
     if (units < XAR_OVERHEAD_BYTES / XAR_UNIT_BYTES || units > XAR_MAXIMUM_UNITS) {
@@ -100,21 +100,21 @@ inline bool xar_is_valid(const void *elements) {
            xar_checked_trailer(header) != nullptr;
 }
 
-// Where the next element of a valid array comes to lie. The count is read as unsigned: a load that
-// extends no sign gets the value of the store before it, the last append's, much sooner.
+// The place of the next element of a valid array. The count is read as unsigned: a load without
+// sign extension gets the value that the last append stored much sooner.
 inline char *xar_end_in_use(void *elements, const xar_trailer *trailer, int element_size) {
     const std::size_t count = static_cast<std::uint32_t>(trailer->count);
     return static_cast<char *>(elements) + count * static_cast<std::size_t>(element_size);
 }
 
-// Whether count more elements fit between the end in use and the trailer.
+// True if count more elements fit between the end in use and the trailer.
 inline bool xar_has_room(const char *end_in_use, const xar_trailer *trailer, int count,
                          int element_size) {
     return std::int64_t{count} * element_size <=
            reinterpret_cast<const char *>(trailer) - end_in_use;
 }
 
-// Whether an address lies inside the elements in use.
+// True if an address lies inside the elements in use.
 inline bool xar_is_inside(const void *elements, const char *end_in_use, const void *address) {
     const auto at = reinterpret_cast<std::uintptr_t>(address);
     return at < reinterpret_cast<std::uintptr_t>(end_in_use) &&

@@ -8,7 +8,7 @@
 
 namespace {
 
-// What a thread reads until it sets a value of its own.
+// What a thread reads until it sets its own value.
 constexpr int force_ext_noTSDStaticData = 0;
 constexpr int force_ignore_reloc_cntTSDStaticData = 0;
 
@@ -20,7 +20,7 @@ struct thread_switch {
 thread_switch force_ext_no{nullptr, force_ext_noTSDStaticData};
 thread_switch force_ignore_reloc_cnt{nullptr, force_ignore_reloc_cntTSDStaticData};
 
-// A thread that never sets the switch needs no block of its own to read it.
+// Reading needs no memory: a thread that never set the switch has no value of its own.
 int read_switch(const thread_switch &from) {
     const thrLocalObject *object = from.object.load(std::memory_order_acquire);
     const void *own = object == nullptr ? nullptr : thrLocalObject_GetData(object);

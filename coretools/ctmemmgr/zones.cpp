@@ -1,4 +1,4 @@
-// Zones: arenas whose memory is given back all at once.
+// Zones: arenas whose memory is released all at once.
 #include "coretools/ctmemmgr/zones.h"
 
 #include "basictk/baselib/inc/thrMutex.h"
