@@ -49,18 +49,20 @@ constexpr char TOO_MANY[] = "debug_memory_loop_alloc: too many allocations."
                             " Cancelling memory loop.\n";
 
 constexpr struct {
+    const char *name;
     void (*operation)();
     int passes, size, reports;
     const char *output; // its start; without a report all of it
 } ROWS[] = {
-    {leave_nothing, 7, -1, 0, ""},
-    {leak_a_block, 6, -1, 2, NOT_RELEASED},
-    {leak_a_block, 3, 40, 1, NOT_RELEASED},
-    {leak_a_block, 3, 24, 0, ""},
-    {[] { leaked.push_back(relocmem_xar(getmem(8), 40, 0)); }, 3, -1, 1, NOT_RELEASED},
-    {[] { leaked.push_back(getmem_pool(pool)); }, 3, -1, 1, RECORD_NOT_RELEASED},
-    {[] { use_blocks(pass + 1); }, 3, -1, 0, DIFFER},
-    {[] { use_blocks(pass == 2 ? 3 : 2); }, 3, -1, 0, TOO_MANY},
+    {"nothing is left", leave_nothing, 7, -1, 0, ""},
+    {"a block each pass", leak_a_block, 6, -1, 2, NOT_RELEASED},
+    {"only blocks of 40 bytes", leak_a_block, 3, 40, 1, NOT_RELEASED},
+    {"only blocks of 24 bytes", leak_a_block, 3, 24, 0, ""},
+    {"a resized block", [] { leaked.push_back(relocmem_xar(getmem(8), 40, 0)); }, 3, -1, 1,
+     NOT_RELEASED},
+    {"a pool record", [] { leaked.push_back(getmem_pool(pool)); }, 3, -1, 1, RECORD_NOT_RELEASED},
+    {"passes differ", [] { use_blocks(pass + 1); }, 3, -1, 0, DIFFER},
+    {"the third pass allocates more", [] { use_blocks(pass == 2 ? 3 : 2); }, 3, -1, 0, TOO_MANY},
 };
 
 TEST(MemoryLoop, ReportsWhatThePassesLeave) {
@@ -81,12 +83,12 @@ TEST(MemoryLoop, ReportsWhatThePassesLeave) {
         }
         std::string output = testing::internal::GetCapturedStdout();
         output.resize(row.reports != 0 ? std::strlen(row.output) : output.size());
-        EXPECT_EQ(output, row.output) << &row - ROWS;
-        EXPECT_EQ(callbacks, row.reports) << &row - ROWS;
+        EXPECT_EQ(output, row.output) << row.name;
+        EXPECT_EQ(callbacks, row.reports) << row.name;
         const bool given_up = row.output == DIFFER || row.output == TOO_MANY;
-        EXPECT_EQ(get_in_debug_memory_loop(), given_up ? 0 : 1) << &row - ROWS;
+        EXPECT_EQ(get_in_debug_memory_loop(), given_up ? 0 : 1) << row.name;
         debug_cancel_memory_loop();
-        EXPECT_LE(get_memory_statistics().num_blocks, before + row.passes) << &row - ROWS;
+        EXPECT_LE(get_memory_statistics().num_blocks, before + row.passes) << row.name;
     }
     set_debug_memory_func(nullptr);
     rlsmem(kept_for_a_pass);

@@ -1,0 +1,174 @@
+// Random requests for blocks and pool records beside a model, on one thread and on eight.
+#include "coretools/ctmemmgr/memory_loop.h"
+#include "coretools/ctmemmgr/memory_trap.h"
+#include "coretools/ctmemmgr/pools_internal.h"
+#include "coretools/ctmemmgr/serious_errors.h"
+#include "coretools/ctmemmgr/xar.h"
+#include "coretools/ctmemmgr/zones.h"
+#include "coretools/ctmisc/run_mode.h"
+#include "tests/coretools/ctmemmgr/memory_test.h"
+
+#include <atomic>
+#include <cstring>
+#include <functional>
+#include <map>
+#include <random>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using Requests = MemoryTest;
+
+constexpr int SIZES[] = {1, 40, 300, 2000, 15001, 32000, 65488};
+
+// A pool for each size: the first.
+int make_pools() {
+    register_clump("general", 312);
+    for (const int size : SIZES) {
+        create_mem_pool(nullptr, size);
+    }
+    return clump_count - static_cast<int>(std::size(SIZES));
+}
+
+// Random requests for blocks and records in every mode, beside a model that knows what each must
+// hold. What else a test does at each step is up to it.
+void use_memory(int seed, int first_pool, int steps, const std::function<void(int)> &at_each_step) {
+    struct live_piece {
+        void *data;
+        int pool; // -1: a block
+        std::string contents;
+    };
+    std::vector<live_piece> live;
+    std::mt19937 random(static_cast<unsigned>(seed));
+    for (int step = 0; step < steps; step++) {
+        set_always_relocate(step % 3 == 1 ? 1 : 0);
+        set_dont_release_memory(step % 3 == 2 ? 1 : 0);
+        live_piece piece = {nullptr, -1, ""};
+        const bool releases = random() % 10 < (step / 1000 % 2 == 0 ? 3U : 7U);
+        if ((releases || random() % 3 == 0) && !live.empty()) {
+            std::swap(live[random() % live.size()], live.back());
+            piece = live.back();
+            live.pop_back();
+            ASSERT_EQ(std::memcmp(piece.data, piece.contents.data(), piece.contents.size()), 0);
+            ASSERT_EQ(mempool_of_slot(piece.data), piece.pool) << step;
+        }
+        int size = static_cast<int>(random() % (random() % 20 == 0 ? 9000 : 320));
+        if (releases) {
+            rlsmem(std::exchange(piece.data, nullptr));
+        } else if (piece.data == nullptr && random() % 2 == 0) {
+            const std::size_t kind = random() % std::size(SIZES);
+            size = SIZES[kind];
+            piece.pool = first_pool + static_cast<int>(kind);
+            const int xar = static_cast<int>(random() % 2);
+            piece.data = getmem_pool_xar(piece.pool, xar);
+            ASSERT_EQ(pool_tag_of(piece.data), xar != 0 ? TAG_IN_USE_XAR : TAG_IN_USE);
+        } else {
+            piece.data = relocmem_xar(piece.data, size, 0);
+            piece.pool = mempool_of_slot(piece.data);
+        }
+        if (piece.data != nullptr) {
+            piece.contents.resize(static_cast<std::size_t>(size)); // what is new is zero
+            ASSERT_EQ(reinterpret_cast<std::uintptr_t>(piece.data) % 8, 0u);
+            ASSERT_EQ(std::memcmp(piece.data, piece.contents.data(), piece.contents.size()), 0);
+            piece.contents.assign(piece.contents.size(), static_cast<char>(random()));
+            std::memcpy(piece.data, piece.contents.data(), piece.contents.size());
+            live.push_back(piece);
+        }
+        at_each_step(step);
+    }
+    set_always_relocate(0);
+    set_dont_release_memory(0);
+    for (const live_piece &piece : live) {
+        rlsmem(piece.data);
+    }
+}
+
+TEST_F(Requests, AtRandomKeepContentsChainAndAreas) {
+    const int first_pool = make_pools();
+    use_memory(20, first_pool, 12000, [first_pool](int step) {
+        use_locks(step / 500 % 2 == 0); // without them pools have a shorter way
+        ASSERT_EQ(check_memory_chain(), CHAIN_IS_VALID) << step;
+        ASSERT_EQ(check_mem_pool(first_pool + step % static_cast<int>(std::size(SIZES))),
+                  POOL_IS_VALID)
+            << step;
+    });
+    int released = 0;
+    for (released_block entry; get_released_block(released, &entry); released++) {
+        ASSERT_TRUE(all_are(entry.block, entry.whole_size, 0xFF));
+    }
+    use_locks(true);
+    EXPECT_GT(released, 1000);
+    EXPECT_LE(live_blocks(), before.num_blocks + 2); // the list stays
+    before = get_memory_statistics();
+}
+
+// What a thread does beside its blocks now and then: count is guarded by the mutex.
+void use_everything_else(int step, int **list, thrMutex *mutex, int *count) {
+    dbg_print_info("threads", "%-4s|%*d", "ab", 5, step);
+    thrMutex_Lock(mutex);
+    thrMutex_Lock(mutex);
+    ++*count;
+    thrMutex_Unlock(mutex);
+    thrMutex_Unlock(mutex);
+    const auto outgrow = [](void *argument) {
+        xar_extend(static_cast<int **>(argument), XAR_LIMIT_BYTES);
+    };
+    EXPECT_FALSE(call_with_memory_trap(outgrow, list));
+    EXPECT_EQ((*list)[xar_count(list) - 1], step);
+}
+
+// Nothing races and nothing is lost, while loops start and end.
+TEST_F(Requests, OfEightThreadsLoseNothing) {
+    constexpr int THREADS = 8;
+    constexpr int STEPS = 4000;
+    constexpr int ENGINE_BLOCKS = 3; // what the formatting engine keeps for each thread it served
+    const int first_pool = make_pools();
+    const int zone = zone_open(4000);
+    thrMutex *const mutex = thrMutex_Create_Recursive();
+    std::atomic<int> running{THREADS};
+    int count = 0;
+    before = get_memory_statistics();
+    set_run_mode(RUN_MODE_PFA_TRACE);
+    testing::internal::CaptureStdout();
+    run_on_threads(THREADS + 1, [&](int number) {
+        while (number == THREADS && running > 0) {
+            debug_memory_loop();
+            std::this_thread::yield();
+            debug_cancel_memory_loop();
+        }
+        int *list = xar_alloc_of<int>(0, 10);
+        use_memory(number, first_pool, number == THREADS ? 0 : STEPS, [&](int step) {
+            ASSERT_NE(xar_append(&list, 1, &step), nullptr);
+            std::memset(zone_getmem(zone, 16), 1, 16);
+            if (step % 16 == 0) {
+                use_everything_else(step, &list, mutex, &count);
+                ASSERT_EQ(check_mem_pool(first_pool + step % 7), POOL_IS_VALID);
+            }
+        });
+        xar_free(&list);
+        running--;
+    });
+    std::istringstream output(testing::internal::GetCapturedStdout());
+    std::map<std::string, int> reports;
+    for (std::string line; std::getline(output, line);) {
+        reports[line]++;
+    }
+    for (const auto &[line, times] : reports) {
+        EXPECT_EQ(times % THREADS, 0) << line;
+    }
+    EXPECT_EQ(reports["threads:  ab  | 1008 (INFO MESSAGE)"], THREADS);
+    set_run_mode(RUN_MODE_USER);
+    zone_close(zone);
+    EXPECT_EQ(count, THREADS * STEPS / 16);
+    const std::int64_t kept = live_blocks() - before.num_blocks - THREADS * ENGINE_BLOCKS;
+    EXPECT_GE(kept, 0);
+    EXPECT_LE(kept, 2); // the list of released blocks
+    before = get_memory_statistics();
+}
+
+} // namespace
