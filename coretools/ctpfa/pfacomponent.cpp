@@ -44,7 +44,7 @@ pfa_status replace(vek_file *record, int first, int last, std::string_view sourc
     }
     std::memmove(record->text + end + shift, record->text + end,
                  static_cast<std::size_t>(total - end) + 1);
-    std::memcpy(record->text + start, source.data(), source.size());
+    source.copy(record->text + start, source.size()); // an empty view may have no text
     record->bounds[last].end = static_cast<std::int16_t>(end + shift);
     for (int i = last + 1; i < PFA_COMPONENTS; ++i) {
         record->bounds[i].start = static_cast<std::int16_t>(record->bounds[i].start + shift);

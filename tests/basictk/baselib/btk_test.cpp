@@ -101,7 +101,7 @@ TEST(MemoryManagers, HeaderNamesManagerAndSize) {
     EXPECT_EQ(new (&full) Counted, nullptr);
     EXPECT_EQ(Counted::made, 4);
     EXPECT_EQ(btkNew(SIZE_MAX - 8, nullptr), nullptr);
-    EXPECT_EQ(pStringMemMgr->AllocMem(SIZE_MAX - 100, 8), nullptr);
+    EXPECT_EQ(pStringMemMgr->AllocMem(SIZE_MAX - 8, 8), nullptr);
     EXPECT_EQ(pStringMemMgr->AllocMem(8, 24), nullptr);
     EXPECT_EQ(pStringMemMgr->AllocMem(8, 0), nullptr);
 }
