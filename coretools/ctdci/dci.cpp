@@ -1,5 +1,5 @@
-// The system calls that create, rename or remove, each followed by a notice to the directory cache.
-// A notice keeps the errno of the call.
+// System calls that create, rename or remove files, each followed by a notice to the directory
+// cache. A notice keeps the errno of the call.
 #include "coretools/ctdci/dci.h"
 
 #include "coretools/ctmisc/report_services_internal.h"
@@ -13,8 +13,8 @@
 
 namespace {
 
-// How many notices of dci_fopen are under way. A notice may write a report, and the report opens
-// its file through dci_fopen.
+// Depth of nested notices of dci_fopen. A notice may write a report, which opens its file, std.out,
+// through dci_fopen.
 int fopen_notices = 0;
 
 } // namespace

@@ -4,11 +4,11 @@
 #include "coretools/ctpfa/pfa_entry_kind.h"
 #include "coretools/ctpfa/vek_file.h"
 
-// What the method that reads the next entry asks about each name. 0 takes the entry, anything else
-// passes over it, so that a filter which never takes one sees the whole listing in one call.
-// by_name is called when the reader does not ask for the kind of the entry, by_name_and_kind when
-// it does (is_dir is the kind, see pfa_entry_kind); the other one may be null.
+// Method "PfaDirReadNext" calls one of the functions for each name: by_name_and_kind if the reader
+// wants the kind (see pfa_entry_kind), else by_name; the other one may be null. The function
+// returns 0 to take the entry and anything else to pass over it. A filter that takes none sees the
+// whole listing in one call.
 struct pfa_dir_filter {
     int (*by_name)(vek_file *directory, const char *name, void *argument);
-    int (*by_name_and_kind)(vek_file *directory, const char *name, int is_dir, void *argument);
+    int (*by_name_and_kind)(vek_file *directory, const char *name, int kind, void *argument);
 };

@@ -45,7 +45,7 @@ void trace_opening(const char *key, const char *subset, bool from_cache) {
     }
 }
 
-// With a filter the location is asked for each entry's kind.
+// With a filter, the location type is asked for the kind of each entry.
 pfa_status read_next(vek_file *directory, vek_file *entry, const pfa_dir_filter *filter,
                      void *argument) {
     if (!is_directory_record(directory) || !pfa_is_valid(entry)) {

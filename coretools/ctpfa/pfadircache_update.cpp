@@ -15,7 +15,7 @@
 
 namespace {
 
-// Scratch records, one for each step of a notice.
+// Scratch records of a notice, one for each of its steps.
 vek_file *named_file = nullptr;
 vek_file *parent_directory = nullptr;
 vek_file *relative_directory = nullptr;

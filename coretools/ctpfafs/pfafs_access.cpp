@@ -26,7 +26,8 @@ constexpr std::size_t ID_SIZE = 12;
 // The directory that pfafs_get_avail_blocks walks up from.
 vek_file *free_space_parent = nullptr;
 
-// 0, 11 when the record gives no host name, cannot_look when there is no status to read.
+// Fails with PFA_E_NOT_VALID if the record has no host name, with `cannot_look` if the host has no
+// status for it.
 int read_status(vek_file *record, struct stat *status, int cannot_look) {
     char name[PFA_PATH_SIZE];
     if (pfafs_host_name(record, pfafs_name_form::file_name, name) != PFA_E_NO_ERROR) {
@@ -35,8 +36,7 @@ int read_status(vek_file *record, struct stat *status, int cannot_look) {
     return stat(name, status) != 0 ? cannot_look : PFA_E_NO_ERROR;
 }
 
-// 1 or 0. mode is that of access: 0 existence, 1 execute, 2 write, 4 read. A file on a read-only
-// file system cannot be written, whatever its permissions.
+// A file on a read-only file system cannot be written, whatever its permissions.
 int Unix_pfa_access(vek_file *record, int mode, int lower) {
     char name[PFA_PATH_SIZE];
     if (pfa_get_file_name_mixed_case(record, PFA_OS_NAME, name, lower) != PFA_E_NO_ERROR) {
@@ -79,7 +79,7 @@ int pfafs_get_mode(vek_file *record, int *mode) {
     return result;
 }
 
-// A size that an int cannot hold is given as INT_MAX.
+// A size that an int cannot hold becomes INT_MAX.
 int pfafs_get_file_size(vek_file *record, int *size) {
     if (size == nullptr) {
         return PFA_E_INVALID_INPUT;
@@ -98,8 +98,7 @@ void write_id(char *out, std::uintmax_t id) {
     }
 }
 
-// The texts, each of which may be null, hold 12, 12 and 260 characters. Ids are signed numbers, as
-// pfafs_chown reads them.
+// Ids are written as signed numbers, which pfafs_chown reads back.
 int pfafs_get_owners(vek_file *record, char *user_id, char *group_id, char *name) {
     struct stat status;
     const int result = read_status(record, &status, PFA_E_NO_ACCESS);
@@ -126,7 +125,7 @@ int pfafs_chmod(vek_file *record, int mode) {
     return chmod(name, static_cast<mode_t>(mode)) == -1 ? PFA_E_ERROR : PFA_E_NO_ERROR;
 }
 
-// Text that is no number must not be read as 0, which is the superuser.
+// Text that is not a number must not be read as 0, the superuser.
 bool read_id(const char *text, long long *id) {
     if (text == nullptr) {
         return false;
@@ -136,7 +135,7 @@ bool read_id(const char *text, long long *id) {
     return end != text && *end == '\0' && *id >= INT_MIN && *id <= UINT_MAX;
 }
 
-// -1 leaves an owner as it is; text that is no id is refused with 9.
+// -1 leaves an owner as it is. Fails with PFA_E_INVALID_INPUT if a text is not a number.
 int pfafs_chown(vek_file *record, const char *user_id, const char *group_id) {
     char name[PFA_PATH_SIZE];
     if (pfafs_host_name(record, pfafs_name_form::file_name, name) != PFA_E_NO_ERROR) {
@@ -151,7 +150,7 @@ int pfafs_chown(vek_file *record, const char *user_id, const char *group_id) {
                                                                                   : PFA_E_NO_ERROR;
 }
 
-// Turns the name of a file that does not exist yet into that of its nearest existing parent.
+// Replaces the name of a file that does not exist by that of its nearest existing parent.
 int find_existing_parent(vek_file *record, char *name) {
     struct stat status;
     if (stat(name, &status) == 0) {
@@ -178,8 +177,8 @@ int find_existing_parent(vek_file *record, char *name) {
     }
 }
 
-// The low 32 bits of the number of free blocks, and the size of one in bytes. The work record that
-// this keeps is shared: one thread at a time.
+// Stores the low 32 bits of the number of free blocks. Not safe on several threads at once, as they
+// would share free_space_parent.
 int pfafs_get_avail_blocks(vek_file *record, int *free_blocks, int *block_size) {
     if (pfa_is_local(record) != 1) {
         return PFA_E_NOT_ALLOWED;
@@ -202,7 +201,7 @@ int pfafs_get_avail_blocks(vek_file *record, int *free_blocks, int *block_size) 
     return PFA_E_NO_ERROR;
 }
 
-// The host hides no files, so that a local one is as hidden as it can be.
+// The host hides no files, so there is nothing to do for a local one.
 int pfafs_make_hidden(vek_file *record) {
     return pfa_is_local(record) == 1 ? PFA_E_NO_ERROR : PFA_E_NOT_ALLOWED;
 }

@@ -49,8 +49,8 @@ void note_times(pfafs_directory *block, const char *location, const char *name) 
     }
 }
 
-// Gives the entry record the directory's location type, no location yet, and the name. Only the
-// name is parsed: a file may be called "x::p.prt" or "a\b.igs", and that is no place.
+// Makes an entry record of a name. A file may be called "x::p.prt" or "a\b.igs", so no location is
+// looked for in it.
 int put_entry(vek_file *directory, const char *name, vek_file *entry) {
     entry->location_type = directory->location_type;
     return parse_to_pfa(entry, 0, name);

@@ -19,12 +19,12 @@ int pfafs_delete_file(vek_file *record) {
     return dci_unlink(name) != 0 ? PFA_E_ERROR : PFA_E_NO_ERROR;
 }
 
-// The file must be open. What its stream still buffers is not written first.
+// The file must be open. Does not flush its stream first.
 int pfafs_truncate_file(vek_file *record, void **data, const int *length) {
     if (pfafs_stream_of(record, data) == nullptr || length == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
-    // A name that cannot be built is empty, and no file has it.
+    // If the name cannot be built it is empty, and truncate() fails.
     char name[PFA_PATH_SIZE];
     pfafs_host_name(record, pfafs_name_form::file_name, name);
     return truncate(name, *length) != 0 ? PFA_E_ERROR : PFA_E_NO_ERROR;

@@ -1,8 +1,8 @@
 // What the files of the standard filesystem and stdio locations share.
 //
-// The methods are reached through the dispatch of the location types only. The dispatch hands them
-// valid records; what else a caller passes is checked here. A record, with what is open on it,
-// belongs to one thread at a time.
+// The contract of each method is in coretools/ctpfa/pfaloc_methods.def. The dispatch passes valid
+// records; other parameters are checked here, and a bad one fails with PFA_E_INVALID_INPUT. A
+// record and what is open on it belong to one thread at a time.
 #pragma once
 
 #include "coretools/ctpfa/pfa_dir_filter.h"
@@ -10,11 +10,11 @@
 
 #include <cstdio>
 
-// What is open on a record, in its location handle, begins with its kind: a record may change its
-// type or place while something is open on it, and the block must not be taken for another.
+// The block in a location handle begins with its kind: a record may change its type or location
+// while something is open on it, and the block must not be taken for one of another kind.
 enum class pfafs_kind : int { stream = 1, directory, pattern };
 
-// The block in a location handle, null unless it is of this kind.
+// Returns the block in a location handle; null unless it is of this kind.
 template <class Block>
 Block *pfafs_block(void *const *data) {
     if (data == nullptr || *data == nullptr ||
@@ -24,8 +24,7 @@ Block *pfafs_block(void *const *data) {
     return static_cast<Block *>(*data);
 }
 
-// An open file. Exactly one of the last two is in use: fid is -1 for a buffered stream, stream is
-// null for a descriptor.
+// An open file: a buffered stream (fid is -1) or a descriptor (stream is null).
 struct pfafs_stream {
     static constexpr pfafs_kind KIND = pfafs_kind::stream;
     pfafs_kind kind;
@@ -33,12 +32,13 @@ struct pfafs_stream {
     std::FILE *stream;
 };
 
-// A block with fid -1 and no stream, from getmem; null when memory is exhausted.
+// Returns a block from getmem with fid -1 and no stream; null if memory runs out.
 [[nodiscard]] pfafs_stream *pfafs_alloc_stream();
-// The stream open on a file record; null when there is none.
+// Returns the stream that is open on a file record; null for none.
 pfafs_stream *pfafs_stream_of(const vek_file *record, void *const *data);
-// Whether a stream may be opened into *data: there is such a place (9 otherwise), it belongs to a
-// file record (9), and it is free, for an open stream must not be lost (3).
+// Checks that a stream may be opened on a record.
+//   PFA_E_INVALID_INPUT  `data` is null, or the record is a directory
+//   PFA_E_CANT_OPEN      something is open on it, which would be lost
 int pfafs_check_openable(const vek_file *record, void *const *data);
 
 // Each closes what is in a location handle, if it is of that kind, and sets the handle to null.
@@ -52,17 +52,18 @@ enum class pfafs_name_form {
     file_name, // everything but the host
     full_name, // as pfa_get_full_name writes it
 };
-// out holds 260 characters and starts empty; the status is that of the name.
+// Stores the host name in out[PFA_PATH_SIZE]. On failure `out` is empty and the result is that of
+// pfa_get_file_name or pfa_get_full_name.
 int pfafs_host_name(vek_file *record, pfafs_name_form form, char *out);
 
-// "PfaFopen" and "PfaDirOpen" with a choice of the name.
+// Methods "PfaFopen" and "PfaDirOpen" with a choice of the name.
 int pfafs_fopen_low(vek_file *record, void **data, char *name, const char *mode, int version,
                     pfafs_name_form form);
 int pfa_actually_open_dir(vek_file *record, void **data, const char *location, const char *pattern,
                           pfafs_name_form form);
 
-// Whether a listing takes an entry. A null filter takes every entry; a filter is called as the
-// reader wants it, with or without the kind.
+// True if a filter takes an entry. A null filter takes all; another one is called with or without
+// the kind, as the reader wants.
 inline bool pfafs_filter_takes(const pfa_dir_filter *filter, vek_file *directory, const char *name,
                                bool with_kind, int kind, void *argument) {
     if (filter == nullptr) {
@@ -72,7 +73,8 @@ inline bool pfafs_filter_takes(const pfa_dir_filter *filter, vek_file *directory
                       : filter->by_name(directory, name, argument)) == 0;
 }
 
-// The methods of the standard filesystem, registered file by file while its row is open.
+// Each registers the methods of one file, while the registration of the standard filesystem is
+// open.
 void pfafs_register_parse_functions();
 void pfafs_register_stream_functions();
 void pfafs_register_rdwrt_functions();

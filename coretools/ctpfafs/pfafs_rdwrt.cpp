@@ -1,5 +1,5 @@
-// Reading and writing the open files of the standard filesystem, and those of every location type
-// that keeps a stream block too.
+// Reading and writing open files of the standard filesystem, and of each location type that keeps
+// a stream block too.
 #include "coretools/ctpfa/pfastream.h"
 #include "coretools/ctpfafs/pfafs_internal.h"
 
@@ -15,8 +15,7 @@ int descriptor_getc(int fid) {
     return read(fid, &byte, 1) == 1 ? byte : EOF;
 }
 
-// A descriptor has no place to keep a character: only the one just read can go back, by stepping
-// over it.
+// A descriptor cannot keep a character. The one just read is put back by seeking to it.
 int descriptor_ungetc(int fid, int character) {
     unsigned char byte;
     const off_t at = lseek(fid, 0, SEEK_CUR);
@@ -27,7 +26,6 @@ int descriptor_ungetc(int fid, int character) {
     return character;
 }
 
-// The character as an unsigned char, or -1.
 int pfafs_fgetc(vek_file *record, void **data) {
     pfafs_stream *block = pfafs_stream_of(record, data);
     if (block == nullptr) {
@@ -45,8 +43,6 @@ int pfafs_ungetc(vek_file *record, void **data, int character) {
                                     : descriptor_ungetc(block->fid, character);
 }
 
-// buffer holds size bytes; *count becomes the bytes read, which need not be all that were asked
-// for. 5 at the end of the file.
 int pfafs_read_file(vek_file *record, void **data, void *buffer, int *count, int size) {
     pfafs_stream *block = pfafs_stream_of(record, data);
     if (block == nullptr || buffer == nullptr || count == nullptr || size < 0) {
@@ -110,9 +106,8 @@ int descriptor_gets(int fid, char *line, int *length, int size) {
     return result;
 }
 
-// buffer holds size bytes, at least 1; the line in it keeps its line feed, and *length is the
-// line's. At the end of the file a buffered stream returns PFA_E_QUIT, a descriptor PFA_E_NO_ERROR
-// with length 0. On a descriptor a line that fills the buffer has no terminating zero.
+// At the end of the file a buffered stream returns PFA_E_QUIT, a descriptor PFA_E_NO_ERROR with
+// length 0. A line that fills the buffer of a descriptor has no terminating zero.
 int pfafs_fgets(vek_file *record, void **data, char *line, int *length, int size) {
     pfafs_stream *block = pfafs_stream_of(record, data);
     if (block == nullptr || line == nullptr || length == nullptr || size < 1) {
@@ -122,8 +117,8 @@ int pfafs_fgets(vek_file *record, void **data, char *line, int *length, int size
                                     : descriptor_gets(block->fid, line, length, size);
 }
 
-// sync forces what has reached the host through to the store; the stream's own buffer is not
-// flushed first. Zero bytes are an error on a buffered stream, and none on a descriptor.
+// `sync` does not flush the stream's own buffer first. Writing no bytes fails on a buffered stream
+// and succeeds on a descriptor.
 int pfafs_write_file(vek_file *record, void **data, const void *bytes, int size, int sync) {
     pfafs_stream *block = pfafs_stream_of(record, data);
     if (block == nullptr || size < 0 || (bytes == nullptr && size > 0)) {
@@ -160,8 +155,8 @@ int pfafs_fputs(vek_file *record, void **data, const char *text) {
     return pfa_write_file(record, static_cast<int>(length), text);
 }
 
-// Copies from a buffered stream to another up to the two bytes of the cookie, which are read but
-// not copied, or up to a zero byte: 0. Up to the end of the source: 2, and *end becomes 1.
+// Both streams must be buffered. Returns PFA_E_NO_ERROR at the two bytes of the cookie, which are
+// read but not copied, or at a zero byte; PFA_E_NOT_FOUND, with *end 1, at the end of the source.
 int pfafs_copy_thru_cookie(vek_file *source, void **source_data, vek_file *target,
                            void **target_data, const void *cookie_bytes, int *end) {
     const auto *cookie = static_cast<const unsigned char *>(cookie_bytes);

@@ -21,11 +21,12 @@
 
 namespace {
 
-// Below this position a seek costs so little that asking for the current one first is no gain.
+// From this position on a seek to where the stream already is is not made: it would throw away the
+// buffer, which a reader far into a file pays for.
 constexpr int FAR_POSITION = 5000000;
 
-// Version 1 of a file may lie on the disk without a version. Cuts the ".1" from the name; false
-// when there is nothing to try.
+// Version 1 of a file may be on disk without a version. Cuts the ".1" from the name. False if the
+// name cannot be that of such a file.
 bool cut_first_version(const vek_file *record, int version, char *name) {
     constexpr char SUFFIX[] = ".1";
     constexpr std::size_t SUFFIX_LENGTH = sizeof SUFFIX - 1;
@@ -38,15 +39,38 @@ bool cut_first_version(const vek_file *record, int version, char *name) {
     return true;
 }
 
-// Gives up an open whose last attempt has just failed.
-int open_failed(pfafs_stream *block) {
-    const int result = errno == EMFILE ? PFA_E_TOO_MANY_OPEN : PFA_E_ERROR;
-    relmem(&block);
-    return result;
-}
-
-// Hands an open file to its record. What is written to a file on another host is forced through.
-int keep_stream(vek_file *record, void **data, pfafs_stream *block, const char *name) {
+// Opens the file of a record with open_file(name, block), which stores the open file in the block
+// and returns false, with errno, if it could not.
+template <class Open>
+int open_stream(vek_file *record, void **data, char *name, int version, bool reads_only,
+                pfafs_name_form form, Open open_file) {
+    const int openable = pfafs_check_openable(record, data);
+    if (openable != PFA_E_NO_ERROR) {
+        return openable;
+    }
+    if (name == nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
+    if (pfafs_host_name(record, form, name) != PFA_E_NO_ERROR) {
+        return PFA_E_INVALID_NAME;
+    }
+    // Allocate before opening: running out of memory must not truncate the file.
+    pfafs_stream *block = pfafs_alloc_stream();
+    if (block == nullptr) {
+        return PFA_E_OUT_OF_MEMORY;
+    }
+    bool opened = open_file(name, block);
+    if (!opened && errno == ENOENT && reads_only && cut_first_version(record, version, name)) {
+        opened = open_file(name, block);
+        if (opened) {
+            (void)pfa_put_version(record, 0);
+        }
+    }
+    if (!opened) {
+        const int result = errno == EMFILE ? PFA_E_TOO_MANY_OPEN : PFA_E_ERROR;
+        relmem(&block);
+        return result;
+    }
     *data = block;
     if (ctp_is_network_path(name)) {
         pfa_set_mounted(record);
@@ -59,33 +83,13 @@ int pfafs_fopen(vek_file *record, void **data, char *name, const char *mode, int
 }
 
 int pfafs_open(vek_file *record, void **data, char *name, int flags, int mode, int version) {
-    const int openable = pfafs_check_openable(record, data);
-    if (openable != PFA_E_NO_ERROR) {
-        return openable;
-    }
-    if (name == nullptr) {
-        return PFA_E_INVALID_INPUT;
-    }
-    if (pfafs_host_name(record, pfafs_name_form::file_name, name) != PFA_E_NO_ERROR) {
-        return PFA_E_INVALID_NAME;
-    }
-    pfafs_stream *block = pfafs_alloc_stream();
-    if (block == nullptr) {
-        return PFA_E_OUT_OF_MEMORY;
-    }
-    const mode_t permissions = static_cast<mode_t>(mode);
-    block->fid = dci_open(name, flags, permissions);
-    if (block->fid < 0 && errno == ENOENT && (flags & (O_WRONLY | O_RDWR)) == 0 &&
-        cut_first_version(record, version, name)) {
-        block->fid = dci_open(name, flags, permissions);
-        if (block->fid >= 0) {
-            (void)pfa_put_version(record, 0);
-        }
-    }
-    if (block->fid < 0) {
-        return open_failed(block);
-    }
-    return keep_stream(record, data, block, name);
+    const bool reads_only = (flags & (O_WRONLY | O_RDWR)) == 0;
+    const auto open_file = [flags, mode](const char *host_name, pfafs_stream *block) {
+        block->fid = dci_open(host_name, flags, static_cast<mode_t>(mode));
+        return block->fid >= 0;
+    };
+    return open_stream(record, data, name, version, reads_only, pfafs_name_form::file_name,
+                       open_file);
 }
 
 // A record that became a file while a directory was open on it still holds the listing.
@@ -97,7 +101,7 @@ int pfafs_close(vek_file *record, void **data) {
     return result == PFA_E_INVALID_INPUT ? pfafs_close_listing(data) : result;
 }
 
-// The buffer, null or BUFSIZ bytes, must outlive the stream. A descriptor has no buffer to set.
+// A descriptor has no buffer to set.
 int pfafs_setbuf(vek_file *record, void **data, char *buffer) {
     pfafs_stream *block = pfafs_stream_of(record, data);
     if (block == nullptr) {
@@ -109,7 +113,7 @@ int pfafs_setbuf(vek_file *record, void **data, char *buffer) {
     return PFA_E_NO_ERROR;
 }
 
-// A position that an int cannot hold is an error: cut, it would lead back to the wrong place.
+// Fails with PFA_E_ERROR if an int cannot hold the position: cut, it would lead to the wrong place.
 int pfafs_get_file_position(vek_file *record, void **data, int *position) {
     pfafs_stream *block = pfafs_stream_of(record, data);
     if (block == nullptr || position == nullptr) {
@@ -134,7 +138,6 @@ int pfafs_set_file_position(vek_file *record, void **data, const int *position) 
     if (block->stream == nullptr) {
         return lseek(block->fid, target, SEEK_SET) < 0 ? PFA_E_ERROR : PFA_E_NO_ERROR;
     }
-    // A seek throws the buffer away, which a reader far into a file pays for with a long re-read.
     if (target > FAR_POSITION && ftello(block->stream) == target) {
         return PFA_E_NO_ERROR;
     }
@@ -163,7 +166,7 @@ int pfafs_unwind_file(vek_file *record, void **data) {
     return failed ? PFA_E_ERROR : PFA_E_NO_ERROR;
 }
 
-// Moves a buffered stream by offset bytes; whether the host could is not told.
+// Moves a buffered stream by `offset` bytes; a failure of the host is ignored.
 int pfafs_fseek(vek_file *record, void **data, const void *, int offset, int, int) {
     pfafs_stream *block = pfafs_stream_of(record, data);
     if (block == nullptr) {
@@ -228,34 +231,15 @@ int pfafs_host_name(vek_file *record, pfafs_name_form form, char *out) {
 
 int pfafs_fopen_low(vek_file *record, void **data, char *name, const char *mode, int version,
                     pfafs_name_form form) {
-    const int openable = pfafs_check_openable(record, data);
-    if (openable != PFA_E_NO_ERROR) {
-        return openable;
-    }
-    if (name == nullptr || mode == nullptr) {
+    if (mode == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
-    if (pfafs_host_name(record, form, name) != PFA_E_NO_ERROR) {
-        return PFA_E_INVALID_NAME;
-    }
-    // Taken before the file is touched: want of memory must not cost a file its contents.
-    pfafs_stream *block = pfafs_alloc_stream();
-    if (block == nullptr) {
-        return PFA_E_OUT_OF_MEMORY;
-    }
-    block->stream = dci_fopen(name, mode);
-    if (block->stream == nullptr && errno == ENOENT && std::strchr(mode, 'w') == nullptr &&
-        cut_first_version(record, version, name)) {
-        block->stream = dci_fopen(name, mode);
-        if (block->stream != nullptr) {
-            (void)pfa_put_version(record, 0);
-        }
-    }
-    if (block->stream == nullptr) {
-        return open_failed(block);
-    }
-    std::clearerr(block->stream);
-    return keep_stream(record, data, block, name);
+    const bool reads_only = std::strchr(mode, 'w') == nullptr;
+    const auto open_file = [mode](const char *host_name, pfafs_stream *block) {
+        block->stream = dci_fopen(host_name, mode);
+        return block->stream != nullptr;
+    };
+    return open_stream(record, data, name, version, reads_only, form, open_file);
 }
 
 void pfafs_register_stream_functions() {

@@ -1,6 +1,5 @@
-// The directory cache: against an independent model, and what it does for loans, forced caching,
-// application data and traces. Its directories lie in memory, in a location type that the layer
-// knows by its registration alone.
+// The directory cache: against an independent model, then loans, forced caching, application data,
+// calls back into the layer, and traces. The directories are those of a location type of the test.
 #include "basictk/baselib/inc/thrTrap.h"
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctpfa/pfa_dir_filter.h"
@@ -51,30 +50,30 @@ using names = std::vector<std::string>;
 
 constexpr int TYPE = PfaInSession;
 
-struct memory_store {
+struct directory_store {
     std::map<std::string, std::set<std::string>> directories; // the names in each, by its location
-    int listings_made = 0, listings_kept = 0; // all there have been, and those not closed again
-    std::string asked_for;                    // the start of names that was last of interest
-    // How the location behaves.
-    int open_status = 0; // of "PfaDirOpen"
+    int listings_made = 0;
+    int listings_kept = 0;    // those not closed again
+    std::string asked_subset; // of the last open
+    // What the methods return.
+    int open_status = 0;
     int eligible = 1;
     int is_virtual = 0;
-    int close_status = 0;
-    void (*when_asked)() = nullptr;  // called once by "PfaDirCacheInvalid",
-    void (*when_closed)() = nullptr; // and by "PfaDirClose"
+    void (*when_asked)() = nullptr;  // called once by "PfaDirCacheInvalid"
+    void (*when_closed)() = nullptr; // called once by "PfaDirClose"
 } store;
 
-struct memory_listing {
+struct open_listing {
     std::set<std::string> entries;
     std::set<std::string>::iterator next;
 };
 
-memory_listing *listing_of(void **data) {
-    return static_cast<memory_listing *>(*data);
+open_listing *listing_of(void **data) {
+    return static_cast<open_listing *>(*data);
 }
 
 int claim(vek_file *record, const char *name, const char *, std::int16_t *rest) {
-    if (name == nullptr || std::strncmp(name, "mem:/", 5) != 0) {
+    if (name == nullptr || std::strncmp(name, "dir:/", 5) != 0) {
         return PFA_E_INVALID_INPUT;
     }
     const std::string path(name + 4);
@@ -86,15 +85,8 @@ int claim(vek_file *record, const char *name, const char *, std::int16_t *rest) 
 }
 
 int location_string(vek_file *record, char *out, std::int16_t *length, int capacity) {
-    pfa_strcat("mem:", out, length);
+    pfa_strcat("dir:", out, length);
     return pfa_append_component(record, PFA_PATH, out, length, capacity);
-}
-
-int open_file(vek_file *record, void **, char *, const char *, int) {
-    char name[PFA_PATH_SIZE];
-    (void)pfa_get_file_name(record, PFA_NAME_AND_VERSION, name);
-    store.directories[location_of(record)].insert(name);
-    return 0;
 }
 
 int open_dir(vek_file *, void **data, const char *location, const char *start) {
@@ -102,18 +94,18 @@ int open_dir(vek_file *, void **data, const char *location, const char *start) {
         return store.open_status;
     }
     if (*data == nullptr) {
-        *data = new memory_listing{store.directories[location], {}};
+        *data = new open_listing{store.directories[location], {}};
         ++store.listings_made;
         ++store.listings_kept;
     }
-    store.asked_for = start != nullptr ? start : "";
+    store.asked_subset = start != nullptr ? start : "";
     listing_of(data)->next = listing_of(data)->entries.begin();
     return store.open_status;
 }
 
 int read_dir(vek_file *directory, void **data, vek_file *entry, const pfa_dir_filter *filter,
              void *argument, int) {
-    memory_listing *listing = listing_of(data);
+    open_listing *listing = listing_of(data);
     while (listing->next != listing->entries.end()) {
         const char *name = (listing->next++)->c_str();
         if (filter == nullptr || filter->by_name(directory, name, argument) == 0) {
@@ -142,16 +134,12 @@ int is_out_of_date(vek_file *, void **data, const char *key) {
     return changed;
 }
 
-bool register_memory_location() {
+bool register_location() {
     const scoped_record first; // the system registers its own types before
     pfa_loc_register_setup(TYPE);
     pfa_loc_method_register(TYPE, PfaPathIdx, [](vek_file *) -> int { return PFA_PATH; });
     pfa_loc_method_register(TYPE, PfaClaimLocation, claim);
     pfa_loc_method_register(TYPE, PfaGetLocationString, location_string);
-    pfa_loc_method_register(TYPE, PfaGetNeutralLocation, location_string);
-    pfa_loc_method_register(TYPE, PfaFopen, open_file);
-    pfa_loc_method_register(TYPE, PfaCloseFile,
-                            [](vek_file *, void **) { return store.close_status; });
     pfa_loc_method_register(TYPE, PfaDirOpen, open_dir);
     pfa_loc_method_register(TYPE, PfaDirReadNext, read_dir);
     pfa_loc_method_register(TYPE, PfaDirClose, close_dir);
@@ -160,30 +148,50 @@ bool register_memory_location() {
     pfa_loc_method_register(TYPE, PfaDirCacheEligible,
                             [](vek_file *, const char *) { return store.eligible; });
     pfa_loc_method_register(TYPE, PfaDirCacheInvalid, is_out_of_date);
-    pfa_loc_method_register(TYPE, PfaMakeParent, [](vek_file *record, vek_file *parent) -> int {
-        return pfa_copy_vek_file(record, parent);
-    });
     return pfa_loc_register_setup(0) == 1;
 }
 
-class memory_location : public testing::Test {
+void list(const char *name) {
+    scoped_record directory(name);
+    EXPECT_EQ(pfa_open_dir(directory), PFA_E_NO_ERROR);
+    EXPECT_EQ(pfa_close(directory), PFA_E_NO_ERROR);
+}
+
+// True if listing a directory makes no new listing.
+bool lists_from_cache(const char *name) {
+    const int made = store.listings_made;
+    list(name);
+    return store.listings_made == made;
+}
+
+// The index of a directory's entry, fresh or not; -1 if it is not cached.
+int index_of(const char *key) {
+    int index = -1;
+    pfa_dir_from_cache(key, nullptr, &index, 1, nullptr, 0);
+    return index;
+}
+
+// The record that owns the cached listing of a directory; null if it is not cached.
+vek_file *owner_of(const char *key) {
+    vek_file *donor = nullptr;
+    pfa_dir_from_cache(key, &donor, nullptr, 1, nullptr, 0);
+    return donor;
+}
+
+bool is_lent(const char *key) {
+    const vek_file *owner = owner_of(key);
+    return owner != nullptr && (owner->flags & PFA_F_LENT) != 0;
+}
+
+class DirectoryCache : public testing::Test {
   protected:
-    // An empty store, well behaved and nowhere cached.
     void SetUp() override {
-        static const bool registered = register_memory_location();
+        static const bool registered = register_location();
         ASSERT_TRUE(registered);
         for (const auto &[key, files] : store.directories) {
             pfa_full_dir_name_update_cache(key.c_str());
         }
-        store = memory_store();
-    }
-
-    // Whether listing the directory went without a new listing of the location.
-    bool lists_from_cache() {
-        const int made = store.listings_made;
-        scoped_record directory("mem:/d/");
-        EXPECT_EQ(pfa_open_dir(directory) + pfa_close(directory), 0);
-        return store.listings_made == made;
+        store = directory_store();
     }
 };
 
@@ -196,7 +204,7 @@ struct cached_dir {
     bool stale = false;
 };
 
-class pfadircache : public memory_location {
+class DirectoryCacheModel : public DirectoryCache {
   protected:
     std::mt19937 random{20240611};
     std::vector<cached_dir> slots;
@@ -295,10 +303,8 @@ class pfadircache : public memory_location {
     void check() {
         int listings = 0;
         for (const auto &[key, files] : store.directories) {
-            int index = -1;
-            pfa_dir_from_cache(key.c_str(), nullptr, &index, 1, nullptr, 0);
             const cached_dir *entry = cached(key);
-            ASSERT_EQ(index, entry == nullptr ? -1 : entry - slots.data()) << key;
+            ASSERT_EQ(index_of(key.c_str()), entry == nullptr ? -1 : entry - slots.data()) << key;
             listings += entry != nullptr;
         }
         for (const scoped_record &reader : readers) {
@@ -308,10 +314,10 @@ class pfadircache : public memory_location {
     }
 };
 
-TEST_F(pfadircache, AgreesWithAModelAfterEveryStep) {
+TEST_F(DirectoryCacheModel, AgreesAfterEveryStep) {
     std::vector<std::string> keys;
     for (int i = 0; i < 400; ++i) {
-        keys.push_back("mem:/" + std::to_string(i % 16) + "/" + std::to_string(i) + "/");
+        keys.push_back("dir:/" + std::to_string(i % 16) + "/" + std::to_string(i) + "/");
     }
     open(keys.back(), false);                 // the oldest of all, and lent
     for (int round = 0; round < 2; ++round) { // fill the table and evict, then grow past its bound
@@ -339,166 +345,142 @@ TEST_F(pfadircache, AgreesWithAModelAfterEveryStep) {
     EXPECT_GT(evictions, 100);
 }
 
-// The record that owns the listing of a directory, fresh or not; null if it is not cached.
-vek_file *owner_of(const char *key) {
-    vek_file *donor = nullptr;
-    pfa_dir_from_cache(key, &donor, nullptr, 1, nullptr, 0);
-    return donor;
-}
-
-bool is_lent(const char *key) {
-    const vek_file *owner = owner_of(key);
-    return owner != nullptr && (owner->flags & PFA_F_LENT) != 0;
-}
-
-TEST_F(memory_location, OpensAndListsThroughTheSameCalls) {
-    store.directories["mem:/lib/"] = {"bolt.prt.3"};
-    scoped_record file("mem:/lib/bolt.prt"), lib("mem:/lib/"), parent, entry;
-    ASSERT_EQ(pfa_fopen(file, 2, "w"), 0);
-    EXPECT_EQ(file->version, 4);
-    store.close_status = PFA_E_NET_TROUBLE;
-    EXPECT_EQ(pfa_close(file), PFA_E_NET_TROUBLE);
-    EXPECT_EQ(pfa_close(file), PFA_E_INACTIVE);
-    EXPECT_EQ(pfa_open_dir(lib) + pfa_read_dir(lib, entry), 0);
-    EXPECT_EQ(location_of(entry) + state_of(entry), "mem:/lib//lib/|bolt|prt|3|-4");
-    EXPECT_EQ(read_names(lib), names({"bolt.prt.4"}));
-    EXPECT_EQ(pfa_make_parent(lib, parent) + pfa_make_parent(parent, parent), 0);
-    EXPECT_EQ(location_of(parent), "mem:/");
-    char name[PFA_PATH_SIZE];
-    EXPECT_EQ(pfa_get_file_name(file, PFA_OS_NAME, name), PFA_E_INVALID_INPUT); // it has no host
-    EXPECT_EQ(pfa_parse_to_vek_file_private(entry, lib, "../../n.prt", 0), PFA_E_ROOT_DIR);
-    EXPECT_EQ(pfa_parse_to_vek_file_private(entry, lib, "c/n.prt", 0), 0);
-    EXPECT_EQ(pfa_get_full_name(entry, name), 0);
-    EXPECT_STREQ(name, "mem:/lib/c/n.prt");
-}
-
-TEST_F(memory_location, GetsBackWhatItLentAndNoMore) {
-    scoped_record directory("mem:/d/"), copy, root("mem:/"), part("mem:/d/");
-    ASSERT_EQ(pfa_open_dir(directory), 0);
-    EXPECT_EQ(pfa_copy_vek_file(directory, copy), 0);
+TEST_F(DirectoryCache, LendsAListingOnce) {
+    scoped_record directory("dir:/d/"), copy;
+    ASSERT_EQ(pfa_open_dir(directory), PFA_E_NO_ERROR);
+    EXPECT_TRUE(is_lent("dir:/d/"));
+    EXPECT_EQ(pfa_close(owner_of("dir:/d/")), PFA_E_NO_ACCESS);
+    EXPECT_EQ(pfa_copy_vek_file(directory, copy), PFA_E_NO_ERROR);
     EXPECT_EQ(copy->location_handle, nullptr);
-    EXPECT_EQ(pfa_open_dir(copy), 0);
-    EXPECT_EQ(copy->flags, 0u + PFA_F_OPEN); // not those that it was copied with
-    EXPECT_EQ(pfa_close(owner_of("mem:/d/")), PFA_E_NO_ACCESS);
-    // A record whose path changed while it was open gives back what it has borrowed.
-    ASSERT_EQ(pfa_open_dir(root) + pfa_close(root), 0);
-    (void)pfa_put_path(directory, "/");
-    EXPECT_EQ(pfa_close(directory), 0);
-    EXPECT_FALSE(is_lent("mem:/d/") || is_lent("mem:/"));
-    ASSERT_EQ(pfa_open_dir(root), 0);
-    store.eligible = 0; // the location has changed its mind
-    EXPECT_EQ(pfa_close(root), 0);
-    EXPECT_FALSE(is_lent("mem:/"));
-    ASSERT_EQ(pfa_open_dir_subset(part, "b"), 0);
-    EXPECT_EQ(part->flags, 0u + PFA_F_OPEN); // a part of a listing is not for the cache
-    EXPECT_EQ(store.asked_for, "b");
+    EXPECT_EQ(pfa_open_dir(copy), PFA_E_NO_ERROR);
+    EXPECT_EQ(copy->flags, 0u + PFA_F_OPEN) << "a listing of its own";
+    EXPECT_EQ(pfa_close(directory), PFA_E_NO_ERROR);
+    EXPECT_FALSE(is_lent("dir:/d/"));
 }
 
-TEST_F(memory_location, IsCachedAgainstItsWordOnlyWhenForced) {
+TEST_F(DirectoryCache, GetsALoanBackFromARecordWhosePathChanged) {
+    scoped_record directory("dir:/d/");
+    list("dir:/");
+    ASSERT_EQ(pfa_open_dir(directory), PFA_E_NO_ERROR);
+    ASSERT_EQ(pfa_put_path(directory, "/"), PFA_E_NO_ERROR);
+    EXPECT_EQ(pfa_close(directory), PFA_E_NO_ERROR);
+    EXPECT_FALSE(is_lent("dir:/d/"));
+    EXPECT_FALSE(is_lent("dir:/"));
+}
+
+TEST_F(DirectoryCache, GetsALoanBackFromALocationThatIsNoLongerEligible) {
+    scoped_record directory("dir:/d/");
+    ASSERT_EQ(pfa_open_dir(directory), PFA_E_NO_ERROR);
+    store.eligible = 0;
+    EXPECT_EQ(pfa_close(directory), PFA_E_NO_ERROR);
+    EXPECT_FALSE(is_lent("dir:/d/"));
+}
+
+TEST_F(DirectoryCache, DoesNotKeepAPartOfAListing) {
+    scoped_record directory("dir:/d/");
+    ASSERT_EQ(pfa_open_dir_subset(directory, "b"), PFA_E_NO_ERROR);
+    EXPECT_EQ(store.asked_subset, "b");
+    EXPECT_EQ(directory->flags, 0u + PFA_F_OPEN);
+    EXPECT_EQ(index_of("dir:/d/"), -1);
+}
+
+TEST_F(DirectoryCache, KeepsWhatIsNotCachableOnlyIfForced) {
     store.open_status = PFA_E_NOT_CACHABLE;
-    EXPECT_FALSE(lists_from_cache() || lists_from_cache());
+    list("dir:/d/");
+    EXPECT_FALSE(lists_from_cache("dir:/d/"));
     EXPECT_EQ(pfa_add_forced_cache_dir(std::string(260, 'k').c_str()), PFA_E_INVALID_INPUT);
-    EXPECT_EQ(pfa_add_forced_cache_dir("mem:/d/"), 0);
-    EXPECT_FALSE(lists_from_cache() || lists_from_cache()); // no virtual folder
+    EXPECT_EQ(pfa_add_forced_cache_dir("dir:/d/"), PFA_E_NO_ERROR);
+    list("dir:/d/");
+    EXPECT_FALSE(lists_from_cache("dir:/d/")) << "no virtual folder";
     store.is_virtual = 1;
-    EXPECT_FALSE(lists_from_cache());
-    store.directories["mem:/d/"] = {"new"};
-    EXPECT_TRUE(lists_from_cache()); // stale, but the location is not asked
+    list("dir:/d/");
+    store.directories["dir:/d/"] = {"new"};
+    EXPECT_TRUE(lists_from_cache("dir:/d/")) << "out of date, but the location is not asked";
     pfa_clear_forced_cache_dirs();
     pfa_set_autocache(1);
-    EXPECT_TRUE(lists_from_cache());
+    EXPECT_TRUE(lists_from_cache("dir:/d/"));
     pfa_set_autocache(0);
-    EXPECT_FALSE(lists_from_cache());
+    EXPECT_FALSE(lists_from_cache("dir:/d/"));
 }
 
-TEST_F(memory_location, LosesApplicationDataWithTheListing) {
-    scoped_record directory("mem:/d/");
-    int released[2] = {};
-    int index = -1;
-    EXPECT_EQ(pfa_register_dir_appdata(3, [](void *data) { ++*static_cast<int *>(data); }), 0);
-    ASSERT_EQ(pfa_open_dir(directory), 0);
-    ASSERT_EQ(pfa_dir_from_cache("mem:/d/", nullptr, &index, 0, nullptr, 0), 1);
-    EXPECT_EQ(pfa_attach_dir_appdata(index, DIR_CACHE_APPDATA_TYPES, nullptr), PFA_E_INVALID_INPUT);
-    EXPECT_EQ(pfa_attach_dir_appdata(100000, 3, nullptr), PFA_E_NOT_FOUND);
-    EXPECT_EQ(pfa_attach_dir_appdata(index, 3, &released[0]), 0);
-    EXPECT_EQ(pfa_attach_dir_appdata(index, 4, &released[0]), 0); // a type that nothing releases
-    EXPECT_EQ(pfa_attach_dir_appdata(index, 3, &released[1]), 0); // in place of the first
-    pfa_dir_name_update_cache("mem:/d/");
-    EXPECT_EQ(pfa_get_dir_appdata(index, 3), &released[1]); // the listing is still being read
-    EXPECT_EQ(pfa_close(directory), 0);
-    EXPECT_EQ(pfa_dir_from_cache("mem:/d/", nullptr, nullptr, 0, nullptr, 0), 0);
-    EXPECT_EQ(released[0] * 10 + released[1], 11);
-}
-
-void list(const char *name) {
-    scoped_record directory(name);
-    EXPECT_EQ(pfa_open_dir(directory), PFA_E_NO_ERROR);
+TEST_F(DirectoryCache, ReleasesApplicationDataWithTheListing) {
+    const auto count = [](void *data) { ++*static_cast<int *>(data); };
+    ASSERT_EQ(pfa_register_dir_appdata(3, count), PFA_E_NO_ERROR);
+    scoped_record directory("dir:/d/");
+    ASSERT_EQ(pfa_open_dir(directory), PFA_E_NO_ERROR);
+    const int index = index_of("dir:/d/");
+    int first = 0, second = 0;
+    EXPECT_EQ(pfa_attach_dir_appdata(index, DIR_CACHE_APPDATA_TYPES, &first), PFA_E_INVALID_INPUT);
+    EXPECT_EQ(pfa_attach_dir_appdata(100000, 3, &first), PFA_E_NOT_FOUND);
+    EXPECT_EQ(pfa_attach_dir_appdata(index, 4, &first), PFA_E_NO_ERROR) << "nothing releases these";
+    EXPECT_EQ(pfa_attach_dir_appdata(index, 3, &first), PFA_E_NO_ERROR);
+    EXPECT_EQ(pfa_attach_dir_appdata(index, 3, &second), PFA_E_NO_ERROR);
+    EXPECT_EQ(first, 1) << "replaced";
+    pfa_dir_name_update_cache("dir:/d/");
+    EXPECT_EQ(pfa_get_dir_appdata(index, 3), &second) << "the listing is still being read";
     EXPECT_EQ(pfa_close(directory), PFA_E_NO_ERROR);
-}
-
-int index_of(const char *key) {
-    int index = -1;
-    pfa_dir_from_cache(key, nullptr, &index, 1, nullptr, 0);
-    return index;
+    EXPECT_FALSE(lists_from_cache("dir:/d/"));
+    EXPECT_EQ(first, 1);
+    EXPECT_EQ(second, 1);
 }
 
 // A look-up held the address of its entry, and the entry's node of the index, while a method or a
 // release function ran. One that called back into the layer made it read released memory, drop the
 // listing of another directory, or leave a node without an entry.
-TEST_F(memory_location, MayCallBackWhenItIsAskedForFreshness) {
-    list("mem:/d/");
-    store.directories["mem:/d/"] = {"new"};
+TEST_F(DirectoryCache, AMethodMayCallBackWhenAskedForFreshness) {
+    list("dir:/d/");
+    store.directories["dir:/d/"] = {"new"};
     store.when_asked = [] {
-        pfa_dir_name_update_cache("mem:/d/");
-        list("mem:/e/"); // takes the entry of the other
+        pfa_dir_name_update_cache("dir:/d/");
+        list("dir:/e/"); // takes the entry of the other
     };
-    list("mem:/d/");
-    EXPECT_GE(index_of("mem:/e/"), 0) << "dropped in place of the other";
+    list("dir:/d/");
+    EXPECT_GE(index_of("dir:/e/"), 0) << "dropped in place of the other";
     store.when_asked = [] {
-        for (char name[] = "mem:/a/"; name[5] <= 'z'; ++name[5]) { // the table moves
+        for (char name[] = "dir:/a/"; name[5] <= 'z'; ++name[5]) { // the table moves
             list(name);
         }
     };
-    list("mem:/d/");
-    EXPECT_GE(index_of("mem:/d/"), 0);
+    list("dir:/d/");
+    EXPECT_GE(index_of("dir:/d/"), 0);
 }
 
-TEST_F(memory_location, MayCallBackWhenItClosesAListing) {
-    list("mem:/d/");
+TEST_F(DirectoryCache, AMethodMayCallBackWhenItClosesAListing) {
+    list("dir:/d/");
     store.when_closed = [] {
-        EXPECT_EQ(index_of("mem:/d/"), -1) << "its listing is being closed";
-        list("mem:/d/");
-        list("mem:/e/");
+        EXPECT_EQ(index_of("dir:/d/"), -1) << "its listing is being closed";
+        list("dir:/d/");
+        list("dir:/e/");
     };
-    pfa_dir_name_update_cache("mem:/d/");
-    EXPECT_GE(index_of("mem:/d/"), 0);
-    EXPECT_GE(index_of("mem:/e/"), 0);
+    pfa_dir_name_update_cache("dir:/d/");
+    EXPECT_GE(index_of("dir:/d/"), 0);
+    EXPECT_GE(index_of("dir:/e/"), 0);
     EXPECT_EQ(store.listings_kept, 2);
 }
 
-TEST_F(memory_location, MayCallBackWhenItReleasesApplicationData) {
-    list("mem:/d/");
-    const int index = index_of("mem:/d/");
+TEST_F(DirectoryCache, AReleaseFunctionMayCallBack) {
+    list("dir:/d/");
+    const int index = index_of("dir:/d/");
     int first = 0;
     int second = 0;
     const auto release = [](void *data) {
         ++*static_cast<int *>(data);
-        list("mem:/e/");
-        pfa_dir_name_update_cache("mem:/d/");
+        list("dir:/e/");
+        pfa_dir_name_update_cache("dir:/d/");
     };
     ASSERT_EQ(pfa_register_dir_appdata(5, release), PFA_E_NO_ERROR);
     ASSERT_EQ(pfa_attach_dir_appdata(index, 5, &first), PFA_E_NO_ERROR);
     ASSERT_EQ(pfa_attach_dir_appdata(index, 5, &second), PFA_E_NO_ERROR);
     EXPECT_EQ(first, 1);
     EXPECT_EQ(second, 1) << "released with its listing";
-    EXPECT_EQ(index_of("mem:/d/"), -1);
-    EXPECT_GE(index_of("mem:/e/"), 0);
+    EXPECT_EQ(index_of("dir:/d/"), -1);
+    EXPECT_GE(index_of("dir:/e/"), 0);
 }
 
 // A call that opens a file gives a notice before it returns the stream. When memory ran out in the
 // notice, the jump to a trap frame lost the stream.
-TEST_F(memory_location, ANoticeDoesNotJumpWhenMemoryRunsOut) {
-    list("mem:/d/");
+TEST_F(DirectoryCache, ANoticeDoesNotJumpWhenMemoryRunsOut) {
+    list("dir:/d/");
     const auto exhaust = [](void *released) {
         *static_cast<bool *>(released) = true;
         fail_allocation(0, true);
@@ -506,11 +488,11 @@ TEST_F(memory_location, ANoticeDoesNotJumpWhenMemoryRunsOut) {
     };
     bool released = false;
     ASSERT_EQ(pfa_register_dir_appdata(6, exhaust), PFA_E_NO_ERROR);
-    ASSERT_EQ(pfa_attach_dir_appdata(index_of("mem:/d/"), 6, &released), PFA_E_NO_ERROR);
+    ASSERT_EQ(pfa_attach_dir_appdata(index_of("dir:/d/"), 6, &released), PFA_E_NO_ERROR);
     std::jmp_buf context;
     ASSERT_EQ(trp_push_frame(TRP_CLASS_MEMORY, &context), 1);
     if (setjmp(context) == 0) {
-        pfa_file_name_update_dir_cache("mem:/d/file");
+        pfa_file_name_update_dir_cache("dir:/d/file");
     } else {
         ADD_FAILURE() << "jumped";
     }
@@ -519,27 +501,27 @@ TEST_F(memory_location, ANoticeDoesNotJumpWhenMemoryRunsOut) {
     EXPECT_TRUE(released);
 }
 
-TEST_F(memory_location, IsTracedWhenTheSwitchIsOn) {
+TEST_F(DirectoryCache, IsTracedWhenTheSwitchIsOn) {
     GTEST_FLAG_SET(death_test_style, "threadsafe"); // the switch is read once in a process
     const std::pair<const char *, bool> rows[] = {
         {"1", true}, {"", true}, {nullptr, false}, {"false", false}, {"Foo", false}};
-    const auto trace = [this](const char *value) {
+    const auto trace = [](const char *value) {
         value == nullptr ? unsetenv("___DIR_CACHE_DEBUG") : setenv("___DIR_CACHE_DEBUG", value, 1);
         std::fflush(stdout);
         dup2(STDERR_FILENO, STDOUT_FILENO);
-        lists_from_cache();
-        lists_from_cache();
-        scoped_record other("mem:/e/");
+        list("dir:/d/");
+        list("dir:/d/");
+        scoped_record other("dir:/e/");
         (void)pfa_open_dir_subset(other, "b");
-        pfa_file_name_update_dir_cache("mem:/d/x");
+        pfa_file_name_update_dir_cache("dir:/d/x");
         std::exit(0);
     };
     for (const auto &[value, on] : rows) {
         EXPECT_EXIT(trace(value), testing::ExitedWithCode(0),
-                    on ? "^dir_cache> opening mem:/d/ the hard way \n.*\\[B\\] mem:/d/\n\n\n"
-                         "dir_cache> opening mem:/d/ from cache\n"
-                         "dir_cache> opening mem:/e/ the hard way looking for b\n"
-                         "dir_cache> nuked mem:/d/\n$"
+                    on ? "^dir_cache> opening dir:/d/ the hard way \n.*\\[B\\] dir:/d/\n\n\n"
+                         "dir_cache> opening dir:/d/ from cache\n"
+                         "dir_cache> opening dir:/e/ the hard way looking for b\n"
+                         "dir_cache> nuked dir:/d/\n$"
                        : "^$");
     }
 }

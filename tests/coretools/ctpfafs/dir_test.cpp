@@ -1,10 +1,12 @@
-// Directories: snapshots, listings, their freshness, and the notices that drop them from the cache.
+// Directories of the host: what a listing holds, when it is out of date, and the notices that drop
+// it from the directory cache.
 #include "basictk/baselib/inc/thrTrap.h"
 #include "coretools/ctdci/dci.h"
 #include "coretools/ctfileutil/objextension.h"
 #include "coretools/ctpfa/pfa_dir_filter.h"
 #include "coretools/ctpfa/pfadir.h"
 #include "coretools/ctpfa/pfadircache.h"
+#include "coretools/ctpfafs/pfafs_dir.h"
 #include "test_support.h"
 #include "tests/support/failing_malloc.h"
 
@@ -13,130 +15,162 @@
 #include <csetjmp>
 #include <map>
 
+#include <sys/stat.h>
+
 namespace {
 
 using kinds = std::map<std::string, int>;
+
+// A directory record used through the methods, which know no directory cache.
+struct directory : record {
+    using record::scoped_record;
+
+    // Like pfa_open_dir, marks the record as open.
+    int open(const std::string &location) {
+        const int result = pfaloc_call_FLPP(file, PfaDirOpen, location.c_str(), nullptr);
+        if (result == PFA_E_NO_ERROR || result == PFA_E_NOT_CACHABLE) {
+            file->flags |= PFA_F_OPEN;
+        }
+        return result;
+    }
+    int open() { return open(location_of(file)); }
+    int close() { return pfaloc_call_FL(file, PfaDirClose); }
+    int is_out_of_date(const std::string &location) {
+        return pfaloc_call_FLP(file, PfaDirCacheInvalid, location.c_str());
+    }
+    int next(vek_file *entry, const pfa_dir_filter *filter = nullptr, kinds *seen = nullptr) {
+        return pfaloc_call_FLPPPI(file, PfaDirReadNext, entry, filter, seen, seen != nullptr);
+    }
+};
+
+TEST(Directories, ListEveryNameUnchangedAndAgainFromTheStart) {
+    const scratch_tree tree;
+    texts expected = {"a\\b.igs",     "x::p.prt",   "stdio:",
+                      "$HOME",        "~",          "^",
+                      ".hidden",      "line\nfeed", "no extension.",
+                      "\xff\x80.asm", "\t blank",   std::string(230, 'n')};
+    for (int i = 0; i < 3000; ++i) {
+        expected.push_back("part" + std::to_string(i) + ".prt");
+    }
+    for (const std::string &name : expected) {
+        tree.file(name);
+    }
+    std::sort(expected.begin(), expected.end());
+    directory listed(tree());
+    ASSERT_EQ(listed.open(), PFA_E_NO_ERROR);
+    EXPECT_EQ(read_names(listed), expected);
+    EXPECT_EQ(read_names(listed), texts()) << "the end comes again";
+    tree.file("later");
+    EXPECT_EQ(listed.open(), PFA_E_NO_ERROR);
+    EXPECT_EQ(read_names(listed), expected) << "a second open only starts the listing again";
+    EXPECT_EQ(listed.close(), PFA_E_NO_ERROR);
+    EXPECT_EQ(listed.close(), PFA_E_INVALID_INPUT);
+}
+
+// A listing that is not the cache's was lost when its record became a file before the close, which
+// closed streams only.
+TEST(Directories, AreClosedOnARecordThatBecameAFile) {
+    const scratch_tree tree;
+    directory own(tree());
+    ASSERT_EQ(own.open(), PFA_E_NO_ERROR);
+    record borrower(tree());
+    ASSERT_EQ(pfa_open_dir(borrower), PFA_E_NO_ERROR);
+    ASSERT_NE(borrower->flags & PFA_F_BORROWED, 0u);
+    for (vek_file *file : {own.file, borrower.file}) {
+        file->type = OBJ_TYPE_NOT_YET;
+        EXPECT_EQ(pfaloc_call_FL(file, PfaFlushFile), PFA_E_INVALID_INPUT) << "no stream";
+        EXPECT_EQ(pfa_close(file), PFA_E_NO_ERROR);
+    }
+    record again(tree());
+    EXPECT_EQ(pfa_open_dir(again), PFA_E_NO_ERROR);
+    EXPECT_NE(again->flags & PFA_F_BORROWED, 0u) << "the loan was given back";
+}
+
+constexpr pfa_dir_filter FILTER = {
+    [](vek_file *, const char *name, void *) { return std::string(name) == "sub" ? 0 : 1; },
+    [](vek_file *, const char *name, int kind, void *argument) {
+        (*static_cast<kinds *>(argument))[name] = kind;
+        return 1;
+    },
+};
+
+TEST(Directories, AFilterTakesEntries) {
+    const scratch_tree tree;
+    tree.file("a");
+    tree.file("sub");
+    directory listed(tree());
+    ASSERT_EQ(listed.open(), PFA_E_NO_ERROR);
+    record entry;
+    EXPECT_EQ(listed.next(entry, &FILTER), PFA_E_NO_ERROR);
+    EXPECT_EQ(component(entry, PFA_NAME), "sub");
+    EXPECT_EQ(listed.next(entry, &FILTER), PFA_E_QUIT);
+    ASSERT_EQ(listed.open(), PFA_E_NO_ERROR);
+    EXPECT_EQ(listed.next(nullptr, &FILTER), PFA_E_INVALID_INPUT) << "no record for the entry";
+}
+
+TEST(Directories, AFilterIsToldTheKindsOfEntries) {
+    const scratch_tree tree;
+    tree.link("loop", "loop");
+    tree.link("missing", "none");
+    tree.link("to file", "file0");
+    tree.link("to directory", "directory0");
+    kinds expected = {{"loop", -ELOOP},
+                      {"missing", -ENOENT},
+                      {"to file", PFA_NO_DIRECTORY},
+                      {"to directory", PFA_DIRECTORY}};
+    for (int i = 0; i < 5; ++i) { // in whatever order, kinds follow each other
+        tree.file("file" + std::to_string(i));
+        tree.dir("directory" + std::to_string(i));
+        expected["file" + std::to_string(i)] = PFA_NO_DIRECTORY;
+        expected["directory" + std::to_string(i)] = PFA_DIRECTORY;
+    }
+    directory listed(tree());
+    for (int round = 0; round < 2; ++round) {
+        kinds seen;
+        EXPECT_EQ(listed.open(), PFA_E_NO_ERROR);
+        EXPECT_EQ(listed.next(nullptr, &FILTER, &seen), PFA_E_QUIT);
+        EXPECT_EQ(seen, expected);
+        std::filesystem::remove(tree("directory0")); // an entry is asked for once
+    }
+}
+
+TEST(Directories, KnowWhichDirectoryOfTheHostIsOpen) {
+    const scratch_tree tree;
+    struct stat status;
+    ASSERT_EQ(stat(tree.dir("sub").c_str(), &status), 0);
+    tree.link("link", "sub");
+    directory linked(tree("link/")), file(tree.file("file"));
+    dev_t device;
+    ino_t inode;
+    EXPECT_FALSE(pfafs_get_dir_identity(linked, &device, &inode)) << "not open";
+    ASSERT_EQ(linked.open(), PFA_E_NO_ERROR);
+    ASSERT_TRUE(pfafs_get_dir_identity(linked, &device, &inode));
+    EXPECT_EQ(device, status.st_dev);
+    EXPECT_EQ(inode, status.st_ino);
+}
+
+TEST(Directories, OpeningFailsByTheReason) {
+    const scratch_tree tree;
+    directory whole(tree()), closed(tree.dir("closed", 0311)), file(tree.file("file"));
+    EXPECT_EQ(in_child(drop_rights, [&] { return closed.open(); }), PFA_E_CANT_OPEN);
+    EXPECT_EQ(in_child(use_up_descriptors, [&] { return whole.open(); }), PFA_E_CANT_OPEN);
+    EXPECT_EQ(directory(tree("missing/")).open(), PFA_E_CANT_OPEN);
+    EXPECT_EQ(directory("no-such-host.invalid:/dir/").open(), PFA_E_CANT_OPEN);
+    EXPECT_EQ(file.open(), PFA_E_INVALID_INPUT);
+}
 
 // Results of a child process beside the status codes.
 constexpr int JUMPED = 254;
 constexpr int DESCRIPTOR_LEFT_OPEN = 255;
 
-struct directory : record {
-    using record::scoped_record;
-
-    // By the method, and like pfa_open_dir it marks the record as open. A listing that may not be
-    // cached is as good as any other.
-    int open() {
-        const int result = pfaloc_call_FLPP(file, PfaDirOpen, "/no/such/place/", nullptr);
-        file->flags |= result == PFA_E_NOT_CACHABLE ? PFA_F_OPEN : pfa_flag(0);
-        return result == PFA_E_NOT_CACHABLE ? 0 : result;
-    }
-    int close() { return pfaloc_call_FL(file, PfaDirClose); }
-    int is_stale(const std::string &at) {
-        return pfaloc_call_FLP(file, PfaDirCacheInvalid, at.c_str());
-    }
-    int next(vek_file *out, const pfa_dir_filter *filter = nullptr, kinds *seen = nullptr) {
-        return pfaloc_call_FLPPPI(file, PfaDirReadNext, out, filter, seen, seen != nullptr);
-    }
-};
-
-TEST(dir, lists_every_name_unchanged_and_again_from_the_start) {
-    scratch_dir scratch;
-    texts expected(1, std::string(230, 'n'));
-    for (const char *odd : {"a\\b.igs", "x::p.prt", "stdio:", "$HOME", "~", "^", ".hidden",
-                            "line\nfeed", "\t blank .prt.7", "\xff\x80.asm", "no extension."}) {
-        expected.emplace_back(odd);
-    }
-    for (int i = 0; i < 3000; ++i) {
-        expected.push_back("part" + std::to_string(i) + ".prt");
-    }
-    for (const std::string &name : expected) {
-        scratch.file(name);
-    }
-    std::sort(expected.begin(), expected.end());
-    directory listed(scratch());
-    EXPECT_EQ(listed.open(), 0);
-    EXPECT_EQ(read_names(listed), expected);
-    EXPECT_EQ(read_names(listed), texts{}) << "the end comes again";
-    scratch.file("later");
-    EXPECT_EQ(listed.open(), 0);
-    EXPECT_EQ(read_names(listed), expected) << "a second open only rewinds";
-    EXPECT_EQ((codes{listed.close(), listed.close()}), (codes{0, PFA_E_INVALID_INPUT}));
-}
-
-// A listing that is not the cache's was lost when its record became a file before the close, which
-// closed streams only.
-TEST(dir, an_own_listing_is_released_from_a_record_that_became_a_file) {
-    scratch_dir scratch;
-    directory listed(scratch());
-    ASSERT_EQ(listed.open(), 0);
-    listed->type = OBJ_TYPE_NOT_YET;
-    EXPECT_EQ(pfa_close(listed), 0);
-}
-
-TEST(dir, a_borrowed_listing_goes_back_from_a_record_that_became_a_file) {
-    scratch_dir scratch;
-    record listed(scratch());
-    for (int round = 0; round < 2; ++round) {
-        EXPECT_EQ(pfa_open_dir(listed), 0);
-        EXPECT_NE(listed->flags & PFA_F_BORROWED, 0u);
-        listed->type = OBJ_TYPE_NOT_YET;
-        EXPECT_EQ((codes{pfaloc_call_FL(listed, PfaFlushFile), pfa_close(listed)}), (codes{9, 0}));
-        listed->type = OBJ_TYPE_DIRECTORY;
-    }
-}
-
-int take_sub(vek_file *, const char *name, void *) {
-    return std::string(name) != "sub";
-}
-
-int note_kind(vek_file *, const char *name, int is_dir, void *argument) {
-    (*static_cast<kinds *>(argument))[name] = is_dir;
-    return 1;
-}
-
-TEST(dir, a_filter_takes_entries_or_visits_them_all) {
-    scratch_dir scratch;
-    kinds expected = {{"sub", 1}};
-    for (int i = 0; i < 9; ++i) { // in whatever order, kinds follow each other
-        const std::string name = std::to_string(i);
-        i % 2 == 0 ? scratch.file(name) : scratch.dir(name);
-        expected[name] = i % 2;
-    }
-    std::filesystem::create_symlink("1", scratch("sub"));
-    directory listed(scratch());
-    record entry;
-    const pfa_dir_filter filter{take_sub, note_kind};
-    EXPECT_EQ((codes{listed.open(), listed.next(entry, &filter), listed.next(entry, &filter),
-                     listed.open(), listed.next(nullptr, &filter)}),
-              (codes{0, 0, PFA_E_QUIT, 0, 9}));
-    EXPECT_EQ(component(entry, PFA_NAME), "sub");
-    for (int round = 0; round < 2; ++round) {
-        kinds seen;
-        EXPECT_EQ((codes{listed.open(), listed.next(nullptr, &filter, &seen)}), (codes{0, 5}));
-        EXPECT_EQ(seen, expected);
-        std::filesystem::remove(scratch("1")); // an entry is asked for once in a listing's life
-    }
-    EXPECT_EQ(listed.close(), 0);
-}
-
-TEST(dir, opening_fails_by_the_reason) {
-    scratch_dir scratch;
-    directory whole(scratch()), missing(scratch("missing/")), closed(scratch.dir("closed", 0311));
-    directory file(scratch.file("file")), remote("no-such-host.invalid:/dir/");
-    EXPECT_EQ(in_child(drop_rights, [&] { return closed.open() * 10 + whole.open(); }), 30);
-    EXPECT_EQ(in_child(use_up_descriptors, [&] { return whole.open(); }), PFA_E_CANT_OPEN);
-    EXPECT_EQ((codes{missing.open(), remote.open(), file.open()}), (codes{3, 3, 9}));
-}
-
 // Half a directory must not pass for the whole one. And when the memory for the last part of a
 // listing ran out, the jump to a trap frame lost all that had been read before it.
-TEST(dir, is_opened_whole_or_not_at_all) {
-    scratch_dir scratch;
+TEST(Directories, AreOpenedWholeOrNotAtAll) {
+    const scratch_tree tree;
     for (const char c : {'a', 'b', 'c', 'd', 'e'}) {
-        scratch.file(std::string(250, c));
+        tree.file(std::string(250, c));
     }
-    directory whole(scratch());
+    directory whole(tree());
     const auto open_with_failure = [&](int nth) {
         std::jmp_buf context;
         if (trp_push_frame(TRP_CLASS_MEMORY, &context) == 0 || setjmp(context) != 0) {
@@ -159,64 +193,88 @@ TEST(dir, is_opened_whole_or_not_at_all) {
     EXPECT_GT(nth, 4);
 }
 
-TEST(dir, a_listing_is_stale_when_the_directory_may_have_changed) {
-    scratch_dir scratch;
-    directory listed(scratch.dir("listed"));
-    // The times are those of the location text, so that reading one directory leaves the access
-    // time of the other alone.
-    const std::string timed = scratch("timed");
-    const auto is_stale = [&](int atime, int mtime_now, unsigned mode_now) {
-        const timespec then[] = {{atime, 0}, {1000, 0}}, now[] = {{atime, 0}, {mtime_now, 0}};
-        scratch.dir("timed");
-        EXPECT_EQ(utimensat(AT_FDCWD, timed.c_str(), then, 0), 0);
-        EXPECT_EQ(pfaloc_call_FLPP(listed, PfaDirOpen, timed.c_str(), nullptr), 0);
-        EXPECT_EQ(utimensat(AT_FDCWD, timed.c_str(), now, 0), 0);
-        scratch.dir("timed", mode_now);
-        EXPECT_EQ(mode_now == 0 ? rmdir(timed.c_str()) : 0, 0);
-        return listed.is_stale(timed) + listed.close();
+TEST(Directories, AListingIsOutOfDateIfTheDirectoryMayHaveChanged) {
+    struct row {
+        const char *name;
+        int accessed, modified_then, modified_now;
+        unsigned mode_now; // 0: the directory is gone
+        int expected;
     };
-    EXPECT_EQ(
-        (codes{is_stale(2000, 1000, 0755), is_stale(2000, 1001, 0755), is_stale(2000, 999, 0755)}),
-        (codes{0, 1, 1}));
-    EXPECT_EQ(is_stale(1000, 1000, 0755), 1) << "it changed in the second of the reading";
-    EXPECT_EQ(is_stale(2000, 1000, 0355), 1) << "unreadable for its owner";
-    EXPECT_EQ(is_stale(2000, 1000, 0), 1) << "gone";
-    EXPECT_EQ((codes{listed.is_stale("/"), listed.open(), listed.is_stale("/"), listed.close()}),
-              (codes{PFA_E_INVALID_INPUT, 0, 1, 0}));
+    const row rows[] = {
+        {"unchanged", 2000, 1000, 1000, 0755, 0},
+        {"changed", 2000, 1000, 1001, 0755, 1},
+        {"set back", 2000, 1000, 999, 0755, 1},
+        {"changed in its second", 1000, 1000, 1000, 0755, 1},
+        {"unreadable", 2000, 1000, 1000, 0355, 1},
+        {"gone", 2000, 1000, 1000, 0, 1},
+    };
+    const scratch_tree tree;
+    // The times are those of the location text: reading the one directory leaves the access time of
+    // the other alone.
+    directory listed(tree.dir("listed"));
+    const std::string timed = tree("timed");
+    for (const row &at : rows) {
+        SCOPED_TRACE(at.name);
+        tree.dir("timed");
+        const timespec then[] = {{at.accessed, 0}, {at.modified_then, 0}};
+        const timespec now[] = {{at.accessed, 0}, {at.modified_now, 0}};
+        ASSERT_EQ(utimensat(AT_FDCWD, timed.c_str(), then, 0), 0);
+        EXPECT_EQ(listed.open(timed), PFA_E_NO_ERROR);
+        ASSERT_EQ(utimensat(AT_FDCWD, timed.c_str(), now, 0), 0);
+        tree.dir("timed", at.mode_now);
+        if (at.mode_now == 0) {
+            rmdir(timed.c_str());
+        }
+        EXPECT_EQ(listed.is_out_of_date(timed), at.expected);
+        EXPECT_EQ(listed.close(), PFA_E_NO_ERROR);
+    }
+    EXPECT_EQ(listed.open("/no/such/place/"), PFA_E_NOT_CACHABLE);
+    EXPECT_EQ(listed.is_out_of_date("/"), 1);
 }
 
-TEST(dir, is_made_moved_and_removed) {
-    scratch_dir scratch, elsewhere("/dev/shm");
-    record made(scratch("made/")), moved(scratch("moved/")), far(elsewhere("far/"));
-    EXPECT_EQ((codes{pfaloc_call_F(made, PfaMakeDir), pfaloc_call_F(made, PfaMakeDir)}),
-              (codes{0, PFA_E_ERROR}));
-    const auto move = [&](vek_file *to) { return pfaloc_call_FF(made, PfaMoveDir, to); };
-    EXPECT_EQ((codes{move(far), move(moved), move(moved)}), (codes{PFA_E_NOT_ALLOWED, 0, 1}));
-    EXPECT_EQ((codes{pfaloc_call_F(made, PfaRemoveDir), pfaloc_call_F(moved, PfaRemoveDir)}),
-              (codes{PFA_E_ERROR, 0}));
+TEST(Directories, AreMadeMovedAndRemoved) {
+    const scratch_tree tree, elsewhere("/dev/shm");
+    record made(tree("made/")), moved(tree("moved/")), far(elsewhere("far/"));
+    EXPECT_EQ(pfaloc_call_F(made, PfaMakeDir), PFA_E_NO_ERROR);
+    EXPECT_EQ(pfaloc_call_F(made, PfaMakeDir), PFA_E_ERROR);
+    EXPECT_EQ(pfaloc_call_FF(made, PfaMoveDir, far), PFA_E_NOT_ALLOWED);
+    EXPECT_EQ(pfaloc_call_FF(made, PfaMoveDir, moved), PFA_E_NO_ERROR);
+    EXPECT_EQ(pfaloc_call_FF(made, PfaMoveDir, moved), PFA_E_ERROR);
+    EXPECT_EQ(pfaloc_call_FF(moved, PfaMoveDir, record()), PFA_E_ERROR) << "no name to move to";
+    EXPECT_EQ(pfaloc_call_F(made, PfaRemoveDir), PFA_E_ERROR);
+    EXPECT_EQ(pfaloc_call_F(moved, PfaRemoveDir), PFA_E_NO_ERROR);
 }
 
-TEST(dci, only_a_call_that_can_change_a_directory_drops_its_listing) {
-    scratch_dir scratch;
-    const std::string old = scratch.file("old"), gone = scratch("gone"), sub = scratch("none/sub");
-    // The call's errno, and whether the listing is still in the cache, stale or not.
-    const auto after = [&](auto call) {
-        record listed(scratch());
-        EXPECT_EQ(pfa_open_dir(listed) + pfa_close(listed), 0);
-        const int error = call() ? 0 : errno;
-        const char *key = scratch.path.c_str();
-        return error * 10 + pfa_dir_from_cache(key, nullptr, nullptr, 1, nullptr, 0);
+TEST(Notices, FollowACallThatCanChangeADirectory) {
+    const scratch_tree tree;
+    const std::string old = tree.file("old"), gone = tree("gone"), sub = tree("none/sub");
+    struct row {
+        const char *name;
+        std::function<bool()> succeeds;
+        int error;
+        bool noticed;
     };
-    EXPECT_EQ(
-        (codes{after([&] { return dci_fopen(gone.c_str(), "r"); }),
-               after([&] { return dci_fopen(old.c_str(), "a"); }),
-               after([&] { return dci_open(old.c_str(), O_RDWR, 0) >= 0; }),
-               after([&] { return dci_open(old.c_str(), O_RDWR | O_CREAT, 0) >= 0; }),
-               after([&] { return dci_rename(gone.c_str(), sub.c_str()) == 0; }),
-               after([&] { return dci_unlink(gone.c_str()) == 0; }),
-               after([&] { return dci_mkdir(old.c_str(), 0700) == 0; }),
-               after([&] { return dci_rmdir(sub.c_str()) == 0; })}),
-        (codes{ENOENT * 10 + 1, 0, 1, 0, ENOENT * 10, ENOENT * 10, EEXIST * 10, ENOENT * 10 + 1}));
+    const row rows[] = {
+        {"fopen r", [&] { return dci_fopen(gone.c_str(), "r") != nullptr; }, ENOENT, false},
+        {"fopen a", [&] { return dci_fopen(old.c_str(), "a") != nullptr; }, 0, true},
+        {"open", [&] { return dci_open(old.c_str(), O_RDWR, 0) >= 0; }, 0, false},
+        {"open O_CREAT", [&] { return dci_open(old.c_str(), O_RDWR | O_CREAT, 0) >= 0; }, 0, true},
+        {"rename", [&] { return dci_rename(gone.c_str(), sub.c_str()) == 0; }, ENOENT, true},
+        {"unlink", [&] { return dci_unlink(gone.c_str()) == 0; }, ENOENT, true},
+        {"mkdir", [&] { return dci_mkdir(old.c_str(), 0700) == 0; }, EEXIST, true},
+        {"rmdir elsewhere", [&] { return dci_rmdir(sub.c_str()) == 0; }, ENOENT, false},
+    };
+    for (const row &call : rows) {
+        SCOPED_TRACE(call.name);
+        record listed(tree());
+        ASSERT_EQ(pfa_open_dir(listed), PFA_E_NO_ERROR);
+        ASSERT_EQ(pfa_close(listed), PFA_E_NO_ERROR);
+        errno = 0;
+        EXPECT_EQ(call.succeeds(), call.error == 0);
+        EXPECT_EQ(errno, call.error);
+        const bool cached = pfa_dir_from_cache(tree.path.c_str(), nullptr, nullptr, 1, nullptr, 0);
+        EXPECT_EQ(cached, !call.noticed);
+    }
 }
 
 } // namespace

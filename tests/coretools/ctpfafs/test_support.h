@@ -41,9 +41,10 @@ struct stream : record {
     int call(int method) { return pfaloc_call_FL(file, method); }
     int call(int method, const void *with) { return pfaloc_call_FLP(file, method, with); }
     int seek(int to) { return call(PfaSetFilePosition, &to); }
+    static constexpr int UNKNOWN_POSITION = -1;
     int tell() {
-        int position = -7;
-        return call(PfaGetFilePosition, &position) == 0 ? position : -8;
+        int position = 0;
+        return call(PfaGetFilePosition, &position) == 0 ? position : UNKNOWN_POSITION;
     }
     int write(const char *bytes, int size, int sync = 0) {
         return pfaloc_call_FLPII(file, PfaWriteFile, bytes, size, sync);
