@@ -214,7 +214,7 @@ int least_recently_used() {
     while (oldest < now) {
         for (; next < count; ++next) {
             if (dir_cache[next].time == oldest && may_be_evicted(next)) {
-                return next++;
+                return next;
             }
         }
         oldest = now;

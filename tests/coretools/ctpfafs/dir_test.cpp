@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <csetjmp>
+#include <ctime>
 #include <map>
 
 #include <sys/stat.h>
@@ -230,6 +231,20 @@ TEST(Directories, AListingIsOutOfDateIfTheDirectoryMayHaveChanged) {
     }
     EXPECT_EQ(listed.open("/no/such/place/"), PFA_E_NOT_CACHABLE);
     EXPECT_EQ(listed.is_out_of_date("/"), 1);
+}
+
+TEST(Directories, AListingUnderItsOwnNameIsJudgedByTheSameTimes) {
+    const scratch_tree tree;
+    directory listed(tree());
+    const timespec future[] = {{2000, 0}, {std::time(nullptr) + 1000, 0}};
+    ASSERT_EQ(utimensat(AT_FDCWD, tree.path.c_str(), future, 0), 0);
+    EXPECT_EQ(listed.open(), PFA_E_NO_ERROR);
+    EXPECT_EQ(listed.is_out_of_date(tree.path), 1) << "it changes after it was read";
+    EXPECT_EQ(listed.close(), PFA_E_NO_ERROR);
+    const timespec past[] = {{2000, 0}, {1000, 0}};
+    ASSERT_EQ(utimensat(AT_FDCWD, tree.path.c_str(), past, 0), 0);
+    EXPECT_EQ(listed.open(), PFA_E_NO_ERROR);
+    EXPECT_EQ(listed.is_out_of_date(tree.path), 0);
 }
 
 TEST(Directories, AreMadeMovedAndRemoved) {
