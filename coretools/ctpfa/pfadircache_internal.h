@@ -8,8 +8,8 @@
 //               listing is on loan already. May be null: then nothing is lent
 //   index       where to store the entry's index, -1 for none; may be null
 //   returning   1 when a borrower gives its listing back: nothing is dropped
-//   asked       the record to be opened, whose location says whether it may use the cache ("Pfa-
-//               DirCacheEligible"); may be null
+//   asked       the record to be opened; may be null. Its location says in "PfaDirCacheEligible"
+//               whether it may use the cache
 //   discarding  1 to drop the entry
 // Returns 1 if the listing counts as cached, with a donor or without, else 0.
 int pfa_dir_from_cache(const char *key, vek_file **donor, int *index, int returning,
