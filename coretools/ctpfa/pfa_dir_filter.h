@@ -12,3 +12,14 @@ struct pfa_dir_filter {
     int (*by_name)(vek_file *directory, const char *name, void *argument);
     int (*by_name_and_kind)(vek_file *directory, const char *name, int kind, void *argument);
 };
+
+// True if the listing shows an entry to its reader; for implementations of "PfaDirReadNext". A null
+// filter takes every entry.
+inline bool pfa_filter_takes(const pfa_dir_filter *filter, vek_file *directory, const char *name,
+                             bool with_kind, int kind, void *argument) {
+    if (filter == nullptr) {
+        return true;
+    }
+    return (with_kind ? filter->by_name_and_kind(directory, name, kind, argument)
+                      : filter->by_name(directory, name, argument)) == 0;
+}

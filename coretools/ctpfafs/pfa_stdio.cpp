@@ -177,7 +177,7 @@ int pfa_stdio_dir_read_next(vek_file *directory, void **data, vek_file *entry,
     }
     const char *name = listing->name;
     listing->name = nullptr;
-    if (!pfafs_filter_takes(filter, directory, name, with_kind != 0, PFA_NO_DIRECTORY, argument)) {
+    if (!pfa_filter_takes(filter, directory, name, with_kind != 0, PFA_NO_DIRECTORY, argument)) {
         return PFA_E_QUIT;
     }
     return pfa_is_valid(entry) ? put_entry(directory, name, entry) : PFA_E_INVALID_INPUT;

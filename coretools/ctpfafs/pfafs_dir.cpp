@@ -68,8 +68,8 @@ int pfafs_dir_read_next(vek_file *directory, void **data, vek_file *entry,
         return PFA_E_INVALID_INPUT;
     }
     while (const char *name = os_readdir(block->listing, nullptr)) {
-        if (pfafs_filter_takes(filter, directory, name, with_kind != 0, os_entry_kind(name),
-                               argument)) {
+        if (pfa_filter_takes(filter, directory, name, with_kind != 0, os_entry_kind(name),
+                             argument)) {
             return pfa_is_valid(entry) ? put_entry(directory, name, entry) : PFA_E_INVALID_INPUT;
         }
     }

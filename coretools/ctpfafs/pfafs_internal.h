@@ -62,17 +62,6 @@ int pfafs_fopen_low(vek_file *record, void **data, char *name, const char *mode,
 int pfa_actually_open_dir(vek_file *record, void **data, const char *location, const char *pattern,
                           pfafs_name_form form);
 
-// True if a filter takes an entry. A null filter takes all; another one is called with or without
-// the kind, as the reader wants.
-inline bool pfafs_filter_takes(const pfa_dir_filter *filter, vek_file *directory, const char *name,
-                               bool with_kind, int kind, void *argument) {
-    if (filter == nullptr) {
-        return true;
-    }
-    return (with_kind ? filter->by_name_and_kind(directory, name, kind, argument)
-                      : filter->by_name(directory, name, argument)) == 0;
-}
-
 // Each registers the methods of one file, while the registration of the standard filesystem is
 // open.
 void pfafs_register_parse_functions();

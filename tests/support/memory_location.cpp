@@ -148,23 +148,12 @@ int open_directory(vek_file *, void **handle, const char *location, const char *
     return PFA_E_NO_ERROR;
 }
 
-// Whether the filter takes an entry; all of them are files.
-bool is_taken(vek_file *directory, const char *name, const pfa_dir_filter *filter, void *argument,
-              int with_kind) {
-    if (filter == nullptr) {
-        return true;
-    }
-    return 0 == (with_kind != 0
-                     ? filter->by_name_and_kind(directory, name, PFA_NO_DIRECTORY, argument)
-                     : filter->by_name(directory, name, argument));
-}
-
 int read_next(vek_file *directory, void **handle, vek_file *entry, const pfa_dir_filter *filter,
               void *argument, int with_kind) {
     memory_listing *listing = listing_in(handle);
     while (listing->next < listing->names.size()) {
         const char *name = listing->names[listing->next++].c_str();
-        if (is_taken(directory, name, filter, argument, with_kind)) {
+        if (pfa_filter_takes(filter, directory, name, with_kind != 0, PFA_NO_DIRECTORY, argument)) {
             return parse_to_pfa(entry, 0, name);
         }
     }
