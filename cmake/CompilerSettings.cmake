@@ -24,3 +24,10 @@ function(vek_configure_target target)
     target_compile_options(${target} PRIVATE -Werror)
   endif()
 endfunction()
+
+# For the product itself: the core and the catalog builder.
+function(vek_configure_product target)
+  vek_configure_target(${target})
+  target_compile_options(${target} PRIVATE -Wconversion -Wsign-conversion
+                                           -fno-exceptions -fno-rtti)
+endfunction()

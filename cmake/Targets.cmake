@@ -5,7 +5,9 @@ function(vek_add_test name)
   add_executable(${name} ${arg_SOURCES})
   vek_configure_target(${name})
   # g++ 12 warns of an overlap inside std::string's operator+ that is not there (GCC bug 105651).
-  target_compile_options(${name} PRIVATE -Wno-restrict)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+    target_compile_options(${name} PRIVATE -Wno-restrict)
+  endif()
   target_link_libraries(${name} PRIVATE test_support ${arg_LIBRARY} GTest::gtest_main)
   gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_TIMEOUT 60
                        PROPERTIES TIMEOUT 120)

@@ -1,4 +1,4 @@
-// An invariant of a fuzzed run: when it does not hold, the run ends with the place and the text.
+// Checks an invariant of a fuzzed run: if it does not hold, prints its place and text and aborts.
 #pragma once
 
 #include <cstdio>

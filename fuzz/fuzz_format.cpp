@@ -1,5 +1,5 @@
-// Formats and arguments: one directive between two pieces of plain text is held against the C
-// library's own result, and raw bytes as a format end in a text or in a refusal.
+// Formatting: compares one directive between two pieces of plain text with the C library's result,
+// and checks that any bytes as a format give a text or are refused.
 #include "coretools/ctwcfun/vek_vsprintf.h"
 #include "fuzz/fuzz_check.h"
 
@@ -42,7 +42,7 @@ std::string plain_text(FuzzedDataProvider &input) {
     return text;
 }
 
-// "%", flags, width and precision; stars counts the arguments that they take.
+// Returns "%", flags, width and precision. `stars` counts the arguments that they take.
 std::string directive_head(FuzzedDataProvider &input, bool numeric, int &stars) {
     std::string head = "%";
     for (const char flag : {'-', '+', ' ', '0'}) {
@@ -121,7 +121,7 @@ void one_directive(FuzzedDataProvider &input) {
     }
 }
 
-// A format of any bytes whose directives take integers alone, and no more of them than are passed.
+// Formats any bytes whose directives take only integers, and no more of them than are passed.
 void raw_format(const std::string &bytes) {
     const std::string format = bytes.c_str();
     int arguments = 0;

@@ -1,5 +1,5 @@
-// Any text as a name: the record it parses to is well formed, and what is written back from it
-// parses to the same name again.
+// Any text as a name: the record it is parsed into is well formed, and the name written from the
+// record parses to the same name again.
 #include "coretools/ctpfa/pfacomponent.h"
 #include "coretools/ctpfa/pfaget.h"
 #include "coretools/ctpfa/pfamem.h"
@@ -23,8 +23,8 @@ void check_record(const vek_file *record) {
     FUZZ_CHECK(pfa_component_length(record, PFA_RESERVED) == 0);
 }
 
-// A record without a host is brought into standard form too (a host would be looked up on the
-// network).
+// Brings the record into standard form too, unless it has a host: that would be looked up on the
+// network.
 int parse(vek_file *record, const char *text) {
     const int status = parse_to_pfa(record, 1, text);
     if (status != PFA_E_NO_ERROR || pfa_has_component(record, PFA_HOST)) {
@@ -33,13 +33,13 @@ int parse(vek_file *record, const char *text) {
     return pfa_parse_to_vek_file_private(record, nullptr, text, 0);
 }
 
-// What stands before a path as its host or device may hold any characters, and the host form does
-// not mark where it ends: such a name may be read back as another place.
+// True if the record has a host or a device. These may hold any character, and the host form does
+// not mark where they end: the name may be read back as another place.
 bool names_a_place(const vek_file *record) {
     return pfa_has_component(record, PFA_HOST) != 0 || pfa_has_component(record, PFA_DEVICE) != 0;
 }
 
-// From the second writing on, a name is its own full name.
+// A full name that was read back and written again is itself.
 void check_full_name(vek_file *record, vek_file *again) {
     char first[PFA_PATH_SIZE];
     char second[PFA_PATH_SIZE];

@@ -1,5 +1,5 @@
-// Any bytes as EUC and as wide text: every conversion makes progress, stays inside its text, and
-// what was read whole is written back as it was.
+// Any bytes as EUC and as wide text: every conversion makes progress and stays inside its text, and
+// whole characters are written back as they were read.
 #include "coretools/ctplatform/wide_text.h"
 #include "coretools/ctstrutil/euc_codes.h"
 #include "coretools/ctwcfun/wstr_ret.h"
@@ -20,12 +20,12 @@ int character_length(char first) {
     return byte == 0x8f ? 3 : 2;
 }
 
-// Walks the text a character at a time; true when every character was whole and has a packing of
-// its own (the packing drops the high bit of a second or third byte).
+// Reads the text a character at a time. True if every character is whole and its packing loses
+// nothing (the packing drops the high bit of a second or third byte).
 bool walk(const std::string &text) {
     bool whole = true;
     for (size_t at = 0; at < text.size();) {
-        // A copy of exactly what is left, so that a read past it is seen.
+        // A copy of exactly the rest, so that the address checks see a read past it.
         const std::vector<char> rest(text.begin() + static_cast<long>(at), text.end());
         const int left = static_cast<int>(rest.size());
         const int length = character_length(rest[0]);

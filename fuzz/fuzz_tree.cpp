@@ -1,6 +1,6 @@
-// Whole random trees: the input builds a part library, the tool catalogs it, and an independent
-// walk of the same tree says what the catalog must hold. Below a directory that a warning names,
-// members may be missing; nothing else may, and nothing may be there too much.
+// Random trees: builds a part library from the input, catalogs it, and compares the catalog with an
+// independent walk of the tree. Members may be missing below a directory that a warning names, and
+// nowhere else; the catalog holds nothing more.
 #include "apps/lib_ctg/ctgcore.h"
 #include "coretools/ctfileutil/objextension.h"
 #include "fuzz/fuzz_check.h"
@@ -45,7 +45,7 @@ std::string make_name(FuzzedDataProvider &input) {
     return name.c_str();
 }
 
-// Files, directories and links, at most 60 of them and four levels deep.
+// Creates files, directories and links, at most 60 and four levels deep.
 void build_tree(FuzzedDataProvider &input, const fs::path &root) {
     std::error_code ignored;
     fs::path here = root;
@@ -96,7 +96,7 @@ std::string cut_version(const std::string &name) {
     return name.substr(0, at);
 }
 
-// The member that a plain file of this name makes; type -6 when it makes none.
+// Returns the member that a plain file of this name is; of type OBJ_TYPE_NO_MEMBER if it is none.
 member as_member(const std::string &file, const std::string &directory) {
     const member none{OBJ_TYPE_NO_MEMBER, "", ""};
     if (file[0] == '.') {
@@ -119,8 +119,8 @@ member as_member(const std::string &file, const std::string &directory) {
     return {type, name, directory};
 }
 
-// True if the output has a line that starts with "Warning: No access to " and is that of this file:
-// the line of another one may go on behind its name where names hold line feeds.
+// True if a warning says that this file could not be looked at. False if that warning could be the
+// first line of another file's, whose name goes on with a line feed.
 bool is_warned_of(const fs::path &file, const std::string &output) {
     const std::string name = file.filename().string() + "\n";
     for (const fs::directory_entry &other : fs::directory_iterator(file.parent_path())) {
@@ -131,7 +131,8 @@ bool is_warned_of(const fs::path &file, const std::string &output) {
     return output.find("Warning: No access to " + file.string() + "\n") != std::string::npos;
 }
 
-// Every member below directory; those below a directory that the output names are excused.
+// Collects every member below `directory`. Those below a directory that a warning names are not
+// required.
 void walk(const fs::path &directory, const std::string &relative, const std::string &output,
           bool excused, std::multiset<member> &all, std::multiset<member> &required) {
     for (const fs::directory_entry &entry : fs::directory_iterator(directory)) {
@@ -139,7 +140,7 @@ void walk(const fs::path &directory, const std::string &relative, const std::str
         const bool named = output.find(entry.path().string()) != std::string::npos;
         std::error_code broken;
         if (entry.is_directory(broken)) {
-            // A link back to an ancestor is what the loop guard passes over.
+            // A link to an ancestor: the scan warns of a loop.
             if (!entry.is_symlink()) {
                 walk(entry.path(), relative.empty() ? name : relative + "/" + name, output,
                      excused || named, all, required);
@@ -169,8 +170,8 @@ std::string padded(std::string text, size_t width) {
     return text;
 }
 
-// The catalog's lines are what the expected members give: each of them once, in order, between two
-// equal headers. Lines are cut off the text by what may stand there next.
+// Checks that the catalog holds lines of the expected members, each once and in order, between two
+// equal headers. The text is matched from the front, since a name may hold line feeds.
 void check_catalog(const std::string &catalog, const std::multiset<member> &all,
                    const std::multiset<member> &required) {
     std::multiset<member> missing;
@@ -195,7 +196,7 @@ void check_catalog(const std::string &catalog, const std::multiset<member> &all,
     }
 }
 
-// Standard output goes to a file in memory, so that the warnings can be read.
+// Returns a file in memory that standard output goes to, so that the warnings can be read.
 int captured_output() {
     static const int file = [] {
         const int descriptor = memfd_create("stdout", 0);

@@ -8,6 +8,9 @@ cd "$(dirname "$0")/.."
 need_packages g++ cmake make libgtest-dev
 
 preset=${1:-release}
+case $preset in
+asan | clang) need_packages clang libclang-rt-14-dev ;;
+esac
 cmake --preset "$preset" -DBUILD_TESTING=ON "${@:2}" >/dev/null
 cmake --build --preset "$preset" --parallel "$(nproc)"
 ctest --preset "$preset" --parallel "$(nproc)" --no-tests=error

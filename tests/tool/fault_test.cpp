@@ -1,5 +1,5 @@
-// Whole runs in which one call of the C library fails, for every call in turn: each ends in the
-// right catalog or in a status that says otherwise.
+// Whole runs in which one call of the C library fails, for every call in turn: each writes the
+// right catalog or exits with the status of a failure.
 #include "tests/tool/catalog_model.h"
 
 #include <filesystem>
@@ -99,7 +99,7 @@ INSTANTIATE_TEST_SUITE_P(Tool, Faults,
                          testing::Values("malloc", "opendir", "readdir", "stat", "fopen", "fwrite"),
                          [](const auto &test) { return std::string(test.param); });
 
-// A directory that goes away just before it is opened costs a warning and its own members.
+// A directory removed just before it is opened costs a warning and its own members, nothing else.
 TEST_F(Faults, DirectoryRemovedWhileScanning) {
     for (int at = 2; at <= 6; ++at) {
         const fault_result fault = run("opendir", at, false, library_.path("sub"));

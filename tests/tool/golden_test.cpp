@@ -1,4 +1,4 @@
-// Whole runs on libraries as people have them: the catalog and the messages, byte for byte.
+// Whole runs on ordinary libraries: the catalog and the messages, byte for byte.
 #include "tests/tool/catalog_model.h"
 
 #include <algorithm>
@@ -14,7 +14,7 @@ std::string blanks(int count) {
     return std::string(count, ' ');
 }
 
-// Written out by hand: the form of everything that the model builds.
+// Written out by hand, independent of the model.
 TEST(Golden, ThreeParts) {
     scratch_library library;
     expect_catalog(library);
@@ -54,6 +54,8 @@ TEST(Golden, CommandLine) {
         {{"foo", "-verify"}, {variable}, {1, ""}},
     };
     for (const auto &row : rows) {
+        SCOPED_TRACE(testing::PrintToString(row.arguments) +
+                     testing::PrintToString(row.environment));
         EXPECT_EQ(run_tool({row.arguments, row.environment}), row.expected);
     }
 }
@@ -72,7 +74,7 @@ TEST(Golden, EveryExtension) {
     expect_catalog(library);
 }
 
-// The rows are what people must be able to rely on; the tool then has to agree with the model.
+// The rows check the model; the model then checks the tool.
 TEST(Golden, WhichNamesAreMembers) {
     const std::string n31(31, 'n'), n32(32, 'n'), n65(65, 'n'), n66(66, 'n'), n79(79, 'n');
     // A file, and the type and name of the member that it makes.
@@ -148,12 +150,12 @@ TEST(Golden, UnreadableDirectory) {
     library.link("listed/linked.prt", "bolt.prt");
     library.link("listed/link", "sub");
     chmod(library.path("shut").c_str(), 0);
-    chmod(library.path("listed").c_str(), 0744); // its names can be read, its files not looked at
+    chmod(library.path("listed").c_str(), 0744); // can be listed, its entries cannot be looked up
     expect_catalog(library, {"shut/", "listed/sub/", "listed/link", "listed/linked.prt"},
                    {.prepare = drop_rights});
 }
 
-// The tool may be started from anywhere and be told the root in any way.
+// The same library from several working directories and by several forms of its root.
 TEST(Golden, RootForms) {
     scratch_library library;
     library.file("bolt.prt");

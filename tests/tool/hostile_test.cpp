@@ -1,5 +1,5 @@
-// Whole runs on roots that cannot work and on trees that nobody should have: nothing outside the
-// root is read, nothing is lost without a word, and no run ends early.
+// Whole runs on roots that cannot be cataloged and on hostile trees: nothing outside the root is
+// read or written, nothing is lost without a warning, and no run ends early.
 #include "tests/tool/catalog_model.h"
 
 #include <filesystem>
@@ -21,7 +21,7 @@ tool_result not_written(const std::string &root) {
     return {0, "Error: No write permission to " + root + "\n       catalog file not generated.\n"};
 }
 
-TEST(BadRoot, IsAnsweredAndLeavesNothing) {
+TEST(BadRoot, IsReportedAndNothingIsWritten) {
     scratch_library library;
     library.file("file.prt");
     library.directory("^");
@@ -72,19 +72,36 @@ TEST(BadRoot, WithoutRights) {
     EXPECT_EQ(library.catalog(), model_library({library.root, {}, ""}).catalog());
 }
 
-TEST(BadRoot, CatalogThatCannotBeAFile) {
-    scratch_library library;
-    library.file("mylib.ctg.1/bolt.prt");
+TEST(BadCatalog, IsADirectory) {
+    const scratch_library library;
+    library.directory("mylib.ctg.1");
     EXPECT_EQ(build_catalog(library.root), not_written(library.root));
-    // A FIFO under the catalog's name held the run for ever; a device took the catalog and kept it.
-    std::filesystem::remove_all(library.catalog_path());
+}
+
+// The run waited for a reader that never came.
+TEST(BadCatalog, IsAFifo) {
+    const scratch_library library;
     mkfifo(library.catalog_path().c_str(), 0600);
     EXPECT_EQ(build_catalog(library.root), not_written(library.root));
-    unlink(library.catalog_path().c_str());
+}
+
+TEST(BadCatalog, IsADevice) {
+    const scratch_library library;
     library.link("mylib.ctg.1", "/dev/null");
     EXPECT_EQ(build_catalog(library.root), not_written(library.root));
+}
 
-    // The root fits in a path and its catalog does not.
+// "$A.B" names no variable. Its catalog "$A_B.ctg.1" does, and would be written elsewhere.
+TEST(BadCatalog, NameIsReadAsAVariable) {
+    const scratch_library library("$A.B");
+    library.directory("../elsewhere");
+    const tool_run run{{}, {"A_B=" + library.top + "/elsewhere/x"}};
+    EXPECT_EQ(build_catalog(library.root, run), not_written(library.root));
+    EXPECT_TRUE(std::filesystem::is_empty(library.top + "/elsewhere"));
+}
+
+TEST(BadCatalog, PathIsTooLongAndThatOfTheRootIsNot) {
+    const scratch_library library;
     std::string root = "deep";
     while (library.path(root).size() < 190) {
         root += "/" + std::string(30, 'd');
@@ -114,7 +131,7 @@ void limit_files() {
     setrlimit(RLIMIT_FSIZE, &small);
 }
 
-TEST(Output, NeverMattersToTheCatalog) {
+TEST(Output, FailuresDoNotChangeTheCatalog) {
     scratch_library library;
     for (int k = 0; k < 60; ++k) { // the report is longer than any buffer of the stream
         library.file("sub" + std::to_string(k) + "/bolt.prt");
@@ -130,7 +147,7 @@ TEST(Output, NeverMattersToTheCatalog) {
     EXPECT_EQ(build_catalog(library.root, {.prepare = limit_files}).status, 1);
 }
 
-TEST(Names, ThatTheLayerReadsInItsOwnWay) {
+TEST(Names, WithCharactersOfTheSyntaxOfPaths) {
     scratch_library library;
     const std::set<std::string> refused = {"^/",    "a\\b/",     "q:/",      "x::y/",
                                            "$TOP/", "Part.PRT/", "$TOP.bak/"};
@@ -146,12 +163,11 @@ TEST(Names, ThatTheLayerReadsInItsOwnWay) {
                              "~.igs", "line\nfeed.igs", "%s%n.igs"}) {
         library.file(name);
     }
-    library.file("../outside.prt"); // where a name taken the wrong way would lead
+    library.file("../outside.prt"); // where "^" leads if it is read as the parent
     expect_catalog(library, refused, {{}, {"TOP=" + library.top}});
 }
 
-// Numbers too long for a version were told as files that could not be looked at: reading them left
-// an error number behind, and the scan took it for that of the look.
+// Reading a number too long for a version set errno, which the scan took for a failed stat.
 TEST(Names, NumbersTooLongForAVersion) {
     scratch_library library;
     for (const char *name : {"u.20231231235959123456", "bolt.prt.9223372036854775808",
@@ -172,15 +188,14 @@ TEST(Links, LoopsEndAndSiblingsAreEntered) {
     library.link("dangling", "nowhere");
     library.link("round", "round");
     library.file("level0/bolt.prt");
-    for (int level = 1; level <= 45; ++level) { // past what the host follows
+    for (int level = 1; level <= 45; ++level) { // more than the host follows
         library.link("level" + std::to_string(level), "level" + std::to_string(level - 1));
     }
     expect_catalog(library);
 }
 
-// Files and directories whose whole paths come to lengths around the limits, and a chain of
-// directories that leaves them far behind.
-TEST(LongPaths, LastLengthThatFitsIsUsed) {
+// Paths of files and directories on both sides of the limits, and a chain far beyond them.
+TEST(LongPaths, UpToTheLimitAreUsed) {
     scratch_library library;
     std::string below = "d";
     while (library.path(below).size() < 240) {

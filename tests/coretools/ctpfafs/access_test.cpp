@@ -141,7 +141,7 @@ TEST(Kinds, OfAPathSayWhyThereIsNone) {
         const std::string name = tree(last);
         record file;
         ASSERT_EQ(parse_to_pfa(file, 1, name.c_str()), PFA_E_NO_ERROR);
-        const auto kind_is = [&] { return vek_kind_of(name.c_str()) == kind; };
+        const auto kind_is = [&, kind = kind] { return vek_kind_of(name.c_str()) == kind; };
         const auto is_folder = [&] { return pfaloc_call_F(file, PfaIsFolder); };
         EXPECT_EQ(in_child(drop_rights, kind_is), 1);
         EXPECT_EQ(in_child(drop_rights, is_folder),

@@ -233,7 +233,7 @@ TEST(Files, ARefusedRenameKeepsBoth) {
         SCOPED_TRACE(name);
         tree.file(kept, "old");
         record file(from);
-        const auto rename = [&] {
+        const auto rename = [&, from = from, to = to] {
             return pfaloc_call_FPP(file, PfaRenameFile, from.c_str(), to.c_str());
         };
         EXPECT_EQ(in_child(prepare, rename), PFA_E_ERROR);
