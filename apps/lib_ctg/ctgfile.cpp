@@ -4,6 +4,7 @@
 #include "apps/lib_ctg/ctgmsg.h"
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctpfa/pfaget.h"
+#include "coretools/ctpfa/pfaloc_call.h"
 #include "coretools/ctpfa/pfamem.h"
 #include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfastream.h"
@@ -212,7 +213,12 @@ pfa_status open_catalog(vek_file *record, const char *name) {
     if (!is_named_by(record, catalog_path) || !may_be_written(record)) {
         return PFA_E_INVALID_NAME;
     }
-    return pfa_fopen(record, 0, binary_mode("w"));
+    const pfa_status opened = pfa_fopen(record, 0, binary_mode("w"));
+    if (opened == PFA_E_NO_ERROR) {
+        // A buffer in the stream would cut the blocks up.
+        pfaloc_call_FLP(record, PfaSetbuf, nullptr);
+    }
+    return opened;
 }
 
 } // namespace

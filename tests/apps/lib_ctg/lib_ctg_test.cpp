@@ -3,6 +3,7 @@
 #include "apps/lib_ctg/ctgfile.h"
 #include "apps/lib_ctg/ctgroot.h"
 #include "apps/lib_ctg/ctgscan.h"
+#include "coretools/ctmemmgr/getmem.h"
 #include "tests/support/scratch_tree.h"
 
 #include <climits>
@@ -10,6 +11,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -38,6 +40,30 @@ TEST(CompFunc, TypeThenNameThenPath) {
     }
 }
 
+// Names that begin alike, end inside the bytes that a key holds, or differ only behind them.
+TEST(SortCatalog, KeysKeepTheOrderOfCompFunc) {
+    std::mt19937 random(1);
+    const auto pick = [&random](const auto &texts) { return texts[random() % std::size(texts)]; };
+    constexpr const char *STARTS[] = {"part", "part_", "part_longer_than_a_key", "part\xe9"};
+    constexpr const char *ENDS[] = {"", "1", "10", "9", "_a", "A"};
+    src_list = xar_alloc_of<member_record *>(0, LIST_STEP);
+    for (int k = 0; k < 500; ++k) {
+        auto *member = static_cast<member_record *>(getmem(sizeof(member_record)));
+        member->type = static_cast<int>(random() % 4) - 1;
+        std::strcat(std::strcpy(member->name, pick(STARTS)), pick(ENDS));
+        std::strcpy(member->path, pick(ENDS));
+        xar_append(&src_list, 1, &member);
+    }
+    EXPECT_EQ(sort_catalog(), CTG_DONE);
+    ASSERT_EQ(xar_count(&sorted_list), 500);
+    for (int k = 1; k < 500; ++k) {
+        EXPECT_LE(comp_func(&sorted_list[k - 1], &sorted_list[k]), 0) << k;
+    }
+    release_memory_used();
+    xar_free(&src_list);
+    xar_free(&sorted_list);
+}
+
 class Library : public testing::Test {
   protected:
     // The member count of the catalog after a build, -1 after a build that failed.
@@ -60,7 +86,7 @@ class Library : public testing::Test {
     std::string root_ = tree_.path.substr(0, tree_.path.size() - 1);
 };
 
-// The second build must not be answered from the listing that the first one left in the cache.
+// The listing that the first build left in the cache must not serve the second one.
 TEST_F(Library, BuiltTwiceInOneProcess) {
     tree_.file("bolt.prt");
     EXPECT_EQ(members_built(), 1);
