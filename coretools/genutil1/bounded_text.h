@@ -18,7 +18,7 @@ class bounded_text {
         if (more.size() >= CAPACITY - size_) {
             return false;
         }
-        std::memcpy(text_ + size_, more.data(), more.size());
+        more.copy(text_ + size_, more.size());
         set_size(size_ + more.size());
         return true;
     }
