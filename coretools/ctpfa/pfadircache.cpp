@@ -79,6 +79,7 @@ T *append(T **array, int step) {
 // The index by name.
 
 void *index_as_data(int index) {
+    // The tree holds pointers. NOLINTNEXTLINE(performance-no-int-to-ptr)
     return reinterpret_cast<void *>(static_cast<std::intptr_t>(index));
 }
 
