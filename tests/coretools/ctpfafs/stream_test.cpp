@@ -2,7 +2,6 @@
 #include "coretools/ctfileutil/objextension.h"
 #include "coretools/ctpfa/pfadir.h"
 #include "coretools/ctpfa/pfaput.h"
-#include "coretools/ctpfafs/pfafs_internal.h"
 #include "test_support.h"
 #include "tests/support/failing_malloc.h"
 
@@ -24,13 +23,10 @@ TEST_P(EachStream, WritesWhatItIsGiven) {
     EXPECT_EQ(file.open(buffered, true), PFA_E_CANT_OPEN) << "the open stream would be lost";
     EXPECT_EQ(file.write("ab\0c", 4), PFA_E_NO_ERROR);
     EXPECT_EQ(file.write("d", 1, 1), PFA_E_NO_ERROR);
-    EXPECT_EQ(file.write("x", -1), PFA_E_INVALID_INPUT);
     EXPECT_EQ(file.write("", 0), buffered ? PFA_E_ERROR : PFA_E_NO_ERROR);
     EXPECT_EQ(file.call(PfaFputs, "\xff\n"), PFA_E_NO_ERROR);
     EXPECT_EQ(file.call(PfaFlushFile), PFA_E_NO_ERROR);
     EXPECT_EQ(tree.content("part.prt"), std::string("ab\0cd\xff\n", 7));
-    const auto show = [&] { file.call(PfaDbgShowStream), std::fflush(stdout); };
-    EXPECT_EQ(run_in_child(show).out.rfind(buffered ? "fid:  -1\nstream:  " : "fid:  ", 0), 0u);
     const int length = 2, wrong = -1;
     EXPECT_EQ(file.call(PfaTruncateFile, &length), PFA_E_NO_ERROR);
     EXPECT_EQ(file.call(PfaTruncateFile, &wrong), PFA_E_ERROR);
@@ -91,7 +87,6 @@ TEST_P(EachStream, ReadsFromItsPosition) {
     }
     EXPECT_EQ(file.call(PfaUnwindFile), PFA_E_NO_ERROR);
     EXPECT_EQ(file.tell(), stream::UNKNOWN_POSITION);
-    EXPECT_EQ(file.call(PfaCloseFile), PFA_E_NO_ERROR);
 }
 
 TEST_P(EachStream, OpeningFailsByTheReason) {
@@ -112,12 +107,11 @@ TEST_P(EachStream, OpeningFailsByTheReason) {
 }
 
 TEST_P(EachStream, Version1MayBeOnDiskWithoutAVersion) {
-    struct row {
+    const struct {
         const char *name;
         bool write;
         int expected, version;
-    };
-    const row rows[] = {
+    } rows[] = {
         {"bolt.prt.1", false, PFA_E_NO_ERROR, 0}, {"bolt.prt.2", false, PFA_E_ERROR, 2},
         {"no.member.1", false, PFA_E_ERROR, 1},   {"link.prt.1", true, PFA_E_ERROR, 1},
         {"bolt.prt.1", true, PFA_E_NO_ERROR, 1},
@@ -136,13 +130,13 @@ TEST_P(EachStream, Version1MayBeOnDiskWithoutAVersion) {
     EXPECT_EQ(tree.content("link.prt"), "kept");
 }
 
+// An error of the source before the copy used to be reported as the copy's own.
 TEST(Streams, AreCopiedUpToTheCookie) {
-    struct row {
+    const struct {
         std::string source;
         int result, at_end;
         std::string copied;
-    };
-    const row rows[] = {
+    } rows[] = {
         {"", PFA_E_NOT_FOUND, 1, ""},
         {"a", PFA_E_NOT_FOUND, 1, "a"},
         {"ab\xfe", PFA_E_NOT_FOUND, 1, "ab\xfe"},
@@ -156,33 +150,13 @@ TEST(Streams, AreCopiedUpToTheCookie) {
         stream from(tree.file("from.prt", source)), to(tree("to.prt"));
         ASSERT_EQ(from.open(true, false), PFA_E_NO_ERROR);
         ASSERT_EQ(to.open(true, true), PFA_E_NO_ERROR);
+        EXPECT_EQ(from.write("x", 1), PFA_E_ERROR) << "sets the error indicator";
         int end = -1;
         EXPECT_EQ(pfaloc_call_FLFLPP(from, PfaCopyThruCookie, to, "\xfe\x01", &end), result);
         EXPECT_EQ(end, at_end);
         EXPECT_EQ(pfa_close(to), PFA_E_NO_ERROR);
         EXPECT_EQ(tree.content("to.prt"), copied);
     }
-}
-
-// A failed read leaves the error indicator set. A copy from the stream afterwards reported that old
-// failure as its own.
-TEST(Streams, ACopyIgnoresAnOldErrorOfItsSource) {
-    const scratch_tree tree;
-    stream from(tree.file("from.prt", "ab")), to(tree("to.prt"));
-    ASSERT_EQ(from.open(true, false), PFA_E_NO_ERROR);
-    ASSERT_EQ(to.open(true, true), PFA_E_NO_ERROR);
-    std::FILE *source = pfafs_stream_of(from, &from->location_handle)->stream;
-    const int descriptor = dup(fileno(source));
-    close(fileno(source));
-    EXPECT_EQ(from.call(PfaFgetc), EOF);
-    dup2(descriptor, fileno(source));
-    close(descriptor);
-    ASSERT_NE(std::ferror(source), 0);
-    int end = -1;
-    EXPECT_EQ(pfaloc_call_FLFLPP(from, PfaCopyThruCookie, to, "\xfe\x01", &end), PFA_E_NOT_FOUND);
-    EXPECT_EQ(end, 1);
-    EXPECT_EQ(pfa_close(to), PFA_E_NO_ERROR);
-    EXPECT_EQ(tree.content("to.prt"), "ab");
 }
 
 // A descriptor read a full buffer and sought back over what followed the line. A FIFO cannot seek:
@@ -206,29 +180,25 @@ TEST(Streams, AFifoIsReadLineByLine) {
 // gone.
 TEST(Files, ARefusedRenameKeepsBoth) {
     const scratch_tree tree, elsewhere("/dev/shm");
-    tree.dir("closed");
     tree.file("closed/from", "new");
     tree.dir("closed", 0555);
     tree.dir("open", 0777);
+    tree.dir("outer");
     // Its parents may be written, so only the second try finds that it may not be moved.
-    const std::string fixed = tree.dir("open/fixed", 0555);
-    const std::string outer = tree.dir("outer");
-    tree.dir("other", 0777);
-    const std::string full = tree.dir("full");
-    struct row {
+    tree.dir("open/fixed", 0555);
+    const struct {
         const char *name;
         void (*prepare)();
         std::string from, to;
         const char *kept;
-    };
-    const row rows[] = {
-        {"missing source", as_before, tree("missing"), tree("open/to"), "open/to"},
+    } rows[] = {
         {"other file system", as_before, elsewhere.file("from"), tree("open/to"), "open/to"},
         {"no right to the source", drop_rights, tree("closed/from"), tree("open/to"), "open/to"},
-        {"directory may not be moved", drop_rights, fixed, tree("other/to"), "other/to"},
-        {"directory into itself", as_before, outer, tree("outer/to"), "outer/to"},
-        {"file onto directory", as_before, tree.file("file"), full, "full/inner"},
+        {"directory may not be moved", drop_rights, tree("open/fixed"), tree("new/to"), "new/to"},
+        {"directory into itself", as_before, tree("outer"), tree("outer/to"), "outer/to"},
+        {"file onto directory", as_before, tree.file("file"), tree("full"), "full/inner"},
     };
+    tree.dir("new", 0777);
     for (const auto &[name, prepare, from, to, kept] : rows) {
         SCOPED_TRACE(name);
         tree.file(kept, "old");

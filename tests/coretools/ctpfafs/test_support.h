@@ -14,7 +14,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 
-using codes = std::vector<int>; // what a row of calls answered
 using texts = std::vector<std::string>;
 
 using scratch_dir = scratch_tree;
@@ -58,7 +57,7 @@ struct stream : record {
     }
 };
 
-// The answer of question in a child process that prepare has changed first.
+// The result of question in a child process that prepare has changed first.
 template <class Question>
 int in_child(void (*prepare)(), Question question) {
     return run_in_child([&] { prepare(), _exit(question()); }).status;
