@@ -215,6 +215,13 @@ def check_changelog():
         fault("CHANGELOG.md", f"does not tell what {version} brought")
 
 
+def check_scripts():
+    page = ROOT / "docs/building.md"
+    for script in sorted(ROOT.glob("scripts/*.sh")):
+        if script.name != "packages.sh" and f"`scripts/{script.name}" not in page.read_text():
+            fault(page, f"does not tell what {script.name} does")
+
+
 def check_types():
     """The types of vek_catalog(5) are those of the table that the tests use."""
     first = {}
@@ -239,6 +246,7 @@ check_manual_pages()
 check_messages()
 check_catalog_page()
 check_types()
+check_scripts()
 check_changelog()
 print(f"{len(PAGES)} pages and the manual pages: {faults} faults")
 sys.exit(faults != 0)
