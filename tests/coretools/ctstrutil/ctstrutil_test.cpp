@@ -34,31 +34,22 @@ TEST(EucCodes, NothingIsReadBeyondTheCount) {
     }
 }
 
-// The corners of the code: each half of a lead byte, the gaps that Shift-JIS leaves out.
-TEST(EucCodes, FromEucOverJisToShiftJis) {
-    const struct {
-        const char *euc;
-        unsigned char first, second;
-    } rows[] = {
-        {"\xb0\xa1", 0x88, 0x9f}, {"\xb1\xa1", 0x89, 0x40}, {"\xb1\xdf", 0x89, 0x7e},
-        {"\xb1\xe0", 0x89, 0x80}, {"\xb1\xfe", 0x89, 0x9e}, {"\xb2\xfe", 0x89, 0xfc},
-        {"\xde\xfe", 0x9f, 0xfc}, {"\xdf\xa1", 0xe0, 0x40}, {"\xf4\xa6", 0xea, 0xa4},
-    };
-    for (const auto &[euc, first, second] : rows) {
-        vek_wchar wide = 0;
-        ASSERT_EQ(euc_mb2wc(&wide, euc, 2), 2);
-        auto jis_first = static_cast<unsigned char>(wc_euc2jis(wide) >> 8);
-        auto jis_second = static_cast<unsigned char>(wc_euc2jis(wide));
-        jis2sjis(&jis_first, &jis_second);
-        EXPECT_EQ(jis_first, first) << euc;
-        EXPECT_EQ(jis_second, second) << euc;
-    }
-    unsigned char no_row = 0;
-    unsigned char cell = 0x21;
-    jis2sjis(&no_row, &cell);
-    EXPECT_EQ(no_row, 0);
-    EXPECT_EQ(cell, 0x21);
+TEST(EucCodes, FromEucToJis) {
+    EXPECT_EQ(wc_euc2jis(0xb0a1), 0x3021);
     EXPECT_EQ(wc_euc2jis(0xff), 0xff);
+}
+
+// The corners of the code: each half of a lead byte, the gaps that Shift-JIS leaves out, no row.
+TEST(EucCodes, FromJisToShiftJis) {
+    const int rows[][2] = {{0x3021, 0x889f}, {0x3121, 0x8940}, {0x315f, 0x897e}, {0x3160, 0x8980},
+                           {0x317e, 0x899e}, {0x327e, 0x89fc}, {0x5e7e, 0x9ffc}, {0x5f21, 0xe040},
+                           {0x7426, 0xeaa4}, {0x0021, 0x0021}};
+    for (const auto &[jis, shift_jis] : rows) {
+        auto first = static_cast<unsigned char>(jis >> 8);
+        auto second = static_cast<unsigned char>(jis);
+        jis2sjis(&first, &second);
+        EXPECT_EQ(first << 8 | second, shift_jis) << std::hex << jis;
+    }
 }
 
 } // namespace
