@@ -15,7 +15,7 @@
 // The least that is of use: "PfaPathIdx", "PfaClaimLocation", "PfaGetLocationString" and
 // "PfaGetNeutralLocation" for names; with "PfaFopen", "PfaWriteFile" and "PfaCloseFile" for files;
 // with "PfaDirOpen", "PfaDirReadNext" and "PfaDirClose" for directories.
-// tests/support/memory_location.cpp is a complete example.
+// examples/memory_location/memory_location.cpp is a complete example.
 //
 // The registry is process-wide and unlocked. The first allocation of a path record registers the
 // types of the system; do it, and all registering, before a second thread uses the layer.

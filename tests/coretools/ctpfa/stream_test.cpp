@@ -7,7 +7,7 @@
 #include "coretools/ctpfa/pfastream.h"
 #include "coretools/ctpfa/pfavers.h"
 #include "coretools/ctpfa/pfawrite_convertor.h"
-#include "tests/support/memory_location.h"
+#include "examples/memory_location/memory_location.h"
 #include "tests/support/path_records.h"
 #include "tests/support/scratch_tree.h"
 

@@ -1,6 +1,6 @@
 // The methods stand in three groups: names, files, directories. Each one's contract is in
 // coretools/ctpfa/pfaloc_methods.def.
-#include "tests/support/memory_location.h"
+#include "memory_location.h"
 
 #include "coretools/ctpfa/pfacomponent.h"
 #include "coretools/ctpfa/pfaget.h"

@@ -1,5 +1,4 @@
-// A location type that keeps its files in memory: the worked example of a location type, and one
-// that tests can look into.
+// A worked example of a location type: it keeps its files in memory.
 //
 // A name is "mem:" and an absolute path, such as "mem:/parts/bolt.prt.3".
 #pragma once
