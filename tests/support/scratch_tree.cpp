@@ -10,9 +10,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-void make_parents(const fs::path &path) {
-    std::error_code exists;
-    fs::create_directories(path.parent_path(), exists);
+std::string with_parents(const fs::path &path) {
+    fs::create_directories(path.parent_path());
+    return path;
 }
 
 } // namespace
@@ -44,22 +44,19 @@ scratch_tree::~scratch_tree() {
 }
 
 std::string scratch_tree::dir(const std::string &name, unsigned mode) const {
-    make_parents(path + name);
-    fs::create_directory(path + name);
+    fs::create_directory(with_parents(path + name));
     fs::permissions(path + name, fs::perms(mode));
     return path + name;
 }
 
 std::string scratch_tree::file(const std::string &name, const std::string &text,
                                unsigned mode) const {
-    make_parents(path + name);
-    write_file(path + name, text);
+    write_file(with_parents(path + name), text);
     fs::permissions(path + name, fs::perms(mode));
     return path + name;
 }
 
 std::string scratch_tree::link(const std::string &name, const std::string &target) const {
-    make_parents(path + name);
-    fs::create_symlink(target, path + name);
+    fs::create_symlink(target, with_parents(path + name));
     return path + name;
 }
