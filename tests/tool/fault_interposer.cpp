@@ -3,7 +3,6 @@
 //   VEK_FAULT_CALL    malloc (with realloc), opendir, readdir, stat, fopen or fwrite
 //   VEK_FAULT_AT      N, counted from 1
 //   VEK_FAULT_STICKY  1 when every later call fails too
-//   VEK_FAULT_RENAME  a path: instead of failing, the Nth call gives it the ending ".gone" first
 //   VEK_FAULT_REPORT  a file that receives "<calls that failed> <open descriptors>" at exit
 #include <cerrno>
 #include <cstdio>
@@ -33,14 +32,7 @@ bool fails(const char *call) {
         return false;
     }
     ++injected;
-    const char *path = std::getenv("VEK_FAULT_RENAME");
-    if (path[0] == '\0') {
-        return true;
-    }
-    char gone[1024];
-    std::snprintf(gone, sizeof gone, "%s.gone", path);
-    std::rename(path, gone);
-    return false;
+    return true;
 }
 
 template <class Function>
@@ -78,7 +70,7 @@ void *realloc(void *data, std::size_t size) {
 }
 
 DIR *opendir(const char *name) {
-    FAULT("opendir", EMFILE, nullptr)
+    FAULT("opendir", ENOENT, nullptr)
     return next(opendir, "opendir")(name);
 }
 

@@ -1,7 +1,6 @@
 // Whole runs on ordinary libraries: the catalog and the messages, byte for byte.
 #include "tests/tool/catalog_model.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include <gtest/gtest.h>
@@ -44,12 +43,9 @@ TEST(Golden, CommandLine) {
         std::vector<std::string> environment;
         tool_result expected;
     } rows[] = {
-        {{"-verify"}, {}, {0, "vek_build_librar_ctg " VEK_VERSION "\n"}},
         {{"-verify", "extra"}, {variable}, {0, "vek_build_librar_ctg " VEK_VERSION "\n"}},
-        {{}, {}, {1, "Error: VEK_LIBRARY_DIR not set.\n"}},
         {{"-Verify"}, {}, {1, "Error: VEK_LIBRARY_DIR not set.\n"}},
         {{}, {"VEK_LIBRARY_DIR="}, {0, "Error: VEK_LIBRARY_DIR is set as null string\n"}},
-        {{}, {"VEK_LIBRARY_DIR=/"}, {0, "Error: VEK_LIBRARY_DIR is set as null string\n"}},
         {{}, {"VEK_LIBRARY_DIR=/.."}, {0, "Error: VEK_LIBRARY_DIR is set as null string\n"}},
         {{"foo", "-verify"}, {variable}, {1, ""}},
     };
@@ -58,20 +54,6 @@ TEST(Golden, CommandLine) {
                      testing::PrintToString(row.environment));
         EXPECT_EQ(run_tool({row.arguments, row.environment}), row.expected);
     }
-}
-
-// Every extension that names a type, in both cases and with a version.
-TEST(Golden, EveryExtension) {
-    scratch_library library;
-    EXPECT_EQ(type_table().size(), 215u);
-    for (const type_row &row : type_table()) {
-        std::string lower = row.extension;
-        std::transform(lower.begin(), lower.end(), lower.begin(), ::tolower);
-        library.file("upper/PART." + row.extension);
-        library.file("lower/part." + lower + ".12");
-    }
-    EXPECT_GT(read_library(library.root).members.size(), 370u);
-    expect_catalog(library);
 }
 
 // The rows check the model; the model then checks the tool.
@@ -113,6 +95,11 @@ TEST(Golden, WhichNamesAreMembers) {
         library.file("in" + std::to_string(directories++) + "/" + file);
         const auto [type, name, path, extension] = model_of_name(file);
         EXPECT_EQ(type == 0 ? "none" : std::to_string(type) + " " + name, expected) << file;
+    }
+    EXPECT_EQ(type_table().size(), 215u);
+    for (const type_row &row : type_table()) {
+        library.file("valid/PART." + row.extension);
+        library.file("other/any name+." + row.extension);
     }
     expect_catalog(library);
 }
@@ -169,18 +156,11 @@ TEST(Golden, RootForms) {
         EXPECT_EQ(build_catalog(root, run), (tool_result{1, model.duplicate_report()}));
         EXPECT_EQ(library.catalog(), model.catalog());
     };
-    const std::pair<std::string, std::string> relative[] = {
-        {library.root, "."},
-        {library.root, "./"},
-        {library.path("sub"), ".."},
-        {library.path("sub/dir"), "../.."},
-        {top, "mylib"},
-        {top, "./mylib"},
-        {top, "mylib/sub/.."},
-    };
-    for (const auto &[directory, root] : relative) {
-        expect_built(directory, root);
-    }
+    expect_built(library.root, "./");
+    expect_built(library.path("sub"), "..");
+    expect_built(library.path("sub/dir"), "../..");
+    expect_built(top, "mylib");
+    expect_built(top, "./mylib/sub/..");
     for (const std::string &root :
          {top + "/./mylib", top + "//mylib", top + "/mylib//", top + "/mylib/.",
           top + "/mylib/sub/../../mylib", "/" + top + "/mylib", "///" + top + "/mylib",

@@ -46,10 +46,9 @@ void become_tool(tool_run run) {
 
 } // namespace
 
-scratch_library::scratch_library(const std::string &name)
-    : top(scratch.path.substr(0, scratch.path.size() - 1)), root(top + "/" + name) {
-    scratch.dir("", 0777);
-    scratch.dir(name, 0777);
+scratch_library::scratch_library(const std::string &name) : library(name + "/"), root(tree(name)) {
+    tree.dir("", 0777);
+    tree.dir(name, 0777);
 }
 
 std::string scratch_library::catalog_path() const {

@@ -16,25 +16,21 @@ struct scratch_library {
     std::string path(const std::string &name) const { return root + "/" + name; }
 
     // Each creates the directories above as well.
-    void directory(const std::string &name) const { scratch.dir(below_top(name)); }
+    void directory(const std::string &name) const { tree.dir(library + name); }
     void file(const std::string &name, const std::string &text = "") const {
-        scratch.file(below_top(name), text);
+        tree.file(library + name, text);
     }
     void link(const std::string &name, const std::string &target) const {
-        scratch.link(below_top(name), target);
+        tree.link(library + name, target);
     }
 
     std::string catalog_path() const;
     std::string catalog() const { return read_file(catalog_path()); } // empty without one
 
-    scratch_tree scratch;
-    std::string top;
+    scratch_tree tree;
+    std::string library; // its name and '/'
+    std::string top = tree.path.substr(0, tree.path.size() - 1);
     std::string root;
-
-  private:
-    std::string below_top(const std::string &name) const {
-        return path(name).substr(top.size() + 1);
-    }
 };
 
 // What the catalog of a library is called in its header and, with ".ctg.1", on the disk.
