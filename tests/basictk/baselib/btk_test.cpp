@@ -12,7 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <random>
-#include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 

@@ -6,7 +6,6 @@
 #include "tests/support/failing_malloc.h"
 #include "tests/support/threads.h"
 
-#include <barrier>
 #include <csignal>
 #include <memory>
 #include <random>
@@ -121,21 +120,18 @@ TEST(ThrLocalObject, IndexesAreReusedLastInFirstOut) {
 TEST(ThrLocalObject, EachThreadHasItsValueAndTheNextOwnerReadsNull) {
     thrLocalObjectManager manager;
     auto object = std::make_unique<thrLocalObject>(&manager);
-    std::barrier sync(3);
-    run_on_threads(3, [&](int number) {
-        int mine = 0;
-        EXPECT_TRUE(number == 0 || object->SetData(&mine)); // thread 0 never stores
-        sync.arrive_and_wait();
-        EXPECT_EQ(object->GetData(), number != 0 ? &mine : nullptr);
-        sync.arrive_and_wait();
-        if (number == 2) {
-            object.reset();
-            object = std::make_unique<thrLocalObject>(&manager);
-            EXPECT_EQ(object->Index(), 0);
-        }
-        sync.arrive_and_wait();
+    ASSERT_TRUE(object->SetData(&manager));
+    run_on_threads(1, [&](int) {
         EXPECT_EQ(object->GetData(), nullptr);
+        EXPECT_TRUE(object->SetData(&object));
     });
+    EXPECT_EQ(object->GetData(), &manager);
+    run_on_threads(1, [&](int) {
+        object.reset();
+        object = std::make_unique<thrLocalObject>(&manager);
+    });
+    EXPECT_EQ(object->Index(), 0);
+    EXPECT_EQ(object->GetData(), nullptr);
 }
 
 // The nth allocation fails: an object is either whole or null, and nothing leaks.
