@@ -17,7 +17,6 @@
 #include <csetjmp>
 #include <cstdarg>
 #include <cstdint>
-#include <cstring>
 #include <random>
 #include <sstream>
 #include <string>
