@@ -2,18 +2,14 @@
 #include "coretools/ctmemmgr/memory_loop.h"
 #include "coretools/ctmemmgr/memory_trap.h"
 #include "coretools/ctmemmgr/pools_internal.h"
-#include "coretools/ctmemmgr/serious_errors.h"
 #include "coretools/ctmemmgr/xar.h"
 #include "coretools/ctmemmgr/zones.h"
-#include "coretools/ctmisc/run_mode.h"
 #include "tests/coretools/ctmemmgr/memory_test.h"
 
 #include <atomic>
 #include <cstring>
 #include <functional>
-#include <map>
 #include <random>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -107,33 +103,17 @@ TEST_F(Requests, AtRandomKeepContentsChainAndAreas) {
     before = get_memory_statistics();
 }
 
-// What a thread does beside its blocks now and then: count is guarded by the mutex.
-void use_everything_else(int step, int **list, thrMutex *mutex, int *count) {
-    dbg_print_info("threads", "%-4s|%*d", "ab", 5, step);
-    thrMutex_Lock(mutex);
-    thrMutex_Lock(mutex);
-    ++*count;
-    thrMutex_Unlock(mutex);
-    thrMutex_Unlock(mutex);
-    const auto outgrow = [](void *argument) {
-        xar_extend(static_cast<int **>(argument), XAR_LIMIT_BYTES);
-    };
-    EXPECT_FALSE(call_with_memory_trap(outgrow, list));
-    EXPECT_EQ((*list)[xar_count(list) - 1], step);
-}
-
 // Nothing races and nothing is lost, while loops start and end.
 TEST_F(Requests, OfEightThreadsLoseNothing) {
     constexpr int THREADS = 8;
     constexpr int STEPS = 4000;
-    constexpr int ENGINE_BLOCKS = 3; // what the formatting engine keeps for each thread it served
+    constexpr auto outgrow = [](void *list) {
+        xar_extend(static_cast<int **>(list), XAR_LIMIT_BYTES);
+    };
     const int first_pool = make_pools();
     const int zone = zone_open(4000);
-    thrMutex *const mutex = thrMutex_Create_Recursive();
     std::atomic<int> running{THREADS};
-    int count = 0;
     before = get_memory_statistics();
-    set_run_mode(RUN_MODE_PFA_TRACE);
     testing::internal::CaptureStdout();
     run_on_threads(THREADS + 1, [&](int number) {
         while (number == THREADS && running > 0) {
@@ -146,26 +126,17 @@ TEST_F(Requests, OfEightThreadsLoseNothing) {
             ASSERT_NE(xar_append(&list, 1, &step), nullptr);
             std::memset(zone_getmem(zone, 16), 1, 16);
             if (step % 16 == 0) {
-                use_everything_else(step, &list, mutex, &count);
+                EXPECT_FALSE(call_with_memory_trap(outgrow, &list));
+                EXPECT_EQ(list[xar_count(&list) - 1], step);
                 ASSERT_EQ(check_mem_pool(first_pool + step % 7), POOL_IS_VALID);
             }
         });
         xar_free(&list);
         running--;
     });
-    std::istringstream output(testing::internal::GetCapturedStdout());
-    std::map<std::string, int> reports;
-    for (std::string line; std::getline(output, line);) {
-        reports[line]++;
-    }
-    for (const auto &[line, times] : reports) {
-        EXPECT_EQ(times % THREADS, 0) << line;
-    }
-    EXPECT_EQ(reports["threads:  ab  | 1008 (INFO MESSAGE)"], THREADS);
-    set_run_mode(RUN_MODE_USER);
+    testing::internal::GetCapturedStdout(); // what the traps and loops report
     zone_close(zone);
-    EXPECT_EQ(count, THREADS * STEPS / 16);
-    const std::int64_t kept = live_blocks() - before.num_blocks - THREADS * ENGINE_BLOCKS;
+    const std::int64_t kept = live_blocks() - before.num_blocks;
     EXPECT_GE(kept, 0);
     EXPECT_LE(kept, 2); // the list of released blocks
     before = get_memory_statistics();

@@ -17,7 +17,6 @@ namespace {
 // made the lock then released what it had never locked, and the process ended with "unlock
 // non-locked mutex".
 TEST(StartUp, AnyCallMayMeetTheFirstRequest) {
-    constexpr int ATTEMPTS = 60;
     const struct {
         const char *name;
         void (*call)();
@@ -30,7 +29,7 @@ TEST(StartUp, AnyCallMayMeetTheFirstRequest) {
         {"debug_cancel_memory_loop", [] { debug_cancel_memory_loop(); }},
     };
     for (const auto &row : rows) {
-        for (int attempt = 0; attempt < ATTEMPTS; ++attempt) {
+        for (int attempt = 0; attempt < 60; ++attempt) {
             const child_result child = run_in_child([&row] {
                 std::atomic<bool> requested{false};
                 run_on_threads(2, [&](int number) {

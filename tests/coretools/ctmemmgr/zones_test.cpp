@@ -26,17 +26,16 @@ TEST_F(Zones, ServeWhatFitsInAChunk) {
             zone_empty(zone);
         }
     }
-    EXPECT_EQ(zone_getmem(-1, 8), nullptr);
-    EXPECT_EQ(zone_getmem(closed, 8), nullptr);
-    EXPECT_EQ(zone_getmem(32767, 8), nullptr);
-    EXPECT_EQ(zone_getmem(zone, 1209), nullptr); // larger than a chunk
-    EXPECT_EQ(zone_getmem(zone, INT32_MAX), nullptr);
-    EXPECT_EQ(zone_getmem(zone, -1), nullptr);
-    EXPECT_EQ(zone_getmem(zone, 0), nullptr);
+    for (const int wrong : {-1, closed, 32767}) {
+        EXPECT_EQ(zone_getmem(wrong, 8), nullptr) << wrong;
+    }
+    for (const int size : {-1, 0, 1209, INT32_MAX}) {
+        EXPECT_EQ(zone_getmem(zone, size), nullptr) << size;
+    }
     zone_close(zone);
-    EXPECT_EQ(zone_open(0), -1);
-    EXPECT_EQ(zone_open(-8), -1);
-    EXPECT_EQ(zone_open(INT32_MAX), -1);
+    for (const int chunk : {-8, 0, INT32_MAX}) {
+        EXPECT_EQ(zone_open(chunk), -1) << chunk;
+    }
     EXPECT_EQ(zone_open(8), zone);
     zone_close(zone);
 }
