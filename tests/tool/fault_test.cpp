@@ -45,25 +45,20 @@ class Faults : public testing::TestWithParam<const char *> {
         return result;
     }
 
-    // The directories that the warnings of a run name, relative to the root.
-    std::set<std::string> refused(const std::string &output) const {
-        const std::string mark = "Warning: No access to " + library_.root + "/";
-        std::set<std::string> names;
-        for (const std::string &line : lines_of(output)) {
-            if (line.starts_with(mark)) {
-                names.insert(line.substr(mark.size()));
-            }
-        }
-        return names;
-    }
-
     void expect_right_or_failed(const fault_result &fault, bool writes_may_fail) const {
         const std::string catalog = library_.catalog(), &output = fault.output;
         const auto says = [&](const char *text) { return output.find(text) != output.npos; };
         if (says("Error initializing clump lock.")) { // the core ends the process
             EXPECT_EQ(catalog, OLD_CATALOG);
         } else if (fault.status == 1) {
-            const model_library model = read_library(library_.root, refused(output));
+            const std::string mark = "Warning: No access to " + library_.root + "/";
+            std::set<std::string> refused;
+            for (const std::string &line : lines_of(output)) {
+                if (line.starts_with(mark)) {
+                    refused.insert(line.substr(mark.size()));
+                }
+            }
+            const model_library model = read_library(library_.root, refused);
             EXPECT_TRUE(catalog == model.catalog() || writes_may_fail) << catalog;
         } else {
             EXPECT_EQ(fault.status, 0);

@@ -47,29 +47,27 @@ TEST(BadRoot, IsReportedAndNothingIsWritten) {
     }
 }
 
-// A relative root that begins like a variable was refused as a device; "./$NOSUCH" worked.
-TEST(RelativeRoot, NamedLikeAVariableThatIsNotSet) {
-    const scratch_library library("$NOSUCH");
-    library.file("bolt.prt");
-    for (const char *root : {"./$NOSUCH", "$NOSUCH"}) {
-        EXPECT_EQ(build_catalog(root, {.directory = library.top}), (tool_result{1, ""})) << root;
-        EXPECT_EQ(library.catalog(), read_library(library.root).catalog()) << root;
-        unlink(library.catalog_path().c_str());
-    }
-}
-
-TEST(BadRoot, WithoutRights) {
+TEST(Rights, ToDirectoriesAndToTheRoot) {
     if (geteuid() != 0) {
         GTEST_SKIP() << "needs root to own a tree that the tool's user does not";
     }
     const tool_run run{.prepare = drop_rights};
     scratch_library library;
-    library.file("bolt.prt");
+    for (const char *name :
+         {"open/bolt.prt", "shut/bolt.prt", "listed/bolt.prt", "listed/sub/bolt.prt"}) {
+        library.file(name);
+    }
     chmod(library.root.c_str(), 0755);
     EXPECT_EQ(build_catalog(library.root, run), not_written(library.root));
     chmod(library.root.c_str(), 0333); // may be written to, not read
     EXPECT_EQ(build_catalog(library.root, run), not_opened(library.root));
     EXPECT_EQ(library.catalog(), model_library({library.root, {}, ""}).catalog());
+    chmod(library.root.c_str(), 0777);
+    library.link("listed/linked.prt", "bolt.prt");
+    library.link("listed/link", "sub");
+    chmod(library.path("shut").c_str(), 0);
+    chmod(library.path("listed").c_str(), 0744); // can be listed, its entries cannot be looked up
+    expect_catalog(library, {"shut/", "listed/sub/", "listed/link", "listed/linked.prt"}, run);
 }
 
 // A run waited for a reader of the FIFO that never came; one overwrote what the link led to.
