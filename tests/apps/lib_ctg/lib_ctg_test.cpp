@@ -5,6 +5,7 @@
 #include "coretools/ctmemmgr/getmem.h"
 #include "tests/support/scratch_tree.h"
 
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -24,12 +25,13 @@ TEST(SortCatalog, ByTypeThenNameThenPath) {
     };
     std::mt19937 random(1);
     const auto pick = [&random](const auto &texts) { return texts[random() % std::size(texts)]; };
+    constexpr int TYPES[] = {INT_MIN, -7, 2, INT_MAX};
     constexpr const char *STARTS[] = {"part", "part_", "part_longer_than_a_key", "part\xe9"};
     constexpr const char *ENDS[] = {"", "1", "10", "\xe9", "_a", "A"};
     src_list = xar_alloc_of<member_record *>(0, LIST_STEP);
     for (int k = 0; k < 500; ++k) {
         auto *member = static_cast<member_record *>(getmem(sizeof(member_record)));
-        member->type = static_cast<int>(random() % 4) - 1;
+        member->type = pick(TYPES);
         std::strcat(std::strcpy(member->name, pick(STARTS)), pick(ENDS));
         std::strcpy(member->path, pick(ENDS));
         xar_append(&src_list, 1, &member);
