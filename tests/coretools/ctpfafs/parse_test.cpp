@@ -79,7 +79,7 @@ std::string location_string(vek_file *file, decltype(pfa_get_location) get) {
     return result == 0 ? text : std::to_string(result);
 }
 
-TEST(LocationText, IsWrittenInBothForms) {
+TEST(LocationText, IsWrittenInBothFormsAndReadBack) {
     const std::string too_long = "/" + std::string(226, 'a') + "/";
     const struct {
         texts parts; // host, device and path
@@ -109,6 +109,11 @@ TEST(LocationText, IsWrittenInBothForms) {
         }
         EXPECT_EQ(location_string(file, pfa_get_location), row.host_form);
         EXPECT_EQ(location_string(file, pfa_get_neutral_location), row.neutral_form);
+        if (row.neutral_form != "1" && row.neutral_form != "4") { // no status
+            record again;
+            EXPECT_EQ(pfa_put_location(again, row.neutral_form.c_str(), PfaStdFilesystem), 0);
+            EXPECT_STREQ(again->text, file->text) << "not read back";
+        }
     }
 }
 
