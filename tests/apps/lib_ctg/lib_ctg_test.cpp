@@ -43,6 +43,7 @@ TEST(SortCatalog, ByTypeThenNameThenPath) {
         EXPECT_LE(comp_func(&sorted_list[k - 1], &sorted_list[k]), 0) << k;
         EXPECT_GE(comp_func(&sorted_list[k], &sorted_list[k - 1]), 0) << k;
     }
+    EXPECT_LT(comp_func(&sorted_list[0], &sorted_list[499]), 0);
     release_memory_used();
     xar_free(&src_list);
     xar_free(&sorted_list);
