@@ -198,6 +198,16 @@ int first_free_entry() {
     return index;
 }
 
+// Returns the index of the entry with this name that serves `asked` (null: anyone), or -1. Two
+// location types may write the same text; a listing is of use to its own type only.
+int find_for(const char *key, const vek_file *asked) {
+    const int index = pfadc_find_dir_low(key);
+    const bool serves =
+        index >= 0 &&
+        (asked == nullptr || asked->location_type == dir_cache[index].record->location_type);
+    return serves ? index : -1;
+}
+
 bool may_be_evicted(int index) {
     return is_entry_in_use(index) && !is_lent(index);
 }
@@ -389,18 +399,14 @@ int pfa_dir_from_cache(const char *key, vek_file **donor, int *index, int return
     if (!forced && asked != nullptr && pfaloc_call_FP(asked, PfaDirCacheEligible, key) == 0) {
         return 0;
     }
-    int found = pfadc_find_dir_low(key);
+    int found = find_for(key, asked);
     if (found < 0) {
-        return 0;
-    }
-    // Two location types may write the same text; a listing is of use to its own type only.
-    if (asked != nullptr && asked->location_type != dir_cache[found].record->location_type) {
         return 0;
     }
     if (returning == 0) {
         const bool stale = discarding != 0 || dir_cache[found].state == PFA_E_NOT_VALID ||
                            (!forced && is_out_of_date(key, found));
-        found = pfadc_find_dir_low(key);
+        found = find_for(key, asked);
         if (found < 0) {
             return 0;
         }

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -37,11 +38,14 @@ mode_t file_type(const char *name) {
 }
 
 // Renames a directory onto an existing file, which the host refuses. The file is moved aside to a
-// new name beside it, and moved back if the directory still cannot take its place.
+// new name beside it, and moved back if the directory still cannot take its place. That name is
+// short: the file's own may be as long as the host allows.
 bool replace_file_by_directory(const char *from, const char *to) {
-    static constexpr char ENDING[] = ".XXXXXX";
-    char aside[PFA_PATH_SIZE + sizeof ENDING];
-    if (std::snprintf(aside, sizeof aside, "%s%s", to, ENDING) >= static_cast<int>(sizeof aside)) {
+    const char *slash = std::strrchr(to, '/');
+    const int parent_length = slash != nullptr ? static_cast<int>(slash - to) + 1 : 0;
+    char aside[PFA_PATH_SIZE];
+    if (std::snprintf(aside, sizeof aside, "%.*s.oldXXXXXX", parent_length, to) >=
+        static_cast<int>(sizeof aside)) {
         return false;
     }
     const int placeholder = mkstemp(aside);

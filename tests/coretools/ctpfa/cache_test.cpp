@@ -443,6 +443,9 @@ TEST_F(DirectoryCache, AMethodMayCallBackWhenAskedForFreshness) {
     };
     list("dir:/d/");
     EXPECT_GE(index_of("dir:/d/"), 0);
+    store.when_asked = [] { owner_of("dir:/d/")->location_type = PfaStdio; };
+    EXPECT_FALSE(lists_from_cache("dir:/d/")) << "the listing of another location type by now";
+    owner_of("dir:/d/")->location_type = TYPE;
 }
 
 TEST_F(DirectoryCache, AMethodMayCallBackWhenItClosesAListing) {
