@@ -221,6 +221,8 @@ TEST(Directories, AreMadeMovedAndRemoved) {
     EXPECT_EQ(pfaloc_call_FF(made, PfaMoveDir, far), PFA_E_NOT_ALLOWED);
     EXPECT_EQ(pfaloc_call_FF(made, PfaMoveDir, moved), PFA_E_NO_ERROR);
     EXPECT_EQ(pfaloc_call_FF(made, PfaMoveDir, moved), PFA_E_ERROR);
+    record nameless("./");
+    EXPECT_EQ(pfaloc_call_FF(moved, PfaMoveDir, nameless), PFA_E_ERROR) << "once another code";
     EXPECT_EQ(pfaloc_call_F(made, PfaRemoveDir), PFA_E_ERROR);
     EXPECT_EQ(pfaloc_call_F(moved, PfaRemoveDir), PFA_E_NO_ERROR);
 }

@@ -23,6 +23,14 @@ TEST(Ptime, UniversalTimeInAnyTimeZone) {
     EXPECT_EQ(of.extra, 0);
 }
 
+// On 32-bit hosts seconds were counted in 32 bits, which end in 2038.
+TEST(Ptime, GoesOnAfter2038) {
+    ptime of{};
+    zuna_gmtime(&of, 4102444800); // 2100-01-01
+    EXPECT_EQ(of.year, 200);
+    EXPECT_EQ(of.day, 1);
+}
+
 TEST(Ptime, AYearThatNoIntHoldsGivesZeros) {
     ptime of{1, 1, 1, 1, 1, 1, 1};
     zuna_gmtime(&of, LLONG_MAX);
