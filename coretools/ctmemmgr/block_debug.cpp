@@ -81,10 +81,13 @@ void add_block_to_released_list(void *block, std::size_t whole_size) {
 
 bool get_released_block(int index, released_block *entry) {
     const lazy_mutex_guard guard(released_list_lock);
-    const bool known = index >= 0 && index < released_block_count;
-    if (known) {
-        *entry = *static_cast<released_block *>(
-            har_access(&static_released_blocks_har, index, nullptr, nullptr));
+    if (index < 0 || index >= released_block_count) {
+        return false;
     }
-    return known;
+    const void *kept = har_access(&static_released_blocks_har, index, nullptr, nullptr);
+    if (kept == nullptr) { // the list is damaged, and an exit function let the report return
+        return false;
+    }
+    *entry = *static_cast<const released_block *>(kept);
+    return true;
 }
