@@ -13,8 +13,9 @@
 //     pfa_loc_register_setup(NoLocation);
 //
 // The least that is of use: "PfaPathIdx", "PfaClaimLocation", "PfaGetLocationString" and
-// "PfaGetNeutralLocation" for names; with "PfaFopen", "PfaWriteFile" and "PfaCloseFile" for files;
-// with "PfaDirOpen", "PfaDirReadNext" and "PfaDirClose" for directories.
+// "PfaGetNeutralLocation" for names; with "PfaFopen" and "PfaCloseFile" for files, "PfaReadFile" to
+// read and "PfaWriteFile" to write them; with "PfaDirOpen", "PfaDirReadNext" and "PfaDirClose" for
+// directories, and "PfaDirCacheInvalid", without which no cached listing is used again.
 // examples/memory_location/memory_location.cpp is a complete example.
 //
 // The registry is process-wide and unlocked. The first allocation of a path record registers the
@@ -26,9 +27,9 @@
 #include "coretools/ctpfa/pfaloc_tables.h"
 #include "coretools/ctpfa/vek_file.h"
 
-// Opens the registration of a type 1 to 9, each once in the life of the process, and closes one
-// that is still open; NoLocation only closes. Creates the registry when there is none yet. Returns
-// 1; 0 if the type is refused or there is no memory.
+// Opens the registration of a type above NoLocation and below PFA_LOCATION_TYPES, each once in the
+// life of the process, and closes one that is still open; NoLocation only closes. Creates the
+// registry when there is none yet. Returns 1; 0 if the type is refused or there is no memory.
 int pfa_loc_register_setup(int type);
 
 // Stores the implementation of a method in the open registration, in place of one stored before.
@@ -49,12 +50,13 @@ void pfa_loc_method_register(int type, pfa_method_constant<METHOD> method, int s
 // same; it is found if its type is the method's.
 void pfa_loc_method_register(int type, int method, int sequence, const pfaloc_impl &implementation);
 
-// Copies the donor's slot of a method (0 to 66) into the heir's open registration, an empty slot
-// too. Returns 1 if the slot holds an implementation, 0 if it is empty or the copy is refused.
+// Copies the donor's slot of a method (below PFA_METHODS) into the heir's open registration, an
+// empty slot too. Returns 1 if the slot holds an implementation, 0 if it is empty or the copy is
+// refused.
 int pfa_loc_type_inherit_method(int heir, int donor, int method);
 
-// Asks the registered location types from 9 down to 1, or `only_type` alone unless it is -1,
-// whether they claim `name` (may be null). The first that does becomes the record's type; its
+// Asks the registered location types, the highest number first, or `only_type` alone unless it is
+// -1, whether they claim `name` (may be null). The first that does becomes the record's type; its
 // location components are filled, and *rest (may be null; set it to 0 before) is the index of the
 // first character after the location. Returns PFA_E_NO_ERROR when claimed; PFA_E_NOT_FOUND if no
 // type was asked; else the result of the last type asked. Unless claimed, the record's type is
