@@ -12,7 +12,7 @@ struct object_row {
     int type;
     const char *extension; // upper case, without '.', at most 8 characters; empty for none
     int name_rules = 0;
-    int name_length = 32; // a name of 32 characters or more must be shorter than this
+    int name_length = 32; // names below 32 always fit; longer ones must be shorter than this
 };
 
 // Of several rows with one extension, the first is the extension's type. The last row stands for

@@ -178,7 +178,8 @@ void release_area_block(void *area);
 
 // getmem_xar with a failure_mode.
 void *allocate_block(int size, int soft_failure, int xar);
-// Reports exhausted memory and hands it to the traps. Must be called without a lock.
+// Reports exhausted memory and hands it to the traps. Must be called without a chain_guard or
+// clump_guard.
 void report_exhausted_memory();
 
 // Debugging switches, read on every request (block_debug.cpp, alloc_replay.cpp).

@@ -7,9 +7,10 @@
 // Threads: any thread may call, once the program has turned threading on (EnableThreading) and then
 // counted its threads in thrThread::c_iThreadsInUse or c_iActiveThreadsInUse, both before a second
 // thread calls: without them no lock is taken. The first request takes the initialisation lock,
-// which the caller must not hold.
+// which the caller must not hold. docs/architecture.md has the whole procedure.
 //
-// Exhausted memory is reported and handed to the innermost trap frame (error_break in
+// Exhausted memory is reported on standard output (" Serious error - out of virtual memory.
+// Starting recovery attempt.") and handed to the innermost trap frame (error_break in
 // serious_errors.h), which then goes on elsewhere. If no frame takes it, the function returns null
 // and nothing has changed. A negative size and a corrupt chain of blocks end the process with
 // status 2.
@@ -23,15 +24,15 @@
 [[nodiscard]] void *getmem_null(int size);
 
 // Resizes a block and returns its address; if that is not null, `data` is stale. The bytes up to
-// the smaller size are kept, those above the old size are zero. Null `data` makes a new block. A
-// block of size 0 is still a block: release it.
+// the smaller size are kept, those above the old size are zero. Null `data` makes a new block,
+// as getmem_xar(): none for size 0. A block resized to 0 is still a block: release it.
 [[nodiscard]] void *relocmem_xar(void *data, int new_size, int xar);
 
 // Releases a block; null is allowed. Always returns 0.
 int rlsmem(void *data);
 
-// Releases *data and sets it to null, unless marking_mem_to_preserve(). Returns 0 if `data` is
-// null, else 1.
+// Releases *data, and sets it to null unless marking_mem_to_preserve(). Returns 0 if `data` is
+// null, else 1. relmem() does the same for a pointer of any type.
 int relmem_address(void **data);
 
 template <class T>

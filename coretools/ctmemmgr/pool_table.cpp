@@ -28,7 +28,6 @@ std::atomic<int> num_general_pools{0};
 constexpr int SIZE_CACHE_UNITS = 4096;
 std::atomic<int *> size_cache{nullptr};
 
-constexpr int AUTOMATIC_CLUMP_LIMIT = 2048;
 constexpr std::size_t MERGED_NAME_LIMIT = 30;
 
 std::atomic<int> Clump_mode_off_low{0};

@@ -6,12 +6,16 @@
 // exhausted memory: as in getmem.h.
 #pragma once
 
+constexpr int CLUMP_LIMIT = 500;            // pools
+constexpr int CLUMP_NAME_SIZE = 32;         // bytes of a pool's name, with the terminating zero
+constexpr int AUTOMATIC_CLUMP_LIMIT = 2048; // bytes of a record of a pool made automatically
+
 enum pool_kind : int { POOL_GENERAL = -7, POOL_EXPLICIT = -8, POOL_FREE = -9 };
 
 // Makes a pool of `kind` and returns its number. A general pool of the same rounded size is shared,
-// and its name then shows both. `name` may be null and is cut to 31 characters. A size that is not
-// positive or leaves no record in an area ends the process. With all 500 pools taken, returns -1 in
-// the user run mode and ends the process in any other.
+// and its name then shows both. `name` may be null and is cut to what CLUMP_NAME_SIZE holds.
+// A size that is not positive or leaves no record in an area ends the process. With all CLUMP_LIMIT
+// pools taken, returns -1 in the user run mode and ends the process in any other.
 int register_clump_type(const char *name, int size, int kind);
 // The same with POOL_GENERAL.
 int register_clump(const char *name, int size);
@@ -41,10 +45,11 @@ int mempool_of_slot(const void *data);
 const char *mem_pool_name(int pool);
 
 // Switches, all 0 at first.
-void set_clump_mode_off_low(int on);  // the general pools serve no request
-void set_clump_mode_off(int on);      // the same
-void set_automatic_clumps_on(int on); // a request of up to 2048 bytes makes the pool that it lacks
-void set_dbg_memory_config(int on);   // owners of explicit pools shall use getmem() instead
+void set_clump_mode_off_low(int on); // the general pools serve no request
+void set_clump_mode_off(int on);     // the same
+// A request of up to AUTOMATIC_CLUMP_LIMIT bytes makes the pool that it lacks.
+void set_automatic_clumps_on(int on);
+void set_dbg_memory_config(int on); // owners of explicit pools shall use getmem() instead
 int get_dbg_memory_config();
 
 // Makes the pools' lock and returns 1. Without a lock it ends the process with status 1.

@@ -65,13 +65,11 @@ struct alignas(CACHE_LINE) clump_entry {
     area_header *first_area;
     area_header *last_area;
     memory_loop_record loop;
-    char name[32];
+    char name[CLUMP_NAME_SIZE];
 };
 
 static_assert(offsetof(clump_entry, loop) + sizeof(memory_loop_record::active) <= CACHE_LINE,
               "a request reads one line of the table");
-
-constexpr int CLUMP_LIMIT = 500;
 
 // Guarded by the pools' lock. A used entry never changes the numbers before its areas: whoever has
 // its index from a look-up or from an area may read these without the lock.

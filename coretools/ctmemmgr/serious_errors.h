@@ -46,15 +46,19 @@ constexpr int DBG_ERR_CONTINUES = 0;
 constexpr int DBG_ERR_ENDS_PROCESS = 1;
 void set_dbg_err_crash(int what_it_does);
 
-// Called before a serious error ends the process; ends it if the result is not 0. The first report
-// decides whether it is called at all: not if the input mode is 1 and either the run mode is
-// RUN_MODE_REGRESSION or RUN_MODE_NO_CALLBACK or the environment has no DBG_ERR_SHOW_DIALOG.
+// Called before a serious error ends the process, which it does only if the result is not 0. The
+// first report decides for the rest of the run whether it is called:
+//   input mode other than 1                             called
+//   else RUN_MODE_REGRESSION or RUN_MODE_NO_CALLBACK    not called
+//   else                                                called if the environment has
+//                                                       DBG_ERR_SHOW_DIALOG
 // `message` is the whole text, null if there is none, and lives until the callback returns. The
 // setter returns the callback that was installed before.
 using dbg_crash_callback = int (*)(const char *name, const char *message);
 dbg_crash_callback set_dbg_err_crash_callback(dbg_crash_callback callback);
 
-// The locks under which the functions above print. Recursive.
+// The locks under which the functions above print. Recursive. Allocate nothing, and format nothing,
+// under lock_dbg_crash(): exhausted memory would be reported under it.
 void lock_dbg_crash();
 void unlock_dbg_crash();
 void lock_dbg_err_syserr();

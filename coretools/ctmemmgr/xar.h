@@ -7,9 +7,9 @@
 //
 // Misuse ends the process through err_crash with the name of the operation ("XAR_ALLOC",
 // "XAR_EXTEND" for appending too, ...) and "invalid array", "invalid request" or "too big array"
-// (creation). Exhausted memory, and growth beyond the limit of 2047984 bytes, are reported and
-// handed to the traps (error_break). Where a report returns, the array is as it was and the
-// operation returns null, 0 or false.
+// (creation). Exhausted memory, and growth beyond XAR_LIMIT_BYTES, are reported and handed to the
+// traps (error_break). Where a report returns, the array is as it was and the operation returns
+// null, 0 or false.
 #pragma once
 
 #include "coretools/ctmemmgr/xar_layout.h"
@@ -17,9 +17,9 @@
 #include <cstring>
 #include <type_traits>
 
-// Returns a new array of `count` elements of `element_size` bytes (1 to 65535), whose first growth
-// step is `step` elements (8191 at most are kept). Null, and nothing is made, if count and step are
-// both 0. Release with xar_free().
+// Returns a new array of `count` elements of `element_size` bytes (1 to XAR_MAXIMUM_ELEMENT_SIZE),
+// whose first growth step is `step` elements (XAR_MAXIMUM_STEP at most are kept). Null, and nothing
+// is made, if count and step are both 0. Release with xar_free().
 [[nodiscard]] void *xar_alloc(int count, int element_size, int step);
 // The same in a zone, which owns the memory; a negative zone is the general allocator.
 [[nodiscard]] void *zone_xar_alloc(int zone, int count, int element_size, int step);
