@@ -30,7 +30,7 @@ int parse(vek_file *record, const char *text) {
     if (status != PFA_E_NO_ERROR || pfa_has_component(record, PFA_HOST)) {
         return status;
     }
-    return pfa_parse_to_vek_file_private(record, nullptr, text, 0);
+    return pfa_parse_to_vek_file_private(record, nullptr, text, PFA_NO_DIRECTORY);
 }
 
 // True if the record has a host or a device. These may hold any character, and the host form does

@@ -15,7 +15,9 @@
 //   PFA_E_CANT_OPEN     the directory is open already or on another host
 //   PFA_E_INVALID_NAME  its location cannot be written as text
 //   PFA_E_ERROR         the location type made no listing
-// Also fails as pfa_make_absolute_path does.
+// Also fails as pfa_make_absolute_path does. One directory may be open on several records at once:
+// each has its own listing and position, and only one of the listings is in the cache (a second
+// open while that one is on loan and fresh is reported, dbg_err_crash).
 pfa_status pfa_open_dir(vek_file *directory);
 
 // The same. If the location type can list a part of a directory, only the entries that match

@@ -9,7 +9,9 @@
 //   - at the next open of the directory, if method "PfaDirCacheInvalid" of its location says so
 //     (the standard filesystem compares the directory's modification time with that of the listing
 //     and trusts no listing read in the second of the last change),
-//   - when 256 directories are cached and another one needs its place: the one unused for longest.
+//   - when 256 or more directories are cached and another one needs its place: the one unused for
+//     longest that is not on loan and was not used within this second. If there is none, the table
+//     grows: 256 is no bound.
 // A listing that is on loan is only marked as stale, and dropped at its next look-up.
 //
 // The cache never fails: if memory runs out, a listing is not cached. It is process-wide, unlocked
@@ -34,8 +36,8 @@ int pfa_dir_cache_update(vek_file *record);
 // absolute name ends in '/', as location texts do.
 int pfa_dir_name_update_cache(const char *directory_name);
 
-// Forced caching: a listing is used again without asking its location, even that of a virtual
-// folder whose location does not want it cached.
+// Forced caching: a listing is used again without asking its location. PFA_E_NOT_CACHABLE of
+// "PfaDirOpen" is overruled, unless "PfaIsVirtualFolder" returns 0.
 
 // For all directories (1) or not (0, the default).
 void pfa_set_autocache(int on);

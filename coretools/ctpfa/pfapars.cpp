@@ -72,7 +72,7 @@ pfa_status find_type(vek_file *record, int directory) {
 } // namespace
 
 pfa_status pfa_parse_to_vek_file(vek_file *record, const char *text) {
-    return pfa_parse_to_vek_file_private(record, nullptr, text, -1);
+    return pfa_parse_to_vek_file_private(record, nullptr, text, PFA_ASK_LOCATION);
 }
 
 pfa_status pfa_parse_to_vek_file_private(vek_file *record, const vek_file *base, const char *text,
@@ -94,7 +94,7 @@ pfa_status pfa_parse_to_vek_file_private(vek_file *record, const vek_file *base,
 }
 
 pfa_status pfa_to_standard_form(vek_file *record) {
-    return pfa_to_standard_form_private(record, -1);
+    return pfa_to_standard_form_private(record, PFA_ASK_LOCATION);
 }
 
 pfa_status pfa_to_standard_form_private(vek_file *record, int directory) {

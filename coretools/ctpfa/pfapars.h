@@ -11,14 +11,18 @@
 // A text has fewer than PFA_PATH_SIZE characters. A call that fails leaves the record as it was.
 #pragma once
 
+#include "coretools/ctpfa/pfa_entry_kind.h"
 #include "coretools/ctpfa/pfafullname.h"
 #include "coretools/ctpfa/pfajoin.h"
 #include "coretools/ctpfa/vek_file.h"
 
+// For a `directory` argument below: neither kind is known, the location type is asked.
+constexpr int PFA_ASK_LOCATION = -1;
+
 // Parses `text` and brings the record into standard form. Expands '$' variables and a leading '~',
 // splits the name and resolves a relative one against `base`, which may be null. `directory` says
-// whether the name is a directory: PFA_DIRECTORY, PFA_NO_DIRECTORY, or any other value to ask the
-// location type; the first function passes no base and asks. Results:
+// whether the name is a directory: PFA_DIRECTORY, PFA_NO_DIRECTORY, or any other value, as
+// PFA_ASK_LOCATION, to ask; the first function passes no base and asks. Results:
 //   PFA_E_NO_ERROR
 //   PFA_E_NOT_VALID      the record is null or not valid
 //   PFA_E_INVALID_INPUT  the text is null, too long before or after expansion, or starts with a '~'

@@ -49,6 +49,8 @@ name_parts split_name(std::string_view name) {
         return parts;
     }
     int version = 0;
+    // "-03" is read, but would be written as "-3": part of a name it is no version.
+    // is_vers_string() takes it, since the search for versions only compares the number.
     const auto is_version = [&version](std::string_view text) {
         return !text.starts_with("-0") && read_version(text, &version);
     };
@@ -70,6 +72,8 @@ int guess_type(const name_parts &parts) {
     extension[parts.extension.size()] = '\0';
     const int type = extension_to_type(extension);
     const auto length = static_cast<int>(parts.name.size());
+    // Provisional: a name of exactly the limit passes here; the standard form, which decides,
+    // refuses it (pfa_put_extension_to_type).
     const bool too_long = length >= PFA_SHORT_NAME_SIZE && length > type_to_name_length(type);
     return type == OBJ_TYPE_UNKNOWN_EXTENSION || type == OBJ_TYPE_DIRECTORY || too_long ||
                    (is_invalid_name(parts.name) && type_to_weird_chars_OK(type) == 0)

@@ -19,7 +19,8 @@
 
 namespace {
 
-// The types of IGS, SET, VDA and DXF files, which other systems write.
+// The types of IGS, SET, VDA and DXF files, which other systems write. A range: the codes are
+// consecutive and no other type lies between.
 constexpr int FIRST_EXCHANGE_TYPE = 134;
 constexpr int LAST_EXCHANGE_TYPE = 137;
 

@@ -11,8 +11,9 @@ enum pfa_version_selector : int {
 };
 
 // Stores a version of the record's file. Names are matched exactly; in either case for the types
-// OBJ_TYPE_NO_MEMBER, IGS, SET, VDA and DXF and in a location that ignores case. *version is
-// unchanged on failure. Results:
+// OBJ_TYPE_NO_MEMBER, IGS, SET, VDA and DXF and in a location that ignores case. The search does
+// not count negative versions: a file that has no other counts as none. *version is unchanged on
+// failure. Results:
 //   PFA_E_NO_ERROR
 //   PFA_E_NOT_VALID      the record is null or not valid
 //   PFA_E_INVALID_INPUT  the selector is none, or `version` is null

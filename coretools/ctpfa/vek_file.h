@@ -17,7 +17,7 @@ enum pfa_status : int {
     PFA_E_CANT_OPEN = 3,
     PFA_E_INVALID_NAME = 4,
     PFA_E_QUIT = 5,
-    PFA_E_NO_SPACE = 6,
+    PFA_E_NO_SPACE = 6, // no memory for a path record (pfa_alloc_vek_file)
     PFA_E_NO_ACCESS = 7,
     PFA_E_NOT_ALLOWED = 8,
     PFA_E_INVALID_INPUT = 9,
@@ -27,7 +27,7 @@ enum pfa_status : int {
     PFA_E_CANT_WRITE = 13,
     PFA_E_ROOT_DIR = 14,
     PFA_E_NET_TROUBLE = 15,
-    PFA_E_OUT_OF_MEMORY = 16,
+    PFA_E_OUT_OF_MEMORY = 16, // no memory for anything else
     PFA_E_ABORTED = 17,
     PFA_E_TOO_MANY_OPEN = 18,
     PFA_E_NOT_CACHABLE = 19,

@@ -40,9 +40,10 @@ bool cut_first_version(const vek_file *record, int version, char *name) {
 }
 
 // Opens the file of a record with open_file(name, block), which stores the open file in the block
-// and returns false, with errno, if it could not.
+// and returns false, with errno, if it could not. may_fall_back: if version 1 is missing, the
+// file without version may be opened in its place.
 template <class Open>
-int open_stream(vek_file *record, void **data, char *name, int version, bool reads_only,
+int open_stream(vek_file *record, void **data, char *name, int version, bool may_fall_back,
                 pfafs_name_form form, Open open_file) {
     const int openable = pfafs_check_openable(record, data);
     if (openable != PFA_E_NO_ERROR) {
@@ -60,7 +61,7 @@ int open_stream(vek_file *record, void **data, char *name, int version, bool rea
         return PFA_E_OUT_OF_MEMORY;
     }
     bool opened = open_file(name, block);
-    if (!opened && errno == ENOENT && reads_only && cut_first_version(record, version, name)) {
+    if (!opened && errno == ENOENT && may_fall_back && cut_first_version(record, version, name)) {
         opened = open_file(name, block);
         if (opened) {
             (void)pfa_put_version(record, 0);
@@ -83,12 +84,12 @@ int pfafs_fopen(vek_file *record, void **data, char *name, const char *mode, int
 }
 
 int pfafs_open(vek_file *record, void **data, char *name, int flags, int mode, int version) {
-    const bool reads_only = (flags & (O_WRONLY | O_RDWR)) == 0;
+    const bool may_fall_back = (flags & (O_WRONLY | O_RDWR)) == 0;
     const auto open_file = [flags, mode](const char *host_name, pfafs_stream *block) {
         block->fid = dci_open(host_name, flags, static_cast<mode_t>(mode));
         return block->fid >= 0;
     };
-    return open_stream(record, data, name, version, reads_only, pfafs_name_form::file_name,
+    return open_stream(record, data, name, version, may_fall_back, pfafs_name_form::file_name,
                        open_file);
 }
 
@@ -234,12 +235,12 @@ int pfafs_fopen_low(vek_file *record, void **data, char *name, const char *mode,
     if (mode == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
-    const bool reads_only = std::strchr(mode, 'w') == nullptr;
+    const bool may_fall_back = std::strchr(mode, 'w') == nullptr;
     const auto open_file = [mode](const char *host_name, pfafs_stream *block) {
         block->stream = dci_fopen(host_name, mode);
         return block->stream != nullptr;
     };
-    return open_stream(record, data, name, version, reads_only, form, open_file);
+    return open_stream(record, data, name, version, may_fall_back, form, open_file);
 }
 
 void pfafs_register_stream_functions() {

@@ -16,7 +16,7 @@ int main(int argc, char **argv) {
         return 1;
     }
     // The last argument says that the name is a directory, which need not be looked up.
-    pfa_status status = pfa_parse_to_vek_file_private(directory, nullptr, name, 1);
+    pfa_status status = pfa_parse_to_vek_file_private(directory, nullptr, name, PFA_DIRECTORY);
     if (status == PFA_E_NO_ERROR) {
         status = pfa_open_dir(directory);
     }
