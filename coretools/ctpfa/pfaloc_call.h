@@ -11,7 +11,7 @@
 // With the name of a method, a call through the wrapper of another sequence, or with other
 // parameters than the method declares in pfaloc_methods.def, does not compile. With an int, the
 // sequence is checked at run time and reported through dbg_err_crash(); a pointer parameter then
-// takes any address, and the caller answers for its type.
+// takes any address, and its type is not checked.
 //
 // FF, FLFL and FLFLPP take two valid records of one location type. Different types are reported and
 // give PFA_E_NO_METHOD.

@@ -1,4 +1,4 @@
-// A worked example of a location type: it keeps its files in memory.
+// An example of a location type: it keeps its files in memory.
 //
 // A name is "mem:" and an absolute path, such as "mem:/parts/bolt.prt.3".
 #pragma once
