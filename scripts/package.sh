@@ -31,6 +31,7 @@ for package in "$out"/*.deb; do
 done | sort -u | while read -r path; do
     [ -e "$path" ] || echo "$path"
 done >"$scratch/new"
+[ -s "$scratch/new" ] || { echo "Already installed: purge the packages first"; exit 1; }
 
 # Small Debian images leave out documents and manual pages unless they are asked for.
 as_root apt-get install -y -qq -o DPkg::Options::=--path-include='/usr/share/*' "$out"/*.deb
