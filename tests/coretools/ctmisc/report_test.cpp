@@ -163,9 +163,9 @@ TEST(MessageHook, GetsAllArgumentsWhenInstalled) {
         set_mgr_msg_func(print_message);
         set_mgr_msgID_func(print_message_id);
         mgr_msg_put("key", "%d %g %s", 5, 2.5, "more");
-        mgr_msgID_put(7, "part", 8);
+        mgr_msgID_put(7, "item", 8);
     });
-    EXPECT_EQ(child.out, "key: 5 2.5 more\n7: part 8\n");
+    EXPECT_EQ(child.out, "key: 5 2.5 more\n7: item 8\n");
 }
 
 int break_in_callback(const char *, const char *) {
