@@ -34,13 +34,10 @@ TEST(EucCodes, NothingIsReadBeyondTheCount) {
     }
 }
 
-TEST(EucCodes, FromEucToJis) {
+// The corners of the code: each half of a lead byte, the gaps that Shift-JIS leaves out, no row.
+TEST(EucCodes, FromEucOverJisToShiftJis) {
     EXPECT_EQ(wc_euc2jis(0xb0a1), 0x3021);
     EXPECT_EQ(wc_euc2jis(0xff), 0xff);
-}
-
-// The corners of the code: each half of a lead byte, the gaps that Shift-JIS leaves out, no row.
-TEST(EucCodes, FromJisToShiftJis) {
     const int rows[][2] = {{0x3021, 0x889f}, {0x3121, 0x8940}, {0x315f, 0x897e}, {0x3160, 0x8980},
                            {0x317e, 0x899e}, {0x327e, 0x89fc}, {0x5e7e, 0x9ffc}, {0x5f21, 0xe040},
                            {0x7426, 0xeaa4}, {0x0021, 0x0021}};
