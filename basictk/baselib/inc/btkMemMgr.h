@@ -5,6 +5,10 @@
 #include "basictk/baselib/inc/thrMutex.h"
 
 #include <cstddef>
+#include <cstdlib>
+
+// Reports the place on standard error and ends the process.
+[[noreturn]] void btkAbort(const char *place);
 
 class btkDebugMemMgr : public btkAllocated {
   public:
@@ -17,38 +21,31 @@ class btkDebugMemMgr : public btkAllocated {
 // The interface. In this class itself GetSize returns 0, and the other two end the process.
 class btkMemMgr : public btkDebugMemMgr {
   public:
-    // Returns the bytes that may be used at `memory`, at least as many as were asked for; 0 for
+    // Returns the bytes that may be used at a block, at least as many as were asked for; 0 for
     // null, or if the manager does not know.
-    virtual std::size_t GetSize(const void *memory) const;
+    virtual std::size_t GetSize(const void *) const { return 0; }
     // Returns `size` bytes at a multiple of `alignment`, a power of two, not cleared. Null if there
     // is no memory or the alignment is none.
-    virtual void *AllocMem(std::size_t size, int alignment);
+    virtual void *AllocMem(std::size_t, int) { btkAbort("btkMemMgr::AllocMem"); }
     // Null is allowed.
-    virtual void FreeMem(void *memory);
+    virtual void FreeMem(void *) { btkAbort("btkMemMgr::FreeMem"); }
 };
 
 // malloc and free, with malloc's alignment whatever is asked for. Owns nothing.
 class btkDefMemMgr : public btkMemMgr {
   public:
-    void *AllocMem(std::size_t size, int alignment) override;
-    void FreeMem(void *memory) override;
+    void *AllocMem(std::size_t size, int) override { return std::malloc(size); }
+    void FreeMem(void *memory) override { std::free(memory); }
 };
 
 struct btkBlock;
 struct btkChunk;
 
-// One row of a manager's table: the blocks of one size that are free. A row of block size -1 ends
-// the table.
-struct btkFreeList {
-    int blockSize;
-    btkBlock *first;
-};
-
 constexpr std::size_t BTK_CHUNK_SIZE = 131072;
 constexpr std::size_t BTK_POOL_SIZE = 32768; // the largest block of a chunk
 
-// Blocks of the sizes of a table, cut from chunks that stay until the manager is destroyed. A
-// larger block, or one with an alignment beyond malloc's, comes from malloc and goes back there.
+// One free list per size class, of blocks cut from chunks that stay until the manager is destroyed.
+// A larger block, or one with an alignment beyond malloc's, comes from malloc and goes back there.
 // Any thread may call while threading is on.
 class btkBaseMMgr : public btkMemMgr {
   public:
@@ -59,16 +56,16 @@ class btkBaseMMgr : public btkMemMgr {
     void FreeMem(void *memory) override;
 
   protected:
-    // `lists` belongs to the subclass.
-    explicit btkBaseMMgr(btkFreeList *free_lists) : lists(free_lists) {}
-    // Returns the row for a size from 1 to BTK_POOL_SIZE. Its blocks have at least that many bytes.
-    virtual int SizeClass(std::size_t size) const = 0;
+    // `free_lists` belong to the subclass: one for each class, null at first.
+    explicit btkBaseMMgr(btkBlock **free_lists) : lists(free_lists) {}
+    // The smallest class for a size from 1 to BTK_POOL_SIZE, and the size of its blocks.
+    virtual int ClassFor(std::size_t size) const = 0;
+    virtual int BlockSize(int sizeClass) const = 0;
 
   private:
-    btkBlock *CutBlock(std::size_t size);
-    btkBlock *AllocLarge(std::size_t size, std::size_t alignment);
+    btkBlock *AllocSmall(std::size_t size);
 
-    btkFreeList *const lists;
+    btkBlock **const lists;
     btkChunk *chunks = nullptr;        // the newest first
     std::size_t used = BTK_CHUNK_SIZE; // bytes of the newest chunk
     thrMutex lock{thrMutexNormal};
@@ -77,36 +74,33 @@ class btkBaseMMgr : public btkMemMgr {
 // Block sizes that are powers of two, for texts and arrays, which grow by doubling.
 class btkPow2MMgr : public btkBaseMMgr {
   public:
-    static constexpr int LISTS = 16;
-    btkPow2MMgr();
+    btkPow2MMgr() : btkBaseMMgr(table) {}
 
   protected:
-    int SizeClass(std::size_t size) const override;
+    int ClassFor(std::size_t size) const override;
+    int BlockSize(int sizeClass) const override { return 1 << sizeClass; }
 
   private:
-    btkFreeList table[LISTS + 1];
+    btkBlock *table[16] = {};
 };
 
 // Seven classes from one power of two to the next, for objects: above 64 bytes at most an eighth of
 // a block is lost.
 class btkPoolMMgr : public btkBaseMMgr {
   public:
-    static constexpr int LISTS = 256;
-    btkPoolMMgr();
+    btkPoolMMgr() : btkBaseMMgr(table) {}
     // The class of a size up to 2^31, and the largest size of a class.
     static int ClassOfSize(std::size_t size);
     static int SizeOfClass(int sizeClass);
 
   protected:
-    int SizeClass(std::size_t size) const override { return ClassOfSize(size); }
+    int ClassFor(std::size_t size) const override { return ClassOfSize(size); }
+    int BlockSize(int sizeClass) const override { return SizeOfClass(sizeClass); }
 
   private:
-    btkFreeList table[LISTS + 1];
+    btkBlock *table[256] = {};
 };
 
 extern btkMemMgr *pStringMemMgr; // one shared btkPow2MMgr
 extern btkMemMgr *pArrayMemMgr;  // the same
 extern btkMemMgr *pBlkObjMemMgr; // a btkPoolMMgr
-
-// Reports the place on standard error and ends the process.
-[[noreturn]] void btkAbort(const char *place);
