@@ -47,6 +47,26 @@ void drop_frames(trp_stack *stack, int from) {
     stack->frames._Remove(from, stack->frames.Count() - from);
 }
 
+// Runs the calls queued on a frame. A call may push and pop frames, which moves them, and may even
+// pop too many.
+void run_calls(trp_stack *stack, int index) {
+    trp_cleanup_call call;
+    while (index < stack->frames.Count() && take_call(stack->frames[index], &call)) {
+        call.function(call.words);
+    }
+}
+
+// No object with a destructor may live in a frame that the jump leaves, here and in trp_execute.
+[[noreturn]] void resume_at(trp_stack *stack, int index) {
+    const trp_frame frame = stack->frames[index];
+    while (innermost_call != frame.innermost) {
+        trp_leave_call(innermost_call);
+    }
+    drop_frames(stack, index + 1);
+    stack->executing = 0;
+    std::longjmp(*frame.context, 1);
+}
+
 trp_stack *own_trap_stack(thrLocalObject *key) {
     auto *stack = static_cast<trp_stack *>(thrLocalObject_GetData(key));
     if (stack == nullptr) {
@@ -142,14 +162,10 @@ void trp_leave_call(trp_marked_call *call) {
     call->mark->set.store(0, std::memory_order_release);
 }
 
-// Keeps no object with a destructor: the jump skips it.
 void trp_execute(int class_mask) {
     thrThread::CurrentThreadUnlockAllOwnedMutex();
     trp_stack *stack = tls_get_trap_ptr();
-    if (stack == nullptr || stack->executing != 0) {
-        return;
-    }
-    if (stack->frames.Count() == 0) {
+    if (stack == nullptr || stack->executing != 0 || stack->frames.Count() == 0) {
         return;
     }
     stack->executing = 1;
@@ -162,20 +178,10 @@ void trp_execute(int class_mask) {
         stack->pending_class = class_mask;
         return;
     }
-    // A clean-up call may push and pop frames, which moves them, and may even pop too many.
     for (int i = stack->frames.Count() - 1; i >= 0; --i) {
-        trp_cleanup_call call;
-        while (i < stack->frames.Count() && take_call(stack->frames[i], &call)) {
-            call.function(call.words);
-        }
+        run_calls(stack, i);
         if (i < stack->frames.Count() && (stack->frames[i].class_mask & class_mask) != 0) {
-            std::jmp_buf *context = stack->frames[i].context;
-            while (innermost_call != stack->frames[i].innermost) {
-                trp_leave_call(innermost_call);
-            }
-            drop_frames(stack, i + 1);
-            stack->executing = 0;
-            std::longjmp(*context, 1);
+            resume_at(stack, i);
         }
     }
     std::printf(" ALL TRAPS EXAUSTED\n");
