@@ -29,10 +29,6 @@ void btkRecordStatic(btkStaticRecord *record) {
     newest = record;
 }
 
-const btkStaticRecord *btkNewestStatic() {
-    return newest;
-}
-
 void btkDestroyStatics() {
     while (newest != nullptr) {
         const btkStaticRecord *record = newest;

@@ -5,5 +5,5 @@ thrMutex *btkUBufMutex = nullptr;
 
 void start_btkubuf() {
     btkUBufMutex = new thrMutex(thrMutexNormal);
-    btkRecordOwned<btkUBufMutex>("btkUBufMutex");
+    btkRecordOwned<btkUBufMutex>();
 }

@@ -15,27 +15,23 @@ void start_btkubuf();
 
 // An object to destroy at exit. The module that built it owns the record, in static storage.
 struct btkStaticRecord {
-    const char *name;
     void (*destroy)();
-    const btkStaticRecord *older;
+    const btkStaticRecord *older = nullptr;
 };
 
 // Adds a record to the list. Not thread-safe.
 void btkRecordStatic(btkStaticRecord *record);
-const btkStaticRecord *btkNewestStatic();
 // Destroys what is on the list, newest first, and empties it. Run by exit().
 void btkDestroyStatics();
 
 // Records the object that a global pointer owns. At exit it is deleted and the pointer set to null,
 // so that later code finds no object instead of a dead one.
 template <auto &pointer>
-void btkRecordOwned(const char *name) {
-    static btkStaticRecord record{name,
-                                  [] {
-                                      delete pointer;
-                                      pointer = nullptr;
-                                  },
-                                  nullptr};
+void btkRecordOwned() {
+    static btkStaticRecord record{[] {
+        delete pointer;
+        pointer = nullptr;
+    }};
     btkRecordStatic(&record);
 }
 

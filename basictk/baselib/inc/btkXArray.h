@@ -63,8 +63,8 @@ class btkXArray final : public btkXArrayImpl {
     bool Append(Element element) { return _Append(&element); }
 };
 
-// An array kept in order. The first word of each element is a pointer, its key. The comparison gets
-// two keys and returns a negative, zero or positive number.
+// An array for elements whose first word is a pointer, their key, and how two keys compare: less,
+// equal or greater as the result is negative, zero or positive.
 class btkClassXArrayImpl final : public btkXArrayImpl {
   public:
     using Compare = int (*)(const void *left, const void *right);
@@ -75,13 +75,5 @@ class btkClassXArrayImpl final : public btkXArrayImpl {
     static int Cmp_Ptrs(const void *left, const void *right);     // by address
     static int Cmp_cStrings(const void *left, const void *right); // two texts, by strcmp
 
-    // Returns the index of the first element whose key is not before `key`; *found: it is equal.
-    int Find(const void *key, bool *found) const;
-    // Inserts an element at its place. False also if its key is there already.
-    bool Add(const void *element);
-
-  private:
-    const void *KeyOf(const void *element) const;
-
-    Compare compare;
+    const Compare compare;
 };

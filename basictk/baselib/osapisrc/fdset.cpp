@@ -5,5 +5,5 @@ thrMutex *ptkMutex = nullptr;
 
 void start_fdset() {
     ptkMutex = new thrMutex(thrMutexNormal);
-    btkRecordOwned<ptkMutex>("ptkMutex");
+    btkRecordOwned<ptkMutex>();
 }

@@ -24,7 +24,7 @@ void destroy_pow2_manager() {
     pArrayMemMgr = nullptr;
 }
 
-btkStaticRecord pow2_record{"pStringMemMgr", destroy_pow2_manager, nullptr};
+btkStaticRecord pow2_record{destroy_pow2_manager};
 
 } // namespace
 
@@ -34,19 +34,19 @@ btkStaticRecord pow2_record{"pStringMemMgr", destroy_pow2_manager, nullptr};
 void start_osapic() {
     theCTState.SetNewState();
     _AbortMutex = new thrMutex(thrMutexNormal);
-    btkRecordOwned<_AbortMutex>("_AbortMutex");
+    btkRecordOwned<_AbortMutex>();
     pStringMemMgr = pArrayMemMgr = new btkPow2MMgr;
     btkRecordStatic(&pow2_record);
     pBlkObjMemMgr = new btkPoolMMgr;
-    btkRecordOwned<pBlkObjMemMgr>("pBlkObjMemMgr");
+    btkRecordOwned<pBlkObjMemMgr>();
     pDefMemMgr = new btkDefMemMgr;
     ioMiscInfo = new btkXArray<void *>;
-    btkRecordOwned<ioMiscInfo>("ioMiscInfo");
+    btkRecordOwned<ioMiscInfo>();
     iodbgXX =
         new btkClassXArrayImpl(2 * static_cast<int>(sizeof(void *)), btkClassXArrayImpl::Cmp_Ptrs);
-    btkRecordOwned<iodbgXX>("iodbgXX");
+    btkRecordOwned<iodbgXX>();
     fork_protection = new thrMutex(thrMutexNormal);
-    btkRecordOwned<fork_protection>("fork_protection");
+    btkRecordOwned<fork_protection>();
 }
 
 void btkAbort(const char *place) {

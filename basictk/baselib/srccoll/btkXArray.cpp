@@ -122,30 +122,3 @@ int btkClassXArrayImpl::Cmp_Ptrs(const void *left, const void *right) {
 int btkClassXArrayImpl::Cmp_cStrings(const void *left, const void *right) {
     return std::strcmp(static_cast<const char *>(left), static_cast<const char *>(right));
 }
-
-const void *btkClassXArrayImpl::KeyOf(const void *element) const {
-    return *static_cast<const void *const *>(element);
-}
-
-int btkClassXArrayImpl::Find(const void *key, bool *found) const {
-    int low = 0;
-    int high = Count();
-    *found = false;
-    while (low < high) {
-        const int middle = low + (high - low) / 2;
-        const int order = compare(KeyOf(_Elem(middle)), key);
-        if (order < 0) {
-            low = middle + 1;
-        } else {
-            *found = *found || order == 0;
-            high = middle;
-        }
-    }
-    return low;
-}
-
-bool btkClassXArrayImpl::Add(const void *element) {
-    bool found = false;
-    const int index = Find(KeyOf(element), &found);
-    return !found && _Insert(index, 1, element);
-}

@@ -12,5 +12,5 @@ void start_widfun() {
     std::fill(std::begin(emptyCSBuffInitializer), std::end(emptyCSBuffInitializer), '\0');
     std::fill(std::begin(emptyWSBuffInitializer), std::end(emptyWSBuffInitializer), 0);
     btkXZStringMutex = new thrMutex(thrMutexNormal);
-    btkRecordOwned<btkXZStringMutex>("btkXZStringMutex");
+    btkRecordOwned<btkXZStringMutex>();
 }

@@ -7,9 +7,9 @@ thrMutex *thrcInitializationMutex = nullptr;
 void start_thrtrap() {
     thrMTSafeStaticsSet::mMTSafeSet = new btkClassXArrayImpl(2 * static_cast<int>(sizeof(void *)),
                                                              btkClassXArrayImpl::Cmp_cStrings);
-    btkRecordOwned<thrMTSafeStaticsSet::mMTSafeSet>("mMTSafeSet");
+    btkRecordOwned<thrMTSafeStaticsSet::mMTSafeSet>();
     thrcInitializationMutex = new thrMutex(thrMutexNormal);
-    btkRecordOwned<thrcInitializationMutex>("thrcInitializationMutex");
+    btkRecordOwned<thrcInitializationMutex>();
 }
 
 void LockInitializationMutex() {
