@@ -6,24 +6,23 @@
 #include "coretools/ctwcfun/directive_internal.h"
 
 #include <algorithm>
-#include <array>
 #include <climits>
 #include <cstring>
-#include <iterator>
 
 namespace {
 
-// The bit of each character that is a flag, 0 for the others.
-constexpr auto FLAG_BITS = [] {
-    std::array<unsigned char, 256> bits{};
-    for (unsigned i = 0; FLAG_CHARACTERS[i] != '\0'; ++i) {
-        bits[static_cast<unsigned char>(FLAG_CHARACTERS[i])] = static_cast<unsigned char>(1U << i);
+bool is_flag(char character) {
+    switch (character) {
+    case '-':
+    case '+':
+    case ' ':
+    case '#':
+    case '0':
+    case '\'':
+        return true;
+    default:
+        return false;
     }
-    return bits;
-}();
-
-unsigned flag_bit(char character) {
-    return FLAG_BITS[static_cast<unsigned char>(character)];
 }
 
 bool begins_with_conversion(const char *text, std::string_view conversion) {
@@ -35,46 +34,33 @@ bool begins_with_conversion(const char *text, std::string_view conversion) {
     return true;
 }
 
-// The table's lower case is what printf gets, but for a last letter whose upper case means the
-// same: the C library reads "%S", "%C" and "%Lf" as asking for arguments of other types.
-bool keeps_case(char written, const conversion_row &row) {
-    return is_upper_letter(written) && to_lower_letter(written) == row.host.back() &&
-           std::strchr("XEGF", written) != nullptr;
-}
-
-// Moves past the digits and returns their number, INT_MAX + 1 for all beyond.
-long long read_number(const char **text) {
-    constexpr long long TOO_LARGE = static_cast<long long>(INT_MAX) + 1;
+// Moves past the digits and returns their number, INT_MAX for all beyond.
+int read_number(const char **text) {
     long long number = 0;
     for (; is_digit(**text); ++*text) {
-        number = std::min(10 * number + (**text - '0'), TOO_LARGE);
+        number = std::min<long long>(10 * number + (**text - '0'), INT_MAX);
     }
-    return number;
+    return static_cast<int>(number);
 }
 
 } // namespace
 
-const char *read_flags_and_sizes(const char *text, directive *parsed) {
-    while (const unsigned bit = flag_bit(*text)) {
-        parsed->flags |= bit;
-        ++text;
+const char *read_sizes(const char *text, directive *parsed) {
+    const char *start = text++;
+    for (; is_flag(*text); ++text) {
+        (*text == '-' ? parsed->left : parsed->other_flags) = true;
     }
-    const long long width = read_number(&text);
-    long long precision = NO_PRECISION;
+    parsed->width = read_number(&text);
     if (*text == '.') {
         ++text;
-        precision = read_number(&text);
+        parsed->precision = read_number(&text);
     }
-    if (width > INT_MAX || precision > INT_MAX) {
-        return nullptr;
-    }
-    parsed->width = static_cast<int>(width);
-    parsed->precision = static_cast<int>(precision);
+    parsed->sizes = {start, text};
     return text;
 }
 
 const char *skip_to_conversion(const char *text) {
-    while (is_digit(*text) || *text == '.' || *text == '*' || flag_bit(*text) != 0) {
+    while (is_digit(*text) || *text == '.' || *text == '*' || is_flag(*text)) {
         ++text;
     }
     return text;
@@ -85,31 +71,36 @@ const char *read_conversion(const char *text, directive *parsed) {
         if (begins_with_conversion(text, row.conversion)) {
             const char *end = text + row.conversion.size();
             parsed->row = &row;
-            parsed->last_letter = keeps_case(end[-1], row) ? end[-1] : row.host.back();
-            return end;
+            parsed->last_letter = end[-1];
+            return parsed->sizes.size() + row.host.size() < DIRECTIVE_SIZE ? end : nullptr;
         }
     }
     return nullptr;
 }
 
-void write_host_conversion(const directive &parsed, char *text) {
-    text[parsed.row->host.copy(text, std::string_view::npos)] = '\0';
-    text[parsed.row->host.size() - 1] = parsed.last_letter;
+// The letters are the table's, in lower case, but for a last one whose upper case means the same:
+// the C library reads "%S", "%C" and "%Lf" as asking for arguments of other types.
+void write_host_directive(const directive &parsed, char *text) {
+    text += parsed.sizes.copy(text, std::string_view::npos);
+    text += parsed.row->host.copy(text, std::string_view::npos);
+    *text = '\0';
+    if (text[-1] != 's' && std::strchr("XEGF", parsed.last_letter) != nullptr) {
+        text[-1] = parsed.last_letter;
+    }
 }
 
 int parse_conver_spec(const char **format, int *kind, char *directive_text) {
     const char *start = *format;
     const char *conversion = skip_to_conversion(start + 1);
-    const auto length = static_cast<std::size_t>(conversion - start);
     directive parsed;
+    parsed.sizes = {start, conversion};
     const char *end = read_conversion(conversion, &parsed);
     *kind = CONV_NONE;
     directive_text[0] = '\0';
-    if (end == nullptr || length + parsed.row->host.size() >= DIRECTIVE_SIZE) {
+    if (end == nullptr) {
         return 0;
     }
-    std::memcpy(directive_text, start, length);
-    write_host_conversion(parsed, directive_text + length);
+    write_host_directive(parsed, directive_text);
     *format = end;
     *kind = parsed.row->kind;
     return static_cast<int>(std::count(start, conversion, '*'));
@@ -139,7 +130,7 @@ void take_care_of_precision(const char *directive_text, char *text) {
     const char *end = start + std::strcspn(start, "s");
     const char *point = std::find(start, end, '.');
     if (point != end) {
-        cut_at_character(text,
-                         static_cast<int>(std::min<long long>(read_number(&++point), INT_MAX)));
+        ++point;
+        cut_at_character(text, read_number(&point));
     }
 }

@@ -38,33 +38,31 @@ constexpr conversion_row conv_spec_def[] = {
     {"pf", "s", CONV_PATH_FILE, append_path},
 };
 
-// Flags of a directive as bits, in this order.
-constexpr char FLAG_CHARACTERS[] = "-+ #0'";
-constexpr unsigned FLAG_LEFT = 1;
-
 constexpr int NO_PRECISION = -1;
 
 struct directive {
-    const conversion_row *row = nullptr;
-    char last_letter = '\0'; // of the conversion for printf: X, E, G and F print in upper case
-    unsigned flags = 0;
-    int width = 0;
+    std::string_view sizes; // its text from '%' up to the conversion
+    bool left = false;      // the flag '-'
+    bool other_flags = false;
+    int width = 0; // INT_MAX stands for all beyond, here and in the precision
     int precision = NO_PRECISION;
+    const conversion_row *row = nullptr;
+    char last_letter = '\0'; // of the conversion, as it is written
 };
 
-// Reads flags, width and precision behind the '%' and returns where it stopped, which may be a
-// star; null if a number is beyond an int.
-const char *read_flags_and_sizes(const char *text, directive *parsed);
+// Reads the flags, width and precision of the directive at `text` and returns the text behind them,
+// which may be a star.
+const char *read_sizes(const char *text, directive *parsed);
 
-// Returns the first character behind the '%' that is no flag, digit, '.' or '*'.
+// Returns the first character from `text` on that is no flag, digit, '.' or '*'.
 const char *skip_to_conversion(const char *text);
 
 // Reads the conversion that `text` begins with, in either case, and returns the text behind it;
-// null if there is none.
+// null if there is none or the directive would have DIRECTIVE_SIZE characters or more.
 const char *read_conversion(const char *text, directive *parsed);
 
-// Writes the conversion as the C library's printf knows it, terminated.
-void write_host_conversion(const directive &parsed, char *text);
+// Writes the directive as the C library's printf knows it into text[DIRECTIVE_SIZE].
+void write_host_directive(const directive &parsed, char *text);
 
 // Cuts `text` as take_care_of_precision does.
 void cut_at_character(char *text, int precision);

@@ -141,7 +141,7 @@ bool append_bytes(formatting *call, const char *bytes, std::size_t count) {
     return true;
 }
 
-// Appends bytes with blanks up to the width. Flags other than FLAG_LEFT are not looked at.
+// Appends bytes with blanks up to the width. Flags other than '-' are not looked at.
 bool append_justified(formatting *call, const directive &parsed, const char *bytes,
                       std::size_t count) {
     const auto width = static_cast<std::size_t>(parsed.width);
@@ -150,9 +150,8 @@ bool append_justified(formatting *call, const directive &parsed, const char *byt
     if (end == nullptr) {
         return false;
     }
-    const bool left = (parsed.flags & FLAG_LEFT) != 0;
-    std::memset(left ? end + count : end, ' ', blanks);
-    std::memcpy(left ? end : end + blanks, bytes, count);
+    std::memset(parsed.left ? end + count : end, ' ', blanks);
+    std::memcpy(parsed.left ? end : end + blanks, bytes, count);
     call->length += count + blanks;
     return true;
 }
@@ -160,19 +159,12 @@ bool append_justified(formatting *call, const directive &parsed, const char *byt
 // Lets snprintf append a value: a text up to the first zero character that it prints.
 template <class Value>
 bool append_by_host(formatting *call, const directive &parsed, Value value) {
-    char format[DIRECTIVE_SIZE] = "%";
-    char *end = format + 1;
-    for (unsigned i = 0; FLAG_CHARACTERS[i] != '\0'; ++i) {
-        if ((parsed.flags & 1U << i) != 0) {
-            *end++ = FLAG_CHARACTERS[i];
-        }
-    }
-    end = std::copy_n("*.*", 3, end); // a negative precision counts as none
-    write_host_conversion(parsed, end);
+    char format[DIRECTIVE_SIZE];
+    write_host_directive(parsed, format);
     std::size_t room = 1;
     while (char *text = reserve_end(call, room)) {
         room = call->record->output.capacity - call->length;
-        const int length = std::snprintf(text, room, format, parsed.width, parsed.precision, value);
+        const int length = std::snprintf(text, room, format, value);
         if (length < 0) {
             return false;
         }
@@ -185,14 +177,11 @@ bool append_by_host(formatting *call, const directive &parsed, Value value) {
     return false;
 }
 
-bool has_only_left_flag(const directive &parsed) {
-    return (parsed.flags & ~FLAG_LEFT) == 0;
-}
-
 template <class Integer>
 bool append_integer(formatting *call, const directive &parsed, Integer value) {
-    const bool decimal = parsed.last_letter == 'd' || parsed.last_letter == 'i';
-    if (!decimal || parsed.precision != NO_PRECISION || !has_only_left_flag(parsed)) {
+    const char conversion = parsed.row->host.back();
+    const bool decimal = conversion == 'd' || conversion == 'i';
+    if (!decimal || parsed.precision != NO_PRECISION || parsed.other_flags) {
         return append_by_host(call, parsed, value);
     }
     char digits[24];
@@ -205,7 +194,7 @@ bool append_this_text(formatting *call, const directive &parsed, const char *tex
     if (text == nullptr) {
         text = "";
     }
-    if (!has_only_left_flag(parsed)) {
+    if (parsed.other_flags) {
         return append_by_host(call, parsed, text);
     }
     const std::size_t length = parsed.precision == NO_PRECISION
@@ -289,26 +278,17 @@ bool fill_in_stars(formatting *call, const char *from, const char *conversion,
 bool append_directive(formatting *call, const char **format) {
     directive parsed;
     char filled[DIRECTIVE_SIZE];
-    const char *start = *format;
-    const char *conversion = read_flags_and_sizes(start + 1, &parsed);
-    if (conversion == nullptr) {
-        return false;
-    }
-    const char *end = conversion; // of the flags and sizes, their stars filled in
+    const char *conversion = read_sizes(*format, &parsed);
     if (*conversion == '*') {
         conversion = skip_to_conversion(conversion);
-        if (!fill_in_stars(call, start, conversion, filled)) {
-            return false;
-        }
         parsed = {};
-        start = filled;
-        end = read_flags_and_sizes(start + 1, &parsed);
-        if (end == nullptr || *end != '\0') {
+        if (!fill_in_stars(call, *format, conversion, filled) ||
+            *read_sizes(filled, &parsed) != '\0') {
             return false;
         }
     }
     const char *rest = read_conversion(conversion, &parsed);
-    if (rest == nullptr || end - start + std::ssize(parsed.row->host) >= DIRECTIVE_SIZE) {
+    if (rest == nullptr) {
         return false;
     }
     // A precision makes numbers longer but texts only shorter.
