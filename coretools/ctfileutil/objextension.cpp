@@ -2,15 +2,12 @@
 #include "coretools/ctfileutil/objextension.h"
 
 #include "coretools/ctfileutil/objextension_table_internal.h"
-#include "coretools/ctmemmgr/getmem.h"
-#include "coretools/ctmemmgr/sort_pointers.h"
 #include "coretools/ctstrutil/ascii.h"
 
 #include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdint>
-#include <cstring>
 #include <iterator>
 
 namespace {
@@ -42,87 +39,53 @@ constexpr auto EXTENSION_KEYS = [] {
     return keys;
 }();
 
-std::uint64_t key_of(const object_row &row) {
+constexpr std::uint64_t key_of(const object_row &row) {
     return EXTENSION_KEYS[static_cast<std::size_t>(&row - object)];
 }
 
-int type_of(const object_row &row) {
+constexpr int type_of(const object_row &row) {
     return row.type;
 }
 
 using row_pointer = const object_row *;
 
-// Derived tables, made on first use and kept: the rows by extension (all but the default one) and
-// by type code, equal ones in the table's order.
-std::atomic<row_pointer *> sorted_ext_table{nullptr};
-std::atomic<row_pointer *> sorted_type_table{nullptr};
-constexpr int sorted_ext_count = OBJECT_COUNT - 1;
+// The first COUNT rows ordered by a key, equal ones as in the table.
+template <auto key_of_row, std::size_t COUNT>
+constexpr std::array<row_pointer, COUNT> sorted_rows() {
+    std::array<row_pointer, COUNT> rows{};
+    for (std::size_t i = 0; i < COUNT; ++i) {
+        rows[i] = &object[i];
+    }
+    std::sort(rows.begin(), rows.end(), [](row_pointer left, row_pointer right) {
+        const auto left_key = key_of_row(*left);
+        const auto right_key = key_of_row(*right);
+        return left_key != right_key ? left_key < right_key : left < right;
+    });
+    return rows;
+}
+
+// All but the default row by extension, and all by type code.
+constexpr auto sorted_ext_table = sorted_rows<key_of, OBJECT_COUNT - 1>();
+constexpr auto sorted_type_table = sorted_rows<type_of, OBJECT_COUNT>();
+
+// The first row with the key, or null.
+template <auto key_of_row, class Rows, class Key>
+row_pointer first_row(const Rows &sorted, Key key) {
+    const auto row = std::partition_point(sorted.begin(), sorted.end(),
+                                          [key](row_pointer at) { return key_of_row(*at) < key; });
+    return row != sorted.end() && key_of_row(**row) == key ? *row : nullptr;
+}
 
 // The rows of the last type and of the last extension that were found.
 std::atomic<row_pointer> remembered_row{FIRST_ROW};
 std::atomic<row_pointer> remembered_extension{FIRST_ROW};
-
-// Orders two rows by a key, equal ones by their places in the table.
-template <auto key_of_row>
-int compare_rows(const void *a, const void *b) {
-    const auto *left = static_cast<row_pointer>(a);
-    const auto *right = static_cast<row_pointer>(b);
-    if (key_of_row(*left) != key_of_row(*right)) {
-        return key_of_row(*left) < key_of_row(*right) ? -1 : 1;
-    }
-    return left < right ? -1 : static_cast<int>(left > right);
-}
-
-constexpr sort_compare obj_ext_cmp_exts = compare_rows<key_of>;
-constexpr sort_compare obj_ext_cmp_types = compare_rows<type_of>;
-
-// The first `count` rows, sorted; null without memory. Of two threads that make a table at once,
-// one publishes its own and the other takes that one.
-const row_pointer *sorted_table(std::atomic<row_pointer *> *table, int count,
-                                sort_compare compare) {
-    row_pointer *existing = table->load(std::memory_order_acquire);
-    if (existing != nullptr) {
-        return existing;
-    }
-    void *block = getmem_null(OBJECT_COUNT * static_cast<int>(sizeof(void *)));
-    if (block == nullptr) {
-        return nullptr;
-    }
-    const auto **pointers = static_cast<const void **>(block);
-    for (int i = 0; i < count; ++i) {
-        pointers[i] = &object[i];
-    }
-    sort_pointers(count, compare, pointers);
-    auto *sorted = static_cast<row_pointer *>(block);
-    if (!table->compare_exchange_strong(existing, sorted, std::memory_order_acq_rel)) {
-        rlsmem(block);
-        return existing;
-    }
-    return sorted;
-}
-
-// The first row with the key, or null. Without a sorted table the rows themselves are searched.
-template <auto key_of_row, class Key>
-row_pointer first_row(const row_pointer *sorted, int count, Key key) {
-    if (sorted == nullptr) {
-        const row_pointer end = FIRST_ROW + count;
-        const row_pointer row = std::find_if(
-            FIRST_ROW, end, [key](const object_row &at) { return key_of_row(at) == key; });
-        return row != end ? row : nullptr;
-    }
-    const row_pointer *end = sorted + count;
-    const row_pointer *row =
-        std::partition_point(sorted, end, [key](row_pointer at) { return key_of_row(*at) < key; });
-    return row != end && key_of_row(**row) == key ? *row : nullptr;
-}
 
 row_pointer row_of_type(int type) {
     row_pointer row = remembered_row.load(std::memory_order_relaxed);
     if (row->type == type) {
         return row;
     }
-    row = first_row<type_of>(sorted_table(&sorted_type_table, OBJECT_COUNT, obj_ext_cmp_types),
-                             OBJECT_COUNT, type);
+    row = first_row<type_of>(sorted_type_table, type);
     if (row == nullptr) {
         return DEFAULT_ROW;
     }
@@ -141,8 +104,7 @@ int extension_to_type(const char *extension) {
     if (key_of(*row) == key) {
         return row->type;
     }
-    row = first_row<key_of>(sorted_table(&sorted_ext_table, sorted_ext_count, obj_ext_cmp_exts),
-                            sorted_ext_count, key);
+    row = first_row<key_of>(sorted_ext_table, key);
     if (row == nullptr) {
         return OBJ_TYPE_UNKNOWN_EXTENSION;
     }

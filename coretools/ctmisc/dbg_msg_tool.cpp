@@ -15,8 +15,6 @@
 
 namespace {
 
-enum message_kind : int { INFO_MESSAGE = 0, ERROR_MESSAGE = 1, FATAL_MESSAGE = 2 };
-
 constexpr int MESSAGE_SIZE = 1000;
 constexpr int FILE_NAME_SIZE = 260;
 
@@ -38,35 +36,14 @@ void format_message(char (&message)[MESSAGE_SIZE], const char *format, std::va_l
     vek_release_text(&held);
 }
 
-void format_line(char (&line)[MESSAGE_SIZE], const char *format, ...) {
-    std::va_list arguments;
-    va_start(arguments, format);
-    format_message(line, format, arguments);
-    va_end(arguments);
-}
-
-void format_heading(char (&heading)[MESSAGE_SIZE], message_kind kind, const char *name,
-                    char level) {
-    switch (kind) {
-    case INFO_MESSAGE:
-        format_line(heading, "\n*** INFO MESSAGE from %s : ***\n\t", name);
-        break;
-    case ERROR_MESSAGE:
-        format_line(heading, "\n*** %c-LEVEL ERROR in %s : ***\n\t", level, name);
-        break;
-    case FATAL_MESSAGE:
-        format_line(heading, "\n*** FATAL ERROR in %s : ***\n\t", name);
-        break;
-    }
-}
-
 // Must be called with dbg_msg_tool_lock held.
-void write_box(const char *heading, const char *message) {
+void write_box(const char *title, const char *name, const char *message) {
     std::FILE *file = nullptr;
     if (dbg_error_fname[0] != '\0') {
         file = dci_fopen(dbg_error_fname, fresh ? "w" : "a");
     }
-    std::fprintf(file != nullptr ? file : stderr, "%s%s\n", heading, message);
+    std::fprintf(file != nullptr ? file : stderr, "\n*** %s %s : ***\n\t%s\n", title,
+                 name != nullptr ? name : "", message);
     if (file != nullptr) {
         std::fclose(file);
         fresh = false;
@@ -74,8 +51,8 @@ void write_box(const char *heading, const char *message) {
 }
 
 // Must be called with dbg_msg_tool_lock held.
-bool wants_signal(message_kind kind, const char *name) {
-    if (kind != FATAL_MESSAGE || dbg_allow_crash == 0) {
+bool wants_signal(const char *name) {
+    if (dbg_allow_crash == 0) {
         return false;
     }
     const dbg_crash_func function = crash_func;
@@ -83,7 +60,7 @@ bool wants_signal(message_kind kind, const char *name) {
 }
 
 // No scoped guard: a trap in the crash function or the notice of the file can jump out of here.
-void dbg_msg_tool(message_kind kind, const char *name, char level, const char *format,
+void dbg_msg_tool(bool fatal, const char *title, const char *name, const char *format,
                   std::va_list arguments) {
     trp_marked_call call;
     if (!trp_enter_call(&call, &dbg_msg_tool_called)) {
@@ -92,16 +69,14 @@ void dbg_msg_tool(message_kind kind, const char *name, char level, const char *f
     // Formatted before the lock is taken and a file is open: formatting can run out of memory, and
     // the trap would release the one and leave the other open.
     const bool printed = dbg_allow_print != 0;
-    char heading[MESSAGE_SIZE] = "";
     char message[MESSAGE_SIZE] = "";
     if (printed) {
-        format_heading(heading, kind, name, level);
         format_message(message, format, arguments);
     }
     lock_dbg_msg_tool();
-    const bool signals = wants_signal(kind, name);
+    const bool signals = fatal && wants_signal(name);
     if (printed) {
-        write_box(heading, message);
+        write_box(title, name, message);
     }
     unlock_dbg_msg_tool();
     trp_leave_call(&call);
@@ -157,20 +132,22 @@ void dbg_fprintf(std::FILE *stream, const char *format, ...) {
 void dbg_crash_msg(const char *name, const char *format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
-    dbg_msg_tool(FATAL_MESSAGE, name, ' ', format, arguments);
+    dbg_msg_tool(true, "FATAL ERROR in", name, format, arguments);
     va_end(arguments);
 }
 
 void dbg_error_msg(const char *name, char level, const char *format, ...) {
+    char title[] = "?-LEVEL ERROR in";
+    title[0] = level;
     std::va_list arguments;
     va_start(arguments, format);
-    dbg_msg_tool(ERROR_MESSAGE, name, level, format, arguments);
+    dbg_msg_tool(false, title, name, format, arguments);
     va_end(arguments);
 }
 
 void dbg_info_msg(const char *name, const char *format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
-    dbg_msg_tool(INFO_MESSAGE, name, ' ', format, arguments);
+    dbg_msg_tool(false, "INFO MESSAGE from", name, format, arguments);
     va_end(arguments);
 }

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <iterator>
 
 namespace {
 
@@ -53,11 +52,7 @@ int user_run_mode() {
 }
 
 int regression_run_mode() {
-    const int mode = get_run_mode();
-    return std::find(std::begin(REGRESSION_MODES), std::end(REGRESSION_MODES), mode) !=
-                   std::end(REGRESSION_MODES)
-               ? 1
-               : 0;
+    return static_cast<int>(std::ranges::count(REGRESSION_MODES, get_run_mode()));
 }
 
 int is_run_mode(int mode) {

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
-#include <iterator>
 
 #include <linux/magic.h>
 #include <sys/statfs.h>
@@ -26,9 +25,7 @@ constexpr std::uint32_t NETWORK_TYPES[] = {
 } // namespace
 
 int ctp_is_network_type(long long type) {
-    const auto number = static_cast<std::uint32_t>(type);
-    const auto *end = std::end(NETWORK_TYPES);
-    return std::find(std::begin(NETWORK_TYPES), end, number) != end ? 1 : 0;
+    return static_cast<int>(std::ranges::count(NETWORK_TYPES, static_cast<std::uint32_t>(type)));
 }
 
 int ctp_is_network_path(const char *path) {

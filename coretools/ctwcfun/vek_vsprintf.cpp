@@ -146,7 +146,7 @@ bool append_justified(formatting *call, const directive &parsed, const char *byt
                       std::size_t count) {
     const auto width = static_cast<std::size_t>(parsed.width);
     const std::size_t blanks = width > count ? width - count : 0;
-    char *end = count <= XAR_LIMIT_BYTES ? reserve_end(call, count + blanks) : nullptr;
+    char *end = reserve_end(call, count + blanks);
     if (end == nullptr) {
         return false;
     }

@@ -1,9 +1,6 @@
 // Look-ups of object types, beside the list of types that the tests of the tool use too.
 #include "coretools/ctfileutil/objextension.h"
-#include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctstrutil/char_case.h"
-#include "tests/support/child_process.h"
-#include "tests/support/failing_malloc.h"
 #include "tests/support/threads.h"
 
 #include <fstream>
@@ -61,17 +58,8 @@ void check_every_type() {
     }
 }
 
-// In a child, because the sorted tables are made by the first look-ups of a process that find
-// memory.
-TEST(ObjectType, EveryTypeBothWaysWithoutMemoryAndOnManyThreads) {
-    const child_result child = run_in_child([] {
-        init_memory(); // without its locks the memory layer ends the process
-        fail_allocation(0, true);
-        check_every_type();
-        fail_allocation(NO_FAILURE, false);
-        run_on_threads(4, [](int) { check_every_type(); });
-    });
-    EXPECT_EQ(child.status, 0) << child.out;
+TEST(ObjectType, EveryTypeBothWaysOnManyThreads) {
+    run_on_threads(4, [](int) { check_every_type(); });
 }
 
 TEST(ObjectType, ExtensionsThatNoTypeHas) {
