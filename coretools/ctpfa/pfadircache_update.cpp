@@ -1,17 +1,17 @@
 // Notices to the directory cache: which listing a change concerns.
 #include "coretools/ctpfa/memory_guard_internal.h"
+#include "coretools/ctpfa/path_text.h"
 #include "coretools/ctpfa/pfacurdir.h"
 #include "coretools/ctpfa/pfadircache.h"
 #include "coretools/ctpfa/pfadircache_internal.h"
 #include "coretools/ctpfa/pfadirpath.h"
 #include "coretools/ctpfa/pfaget.h"
-#include "coretools/ctpfa/pfainfo.h"
 #include "coretools/ctpfa/pfamem.h"
 #include "coretools/ctpfa/pfapars.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
+#include <string_view>
 
 namespace {
 
@@ -26,11 +26,6 @@ bool parse_into(vek_file **scratch, const char *name) {
            parse_to_pfa(*scratch, 1, name) == PFA_E_NO_ERROR;
 }
 
-// The key under which the directory of a record is cached, formed as at the open.
-bool cache_key(vek_file *record, char key[PFA_PATH_SIZE]) {
-    return pfa_get_location(record, key, nullptr) == PFA_E_NO_ERROR;
-}
-
 bool names_current_directory(const char *name) {
     return name == nullptr || name[0] == '\0' || std::strcmp(name, ".\\") == 0;
 }
@@ -39,47 +34,40 @@ bool is_full_name(const char *name) {
     return name[0] == '/' || (name[0] != '\0' && name[1] == ':' && name[2] == '/');
 }
 
-void directory_name_changed(const char *name) {
+// The key is formed as at the open.
+void directory_changed(vek_file *directory) {
     char key[PFA_PATH_SIZE];
-    if (names_current_directory(name)) {
-        if (!cache_key(pfa_get_cur_dir(), key)) {
-            return;
-        }
-        name = key;
-    } else if (!is_full_name(name)) {
-        // A separator at the end makes the whole name a directory.
-        const std::size_t length = std::strlen(name);
-        const char *separator = name[length - 1] == '/' || name[length - 1] == '\\' ? "" : "/";
-        if (length >= PFA_PATH_SIZE ||
-            std::snprintf(key, sizeof key, "%s%s", name, separator) >= PFA_PATH_SIZE ||
-            !parse_into(&relative_directory, key)) {
-            return;
-        }
-        if (!pfa_path_is_absolute(relative_directory)) {
-            if (pfa_make_absolute_path(relative_directory) != PFA_E_NO_ERROR ||
-                !cache_key(relative_directory, key)) {
-                return;
-            }
-            name = key;
-        }
+    if (pfa_get_location(directory, key, nullptr) == PFA_E_NO_ERROR) {
+        pfa_full_dir_name_update_cache(key);
     }
-    pfa_full_dir_name_update_cache(name);
 }
 
-void record_changed(vek_file *record) {
-    if (!pfa_is_valid(record)) {
-        return;
-    }
-    if (pfa_is_dir(record)) {
-        if (pfa_recycle_vek_file(&parent_directory) != PFA_E_NO_ERROR ||
-            pfa_make_parent(record, parent_directory) != PFA_E_NO_ERROR) {
-            return;
+// A separator at the end makes the whole name a directory.
+bool parse_directory(vek_file **scratch, std::string_view name) {
+    path_text text;
+    return text.append(name) && (is_separator(name.back()) || text.append('/')) &&
+           parse_into(scratch, text.c_str());
+}
+
+void directory_name_changed(const char *name) {
+    if (names_current_directory(name)) {
+        directory_changed(pfa_get_cur_dir());
+    } else if (is_full_name(name)) {
+        pfa_full_dir_name_update_cache(name);
+    } else if (parse_directory(&relative_directory, name)) {
+        if (pfa_path_is_absolute(relative_directory)) {
+            pfa_full_dir_name_update_cache(name);
+        } else if (pfa_make_absolute_path(relative_directory) == PFA_E_NO_ERROR) {
+            directory_changed(relative_directory);
         }
-        record = parent_directory;
     }
-    char key[PFA_PATH_SIZE];
-    if (cache_key(record, key)) {
-        directory_name_changed(key);
+}
+
+// The parent of a file is its directory.
+void record_changed(vek_file *record) {
+    if (pfa_recycle_vek_file(&parent_directory) == PFA_E_NO_ERROR &&
+        pfa_make_parent(record, parent_directory) == PFA_E_NO_ERROR) {
+        directory_changed(parent_directory);
     }
 }
 
