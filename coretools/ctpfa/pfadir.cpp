@@ -45,6 +45,23 @@ void trace_opening(const char *key, const char *subset, bool from_cache) {
     }
 }
 
+// Makes a directory that is to be opened absolute and stores its key. Fails as pfa_open_dir does.
+pfa_status prepare_to_open(vek_file *directory, char key[PFA_PATH_SIZE]) {
+    if (!is_directory_record(directory)) {
+        return PFA_E_NOT_VALID;
+    }
+    if (!pfa_is_local(directory) || pfa_file_is_open(directory)) {
+        return PFA_E_CANT_OPEN;
+    }
+    directory->flags &= ~(PFA_F_BORROWED | PFA_F_LENT); // a copied record may still carry them
+    const pfa_status made = pfa_make_absolute_path(directory);
+    if (made != PFA_E_NO_ERROR) {
+        return made == PFA_E_NO_METHOD ? PFA_E_INVALID_NAME : made;
+    }
+    return pfa_get_location(directory, key, nullptr) == PFA_E_NO_ERROR ? PFA_E_NO_ERROR
+                                                                       : PFA_E_INVALID_NAME;
+}
+
 // With a filter, the location type is asked for the kind of each entry.
 pfa_status read_next(vek_file *directory, vek_file *entry, const pfa_dir_filter *filter,
                      void *argument) {
@@ -74,25 +91,13 @@ pfa_status pfa_open_dir(vek_file *directory) {
 }
 
 pfa_status pfa_open_dir_subset(vek_file *directory, const char *subset) {
-    if (!is_directory_record(directory)) {
-        return PFA_E_NOT_VALID;
-    }
-    if (!pfa_is_local(directory) || pfa_file_is_open(directory)) {
-        return PFA_E_CANT_OPEN;
-    }
-    directory->flags &= ~(PFA_F_BORROWED | PFA_F_LENT); // a copied record may still carry them
-    if (!pfa_path_is_absolute(directory)) {
-        const pfa_status made = pfa_make_absolute_path(directory);
-        if (made != PFA_E_NO_ERROR) {
-            return made < 0 ? PFA_E_INVALID_NAME : made;
-        }
+    char key[PFA_PATH_SIZE];
+    const pfa_status ready = prepare_to_open(directory, key);
+    if (ready != PFA_E_NO_ERROR) {
+        return ready;
     }
     if (subset != nullptr && pfaloc_call_F(directory, PfaDirCanOpenSubset) != 0) {
         subset = nullptr;
-    }
-    char key[PFA_PATH_SIZE];
-    if (pfa_get_location(directory, key, nullptr) != PFA_E_NO_ERROR) {
-        return PFA_E_INVALID_NAME;
     }
     vek_file *donor = nullptr;
     const bool from_cache = pfa_dir_from_cache(key, &donor, nullptr, 0, directory, 0) != 0;
@@ -101,18 +106,18 @@ pfa_status pfa_open_dir_subset(vek_file *directory, const char *subset) {
     }
     trace_opening(key, subset, from_cache);
     const pfa_status status = pfa_status(pfaloc_call_FLPP(directory, PfaDirOpen, key, subset));
-    if ((status == PFA_E_NO_ERROR || status == PFA_E_NOT_CACHABLE) &&
-        directory->location_handle != nullptr) {
-        directory->flags |= PFA_F_OPEN;
-        if (!from_cache && subset == nullptr) {
-            pfa_add_dir_to_cache(key, directory, status);
+    const bool accepted = status == PFA_E_NO_ERROR || status == PFA_E_NOT_CACHABLE;
+    if (!accepted || directory->location_handle == nullptr) {
+        if (donor != nullptr) {
+            undo_loan(directory, donor);
         }
-        return PFA_E_NO_ERROR;
+        return accepted ? PFA_E_ERROR : status;
     }
-    if (donor != nullptr) {
-        undo_loan(directory, donor);
+    directory->flags |= PFA_F_OPEN;
+    if (!from_cache && subset == nullptr) {
+        pfa_add_dir_to_cache(key, directory, status);
     }
-    return status == PFA_E_NO_ERROR || status == PFA_E_NOT_CACHABLE ? PFA_E_ERROR : status;
+    return PFA_E_NO_ERROR;
 }
 
 pfa_status pfa_read_dir(vek_file *directory, vek_file *entry) {

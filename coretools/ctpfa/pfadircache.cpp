@@ -1,8 +1,7 @@
 // The directory cache: its table, its index by name, loans, eviction, settings, application data.
 //
 // Invariants between calls, and whenever code outside this file runs:
-//   - an entry is free (state PFA_E_INACTIVE: time 0, empty name, no record, no data) or in use;
-//     num_inactive counts the free ones
+//   - an entry is FREE (all zero) or in use; num_inactive counts the free ones
 //   - index_by_name holds the index of every entry in use and of no other, ordered by name
 //   - the record of an entry in use is lent while one open record elsewhere borrows its listing
 //
@@ -38,12 +37,17 @@ struct dir_cache_appdata {
     void *data;
 };
 
+enum class entry_state {
+    FREE,
+    USABLE,
+    STALE, // to be dropped at the next look-up
+};
+
 struct dir_cache_entry {
-    char name[PFA_PATH_SIZE];   // the key
-    std::time_t time;           // of the last use
-    vek_file *record;           // owns the listing
-    int state;                  // 0, PFA_E_NOT_CACHABLE (forced), PFA_E_NOT_VALID (stale),
-                                // PFA_E_INACTIVE (free)
+    char name[PFA_PATH_SIZE]; // the key
+    std::time_t time;         // of the last use
+    vek_file *record;         // owns the listing
+    entry_state state;
     dir_cache_appdata *appdata; // extensible array, or null
 };
 
@@ -133,7 +137,8 @@ bool is_lent(int index) {
 }
 
 bool is_entry_in_use(int index) {
-    return index >= 0 && index < xar_count(&dir_cache) && dir_cache[index].state != PFA_E_INACTIVE;
+    return index >= 0 && index < xar_count(&dir_cache) &&
+           dir_cache[index].state != entry_state::FREE;
 }
 
 void release_appdata(dir_cache_appdata pair) {
@@ -159,7 +164,6 @@ void pfadc_clean_cache_entry(int index) {
     vek_file *record = entry->record;
     dir_cache_appdata *appdata = entry->appdata;
     *entry = {};
-    entry->state = PFA_E_INACTIVE;
     ++num_inactive;
     (void)pfa_close(record); // fails only if something else has closed it
     (void)pfa_free_vek_file(&record);
@@ -169,7 +173,7 @@ void pfadc_clean_cache_entry(int index) {
 // Drops an entry, or marks it as stale while it is lent. Returns what the look-up returns.
 int discard(int index) {
     if (is_lent(index)) {
-        dir_cache[index].state = PFA_E_NOT_VALID;
+        dir_cache[index].state = entry_state::STALE;
         return 1;
     }
     if (!pfa_file_is_open(dir_cache[index].record)) {
@@ -180,19 +184,26 @@ int discard(int index) {
     return 0;
 }
 
-// Marks an entry's record as lent and returns it; null if it is lent already.
+// Notes the use of an entry and returns its record.
+vek_file *use(int index) {
+    dir_cache[index].time = std::time(nullptr);
+    return dir_cache[index].record;
+}
+
+// The same, and marks the record as lent; null if it is lent already.
 vek_file *lend(int index) {
+    vek_file *record = use(index);
     if (is_lent(index)) {
         dbg_err_crash("pfa_dir_from_cache", "two people reading the same dir simultaneously?");
         return nullptr;
     }
-    dir_cache[index].record->flags |= PFA_F_LENT;
-    return dir_cache[index].record;
+    record->flags |= PFA_F_LENT;
+    return record;
 }
 
 int first_free_entry() {
     int index = 0;
-    while (dir_cache[index].state != PFA_E_INACTIVE) {
+    while (dir_cache[index].state != entry_state::FREE) {
         ++index;
     }
     return index;
@@ -212,32 +223,40 @@ bool may_be_evicted(int index) {
     return is_entry_in_use(index) && !is_lent(index);
 }
 
+// Returns when the entry unused for longest of those that may go was used, `limit` if none was used
+// before that.
+std::time_t earliest_use(std::time_t limit) {
+    const int count = xar_count(&dir_cache);
+    for (int i = 0; i < count; ++i) {
+        if (dir_cache[i].time < limit && may_be_evicted(i)) {
+            limit = dir_cache[i].time;
+        }
+    }
+    return limit;
+}
+
 // Returns the entry unused for longest, of several that of the lowest index; -1 if all are lent or
 // were used in this second.
 //
 // The times of entries only grow, so entries go in the order of (time, index), and each search
 // starts where the last one ended: the whole table is searched once for each second in it.
 int least_recently_used() {
-    static std::time_t oldest = 0; // no entry that may go was used before this
-    static int next = 0;           // those used at `oldest` are at this index or above
+    static struct {
+        std::time_t time;
+        int index;
+    } next = {0, 0}; // no entry that may go comes before this
     const std::time_t now = std::time(nullptr);
     const int count = xar_count(&dir_cache);
-    while (oldest < now) {
-        for (; next < count; ++next) {
-            if (dir_cache[next].time == oldest && may_be_evicted(next)) {
-                return next;
+    while (next.time < now) {
+        for (; next.index < count; ++next.index) {
+            if (dir_cache[next.index].time == next.time && may_be_evicted(next.index)) {
+                return next.index;
             }
         }
-        oldest = now;
-        for (int i = 0; i < count; ++i) {
-            if (dir_cache[i].time < oldest && may_be_evicted(i)) {
-                oldest = dir_cache[i].time;
-            }
-        }
-        next = 0;
+        next = {earliest_use(now), 0};
     }
-    if (oldest > now) { // the clock was set back
-        oldest = 0;
+    if (next.time > now) { // the clock was set back
+        next = {0, 0};
     }
     return -1;
 }
@@ -257,11 +276,9 @@ int free_entry() {
     if (num_inactive > 0) {
         return first_free_entry();
     }
-    dir_cache_entry *entry = append(&dir_cache, TABLE_STEP);
-    if (entry == nullptr) {
+    if (append(&dir_cache, TABLE_STEP) == nullptr) {
         return -1;
     }
-    entry->state = PFA_E_INACTIVE;
     ++num_inactive;
     return xar_count(&dir_cache) - 1;
 }
@@ -289,10 +306,24 @@ bool may_be_cached(const char *key, vek_file *directory, int open_result) {
     return is_forced(key) && pfaloc_call_F(directory, PfaIsVirtualFolder) != 0;
 }
 
-// Asks the location at every use. A memory loop starts each of its rounds afresh.
+// Returns the index of the entry that `asked` may use, or -1. Asks its location, which may call
+// back, whether it wants cached listings.
+int find(const char *key, vek_file *asked) {
+    const bool eligible =
+        dir_cache != nullptr && (asked == nullptr || is_forced(key) ||
+                                 pfaloc_call_FP(asked, PfaDirCacheEligible, key) != 0);
+    return eligible ? find_for(key, asked) : -1;
+}
+
+// Asks the location at every use; it may call back. A memory loop starts each of its rounds afresh.
 bool is_out_of_date(const char *key, int index) {
     return get_in_debug_memory_loop() != 0 ||
            pfaloc_call_FLP(dir_cache[index].record, PfaDirCacheInvalid, key) != 0;
+}
+
+bool is_stale(const char *key, int index) {
+    return dir_cache[index].state == entry_state::STALE ||
+           (!is_forced(key) && is_out_of_date(key, index));
 }
 
 // A closed copy of an open record; null if memory runs out.
@@ -314,7 +345,6 @@ vek_file *new_cache_record(const vek_file *directory) {
 struct addition {
     const char *key;
     vek_file *directory;
-    int open_result;
     int index;
     vek_file *copy; // not null while no entry owns it
 };
@@ -343,20 +373,19 @@ void add_to_cache(void *argument) {
     entry->record->location_handle = adding->directory->location_handle;
     entry->record->flags |= PFA_F_OPEN | PFA_F_LENT;
     adding->directory->flags |= PFA_F_BORROWED;
-    entry->state = adding->open_result;
+    entry->state = entry_state::USABLE;
     entry->time = std::time(nullptr);
     --num_inactive;
 }
 
-// The record that owns this listing, or null.
-vek_file *owner_of(const void *listing) {
-    const int count = xar_count(&dir_cache);
-    for (int i = 0; i < count; ++i) {
-        if (is_entry_in_use(i) && dir_cache[i].record->location_handle == listing) {
-            return dir_cache[i].record;
-        }
+// Returns the index of the entry that owns this listing, or -1.
+int owner_of(const void *listing) {
+    int index = xar_count(&dir_cache) - 1;
+    while (index >= 0 &&
+           (!is_entry_in_use(index) || dir_cache[index].record->location_handle != listing)) {
+        --index;
     }
-    return nullptr;
+    return index;
 }
 
 dir_cache_appdata *find_appdata(int index, int type) {
@@ -392,31 +421,19 @@ int pfa_dir_from_cache(const char *key, vek_file **donor, int *index, int return
     if (index != nullptr) {
         *index = -1;
     }
-    if (dir_cache == nullptr) {
-        return 0;
-    }
-    const bool forced = is_forced(key);
-    if (!forced && asked != nullptr && pfaloc_call_FP(asked, PfaDirCacheEligible, key) == 0) {
-        return 0;
-    }
-    int found = find_for(key, asked);
-    if (found < 0) {
-        return 0;
-    }
-    if (returning == 0) {
-        const bool stale = discarding != 0 || dir_cache[found].state == PFA_E_NOT_VALID ||
-                           (!forced && is_out_of_date(key, found));
+    int found = find(key, asked);
+    if (found >= 0 && returning == 0) {
+        const bool stale = discarding != 0 || is_stale(key, found);
         found = find_for(key, asked);
-        if (found < 0) {
-            return 0;
-        }
-        if (stale || dir_cache[found].state == PFA_E_NOT_VALID) {
+        if (found >= 0 && (stale || dir_cache[found].state == entry_state::STALE)) {
             return discard(found);
         }
     }
+    if (found < 0) {
+        return 0;
+    }
     if (donor != nullptr) {
-        dir_cache[found].time = std::time(nullptr);
-        *donor = returning != 0 ? dir_cache[found].record : lend(found);
+        *donor = returning != 0 ? use(found) : lend(found);
     }
     if (index != nullptr) {
         *index = found;
@@ -429,7 +446,7 @@ void pfa_add_dir_to_cache(const char *key, vek_file *directory, int open_result)
         !may_be_cached(key, directory, open_result) || !pfa_file_is_open(directory)) {
         return;
     }
-    addition adding = {key, directory, open_result, -1, nullptr};
+    addition adding = {key, directory, -1, nullptr};
     (void)pfa_call_guarded(add_to_cache, &adding);
     if (adding.copy != nullptr) {
         dir_cache[adding.index].name[0] = '\0';
@@ -443,19 +460,21 @@ void pfa_return_dir_to_cache(const char *key, vek_file *directory) {
     const void *borrowed = directory->location_handle;
     directory->flags &= ~PFA_F_BORROWED;
     directory->location_handle = nullptr;
-    vek_file *donor = nullptr;
-    pfa_dir_from_cache(key, &donor, nullptr, 1, directory, 0);
-    if (donor == nullptr || donor->location_handle != borrowed) {
+    int owner = find(key, directory);
+    if (owner < 0 || dir_cache[owner].record->location_handle != borrowed) {
         dbg_err_crash("pfa_close", "can't find donor of borrowed stream for %s", key);
-        donor = owner_of(borrowed);
+        owner = owner_of(borrowed);
     }
-    if (donor != nullptr) {
-        donor->flags &= ~PFA_F_LENT;
+    if (owner >= 0) {
+        use(owner)->flags &= ~PFA_F_LENT;
     }
 }
 
 void pfa_full_dir_name_update_cache(const char *name) {
-    pfa_dir_from_cache(name, nullptr, nullptr, 0, nullptr, 1);
+    const int index = find(name, nullptr);
+    if (index >= 0) {
+        (void)discard(index);
+    }
     if (pfa_dir_cache_debug()) {
         std::printf("dir_cache> nuked %s\n", name);
     }
