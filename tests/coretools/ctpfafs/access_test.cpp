@@ -10,7 +10,7 @@
 
 namespace {
 
-bool may(vek_file *file, int mode, int lower = 1) {
+bool may(vek_file *file, int mode, int lower) {
     return pfaloc_call_FII(file, PfaAccess, mode, lower) == 1;
 }
 
@@ -22,8 +22,8 @@ TEST(Access, IsThatOfTheUser) {
     if (getuid() == 0) {
         EXPECT_EQ(in_child(drop_rights, [&] { return may(own, F_OK, 0); }), 1);
         EXPECT_EQ(in_child(drop_rights, [&] { return may(own, R_OK, 0); }), 0);
-        EXPECT_EQ(in_child(drop_rights, [&] { return may(all, R_OK); }), 1);
-        EXPECT_EQ(in_child(drop_rights, [&] { return may(all, W_OK); }), 0);
+        EXPECT_EQ(in_child(drop_rights, [&] { return may(all, R_OK, 1); }), 1);
+        EXPECT_EQ(in_child(drop_rights, [&] { return may(all, W_OK, 1); }), 0);
     }
 }
 
@@ -97,8 +97,9 @@ TEST(Kinds, OfAPathSayWhyThereIsNone) {
     };
     for (const auto &[last, kind] : rows) {
         SCOPED_TRACE(last);
-        const std::string name = tree(last);
-        const auto kind_is = [&, kind = kind] { return vek_kind_of(name.c_str()) == kind; };
+        const auto kind_is = [&, name = tree(last), kind = kind] {
+            return vek_kind_of(name.c_str()) == kind;
+        };
         EXPECT_EQ(in_child(drop_rights, kind_is), 1);
     }
 }

@@ -119,13 +119,11 @@ TEST(LocationText, IsWrittenInBothFormsAndReadBack) {
 
 TEST(LocationText, IsNotCut) {
     record file("hostx:/usr/lib/");
-    for (const int capacity : {4, 8}) {
-        char text[32] = "";
-        std::int16_t length = 0;
-        EXPECT_EQ(pfaloc_call_FPPS(file, PfaGetLocationString, text, &length, capacity),
-                  PFA_E_ERROR)
-            << capacity;
-    }
+    char text[32] = "";
+    std::int16_t length = 0;
+    EXPECT_EQ(pfaloc_call_FPPS(file, PfaGetLocationString, text, &length, 15), PFA_E_ERROR);
+    EXPECT_STREQ(text, "");
+    EXPECT_EQ(pfaloc_call_FPPS(file, PfaGetLocationString, text, &length, 16), PFA_E_NO_ERROR);
 }
 
 } // namespace

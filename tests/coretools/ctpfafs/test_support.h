@@ -16,7 +16,6 @@
 
 using texts = std::vector<std::string>;
 
-using scratch_dir = scratch_tree;
 using record = scoped_record;
 
 inline std::string component(const record &file, int index) {
