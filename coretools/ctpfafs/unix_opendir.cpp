@@ -179,11 +179,6 @@ const char *unix_readdir(unix_dir *snapshot, int *index) {
     return name;
 }
 
-int unix_entry_kind(const char *name) {
-    const int kind = static_cast<unsigned char>(name[-1]);
-    return kind > FAILED_LOOK ? FAILED_LOOK - kind : kind;
-}
-
 int unix_closedir(unix_dir *snapshot) {
     if (snapshot != nullptr) {
         xar_free(&snapshot->names);
@@ -202,7 +197,8 @@ const char *os_readdir(unix_dir *snapshot, int *index) {
 }
 
 int os_entry_kind(const char *name) {
-    return unix_entry_kind(name);
+    const int kind = static_cast<unsigned char>(name[-1]);
+    return kind > FAILED_LOOK ? FAILED_LOOK - kind : kind;
 }
 
 int os_closedir(unix_dir *snapshot) {

@@ -32,13 +32,13 @@ struct unix_dir {
 // Returns the next name, which the snapshot owns; null at the end and in every further call.
 // *index becomes -1, as this host numbers no entries; `index` may be null.
 const char *unix_readdir(unix_dir *snapshot, int *index);
-// Returns the kind of an entry (see pfa_entry_kind). `name` is one that unix_readdir returned.
-int unix_entry_kind(const char *name);
 // Releases the snapshot and its names. `snapshot` may be null. Returns 0.
 int unix_closedir(unix_dir *snapshot);
 
 // The same, under names that do not tell which host system is behind them.
 [[nodiscard]] unix_dir *os_opendir(const char *name, const char *pattern);
 const char *os_readdir(unix_dir *snapshot, int *index);
-int os_entry_kind(const char *name);
 int os_closedir(unix_dir *snapshot);
+
+// Returns the kind of an entry (see pfa_entry_kind). `name` is one that os_readdir returned.
+int os_entry_kind(const char *name);
