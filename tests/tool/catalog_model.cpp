@@ -5,8 +5,6 @@
 #include <cctype>
 #include <filesystem>
 #include <fstream>
-#include <iomanip>
-#include <sstream>
 
 #include <gtest/gtest.h>
 #include <strings.h>
@@ -77,25 +75,25 @@ const std::vector<type_row> &type_table() {
 }
 
 model_member model_of_name(const std::string &file_name) {
-    const model_member none{0, "", "", ""};
     const std::string rest = without_version(file_name);
     const std::size_t dot = rest.rfind('.');
     if (dot == rest.npos || rest[0] == '.') {
-        return none;
+        return {};
     }
     const std::string name = rest.substr(0, dot);
     std::string extension = rest.substr(dot + 1);
-    for (const type_row &row : type_table()) {
-        if (strcasecmp(row.extension.c_str(), extension.c_str()) == 0 && extension != "-") {
-            const bool fits = name.size() < std::max<std::size_t>(32, row.name_length);
-            const bool valid = TAKES_ANY_NAME.contains(row.code) ||
-                               (name[0] != '-' && name.find_first_not_of(ALPHABET) == name.npos);
-            std::transform(extension.begin(), extension.end(), extension.begin(), ::tolower);
-            return row.code > 0 && fits && valid ? model_member{row.code, name, "", extension}
-                                                 : none;
-        }
+    std::transform(extension.begin(), extension.end(), extension.begin(), ::tolower);
+    const auto row =
+        std::find_if(type_table().begin(), type_table().end(), [&](const type_row &at) {
+            return strcasecmp(at.extension.c_str(), extension.c_str()) == 0;
+        });
+    if (row == type_table().end() || row->code <= 0 || extension == "-" ||
+        name.size() >= std::max<std::size_t>(32, row->name_length)) {
+        return {};
     }
-    return none;
+    const bool valid = TAKES_ANY_NAME.contains(row->code) ||
+                       (name[0] != '-' && name.find_first_not_of(ALPHABET) == name.npos);
+    return valid ? model_member{row->code, name, "", extension} : model_member();
 }
 
 model_library read_library(const std::string &root, const std::set<std::string> &refused) {
@@ -110,19 +108,18 @@ model_library read_library(const std::string &root, const std::set<std::string> 
 }
 
 std::string model_library::catalog() const {
-    using std::setw;
-    std::ostringstream text;
-    text << std::left;
-    const auto header = [&] {
-        text << setw(32) << catalog_name(root) << setw(28) << members.size() << "260 \n";
+    const auto field = [](std::string text, std::size_t width) {
+        text.resize(std::max(text.size(), width), ' ');
+        return text;
     };
-    header();
+    const std::string header =
+        field(catalog_name(root), 32) + field(std::to_string(members.size()), 28) + "260 \n";
+    std::string text = header;
     for (const model_member &member : members) {
-        text << setw(4) << member.type << setw(32) << member.name << setw(224) << member.path
-             << '\n';
+        text += field(std::to_string(member.type), 4) + field(member.name, 32) +
+                field(member.path, 224) + "\n";
     }
-    header();
-    return text.str();
+    return text + header;
 }
 
 std::string model_library::duplicate_report() const {

@@ -12,7 +12,7 @@ struct type_row {
 const std::vector<type_row> &type_table();
 
 struct model_member {
-    int type;
+    int type = 0;
     std::string name;
     std::string path;
     std::string extension; // lower case

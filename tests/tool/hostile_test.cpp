@@ -109,16 +109,16 @@ TEST(Output, FailuresDoNotChangeTheCatalog) {
         library.file("sub" + std::to_string(k) + "/bolt.prt");
     }
     const model_library model = read_library(library.root);
+    const auto leave_unread = [] {
+        int ends[2];
+        EXPECT_EQ(pipe(ends), 0);
+        close(ends[0]);
+        dup2(ends[1], 1);
+    };
     const std::pair<const char *, void (*)()> rows[] = {
         {"closed", [] { close(1); }},
         {"full", [] { dup2(open("/dev/full", O_WRONLY), 1); }},
-        {"unread",
-         [] {
-             int ends[2];
-             EXPECT_EQ(pipe(ends), 0);
-             close(ends[0]);
-             dup2(ends[1], 1);
-         }},
+        {"unread", leave_unread},
     };
     for (const auto &[name, prepare] : rows) {
         SCOPED_TRACE(name);
