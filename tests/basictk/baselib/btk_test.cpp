@@ -73,8 +73,8 @@ struct object : btkAllocated {
 };
 
 TEST(MemoryManagers, HeaderNamesManagerAndSize) {
-    for (btkMemMgr *manager :
-         {pBlkObjMemMgr, pArrayMemMgr, pDefMemMgr, static_cast<btkMemMgr *>(nullptr)}) {
+    btkMemMgr *const no_manager = nullptr;
+    for (btkMemMgr *manager : {pBlkObjMemMgr, pArrayMemMgr, pDefMemMgr, no_manager}) {
         object *made = new (manager) object;
         EXPECT_EQ(reinterpret_cast<void **>(made)[-2], manager);
         EXPECT_EQ(reinterpret_cast<std::size_t *>(made)[-1], sizeof(object));

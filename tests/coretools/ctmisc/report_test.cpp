@@ -80,6 +80,7 @@ TEST(Report, FollowsItsSwitches) {
     const std::string trail = "trail[place  :bad |69]\n" + ENDS;
     const std::string no_message = "place:  \nasked[place|null]\ntrail[place  |69]\n" + ENDS;
     const std::string info = "place:  bad 7 (INFO MESSAGE)\n=1";
+    const std::string longest(254, 'n');
     const report_row rows[] = {
         {.what = "not verbose", .out = "=0", .verbose = 0},
         {.what = "user", .out = CONTINUES + "=1", .mode = RUN_MODE_USER},
@@ -93,6 +94,10 @@ TEST(Report, FollowsItsSwitches) {
         {.what = "no callback", .out = line + trail, .mode = RUN_MODE_NO_CALLBACK, .input = 1},
         {.what = "no name", .out = "asked[null|null]\n" + ENDS, .name = nullptr},
         {.what = "no format", .out = no_message, .format = nullptr},
+        {.what = "trail is cut",
+         .out = longest + ":  bad 7\n" + "trail[" + longest + "  :b|69]\n" + ENDS,
+         .ask = nullptr,
+         .name = longest.c_str()},
         {.what = "call, not verbose", .out = "=0", .report = dbg_err_syserr, .verbose = 0},
         {.what = "call, user", .out = "=1", .report = dbg_err_syserr, .mode = RUN_MODE_USER},
         {.what = "call", .out = "place:  bad 7 (ORDER_DEBUG)\n=1", .report = dbg_err_syserr},
@@ -111,21 +116,6 @@ TEST(Report, FollowsItsSwitches) {
         });
         EXPECT_EQ(child.out, row.out) << row.what;
         EXPECT_EQ(child.status, row.out.find('=') != std::string::npos ? 0 : 2) << row.what;
-    }
-}
-
-TEST(Report, TrailLineIsCut) {
-    for (const std::size_t name_length : {1, 3, 4, 5, 255, 400}) {
-        const std::string name(name_length, 'n');
-        const std::string message(252, 'm');
-        const child_result child = run_in_child([&] {
-            switch_on(RUN_MODE_PFA_TRACE);
-            dbg_err_crash(name.c_str(), "%s", message.c_str());
-        });
-        const std::string line = ((name + "  :").substr(0, 259) + message).substr(0, 259);
-        EXPECT_NE(child.out.find("trail[" + line.substr(0, line.size() - 1) + "|69]\n"),
-                  std::string::npos)
-            << child.out;
     }
 }
 
@@ -294,19 +284,18 @@ int crash_func(const char *name) {
 TEST(BoxedMessage, SignalsWhenAllowedAndNotRefused) {
     const struct {
         const char *what;
-        int allowed;
         dbg_crash_func function;
         int signal;
     } rows[] = {
-        {"not allowed", 0, crash_func<1>, 0},
-        {"not asked", 1, nullptr, SIGUSR1},
-        {"refused", 1, crash_func<0>, 0},
-        {"agreed", 1, crash_func<1>, SIGUSR1},
+        {"not asked", nullptr, SIGUSR1},
+        {"refused", crash_func<0>, 0},
+        {"agreed", crash_func<1>, SIGUSR1},
     };
     for (const auto &row : rows) {
         const child_result child = run_in_child([&row] {
-            dbg_set_allow_crash(row.allowed);
             dbg_set_crash_func(row.function);
+            dbg_crash_msg("place", "not allowed");
+            dbg_set_allow_crash(1);
             dbg_error_msg("place", 'A', "no signal");
             std::fputs("alive", stderr);
             dbg_crash_msg("place", "text");

@@ -89,7 +89,6 @@ TEST(Format, RefusedDirectives) {
 
 TEST(Format, LimitsOfFormatAndDirective) {
     EXPECT_EQ(formatted(std::string(500, 'x').c_str()), std::string(500, 'x'));
-    EXPECT_EQ(formatted(std::string(501, 'x').c_str()), REFUSED);
     const std::string longest = "%" + std::string(21, '-');
     EXPECT_EQ(formatted((longest + "d").c_str(), 5), "5");
     EXPECT_EQ(formatted((longest + "-d").c_str(), 5), REFUSED);
@@ -118,21 +117,16 @@ TEST(Format, DestinationMayBeAnArgument) {
     EXPECT_STREQ(text, "head-tail");
 }
 
-template <class Value>
-void compare(const std::string &format, int width, int precision, Value value) {
-    const char *text = format.c_str();
-    if (format.find('*') == std::string::npos) {
-        ASSERT_EQ(formatted(text, value), judged(text, value)) << format;
-    } else {
-        const std::string right = judged(text, width, precision, value);
-        ASSERT_EQ(formatted(text, width, precision, value), right) << format;
-    }
+template <class... Arguments>
+void compare(const std::string &format, Arguments... arguments) {
+    const std::string right = judged(format.c_str(), arguments...);
+    ASSERT_EQ(formatted(format.c_str(), arguments...), right) << format;
 }
 
 void compare_random_directives(int seed) {
     std::mt19937_64 random(static_cast<unsigned>(seed));
-    const std::vector<std::string> sizes = {"",   "1",   "17",   "640",  ".",      ".0",
-                                            ".3", "*.*", ".510", "17.3", "640.510"};
+    const std::vector<std::string> sizes = {"",   "1",  "17",   "640",  ".",
+                                            ".0", ".3", ".510", "17.3", "640.510"};
     const auto directive = [&](const char *modifier, const std::string &letters) {
         std::string text = "before %";
         while (random() % 3 == 0) {
@@ -147,12 +141,14 @@ void compare_random_directives(int seed) {
         const auto number = static_cast<std::int64_t>(random()) >> random() % 64;
         const double real = std::ldexp(double(number), 3 * precision);
         const std::string text(random() % 700, 'y');
-        compare(directive("", "diouxX"), width, precision, static_cast<int>(number));
-        compare(directive("l", "diouxX"), width, precision, static_cast<long>(number));
-        compare(directive("", "fFeEgG"), width, precision, real);
-        compare(directive("l", "f"), width, precision, real);
-        compare(directive("", "c"), width, precision, 'A' + width);
-        compare(directive("", "s"), width, precision, text.c_str());
+        compare(directive("", "diouxX"), static_cast<int>(number));
+        compare(directive("l", "diouxX"), static_cast<long>(number));
+        compare(directive("", "fFeEgG"), real);
+        compare(directive("l", "f"), real);
+        compare(directive("", "c"), 'A' + width);
+        compare(directive("", "s"), text.c_str());
+        compare("%*.*d|%+*.*f|%*.*s", width, precision, static_cast<int>(number), precision, width,
+                real, precision, width, text.c_str());
     }
 }
 
