@@ -204,7 +204,7 @@ pfa_status pfa_parse_location(vek_file *record, const char *name, std::int16_t *
     if (record == nullptr || record->magic != PFA_MAGIC) {
         return PFA_E_NOT_VALID;
     }
-    const bool all = only_type == -1;
+    const bool all = only_type == PFA_ALL_LOCATIONS;
     if (!all && (only_type == NoLocation || !is_type(only_type))) {
         return PFA_E_NOT_FOUND;
     }

@@ -55,12 +55,14 @@ void pfa_loc_method_register(int type, int method, int sequence, const pfaloc_im
 // refused.
 int pfa_loc_type_inherit_method(int heir, int donor, int method);
 
+constexpr int PFA_ALL_LOCATIONS = -1;
+
 // Asks the registered location types, the highest number first, or `only_type` alone unless it is
-// -1, whether they claim `name` (may be null). The first that does becomes the record's type; its
-// location components are filled, and *rest (may be null; set it to 0 before) is the index of the
-// first character after the location. Returns PFA_E_NO_ERROR when claimed; PFA_E_NOT_FOUND if no
-// type was asked; else the result of the last type asked. Unless claimed, the record's type is
-// unchanged.
+// PFA_ALL_LOCATIONS, whether they claim `name` (may be null). The first that does becomes the
+// record's type; its location components are filled, and *rest (may be null; set it to 0 before) is
+// the index of the first character after the location. Returns PFA_E_NO_ERROR when claimed;
+// PFA_E_NOT_FOUND if no type was asked; else the result of the last type asked. Unless claimed, the
+// record's type is unchanged.
 pfa_status pfa_parse_location(vek_file *record, const char *name, std::int16_t *rest,
                               int only_type);
 

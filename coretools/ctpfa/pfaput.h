@@ -24,7 +24,8 @@ pfa_status pfa_put_location_datum(vek_file *record, int datum);
 pfa_status pfa_put_encode(vek_file *record, int encode);
 
 // Replaces host, device and path by what the location type that claims the whole text makes of it;
-// `only_type` -1 asks all types. Returns the result of pfa_parse_location.
+// `only_type` PFA_ALL_LOCATIONS (pfaloc.h) asks all types. Returns the result of
+// pfa_parse_location.
 pfa_status pfa_put_location(vek_file *record, const char *text, int only_type);
 
 // Sets the object type, and with it the form of the record:

@@ -85,7 +85,7 @@ int guess_type(const name_parts &parts) {
 pfa_status split(vek_file *record, int parse_location, const char *text, std::size_t length) {
     std::int16_t rest = 0;
     if (parse_location != 0) {
-        const pfa_status result = pfa_parse_location(record, text, &rest, -1);
+        const pfa_status result = pfa_parse_location(record, text, &rest, PFA_ALL_LOCATIONS);
         if (result != PFA_E_NO_ERROR) {
             return result;
         }

@@ -22,37 +22,38 @@ std::string full_name(const vek_file *record) {
 
 TEST(Split, NameExtensionVersionAndTypeGuess) {
     const std::string n31(31, 'n');
-    const std::string n33(33, 'n');
     const struct {
         std::string name;
         std::string state; // path|name|extension|version|type
     } rows[] = {
-        {"part.prt.3", "|part|prt|3|2"},
         {"part.prt.03", "|part.prt|03|0|-6"},
         {"part.prt.-7", "|part|prt|-7|2"},
         {"part.prt.-07", "|part.prt|-07|0|-6"},
         {"part.prt.32767", "|part|prt|32767|2"},
         {"part.prt.32768", "|part.prt|32768|0|-6"},
-        {"part.prt.18446744073709551617", "|part.prt|18446744073709551617|0|-6"},
         {"part.3", "|part||3|-6"},
         {".x.prt.3", "|.x.prt.3||0|-6"},
         {"part..3", "|part.||3|-6"},
         {"x.dir", "|x|dir|0|-6"},
         {"we ird.prt", "|we ird|prt|0|-6"},
         {"we ird.igs", "|we ird|igs|0|134"},
-        {"p\xe9.prt", "|p\xe9|prt|0|-6"},
         {n31 + ".prt", "|" + n31 + "|prt|0|2"},
-        {n33 + ".prt", "|" + n33 + "|prt|0|-6"},
-        {n33 + ".emn", "|" + n33 + "|emn|0|569"},
-        {"/a/.", "/a/||DIR|0|-5"},
+        {n31 + "nn.prt", "|" + n31 + "nn|prt|0|-6"},
+        {n31 + n31 + "nnn.emn", "|" + n31 + n31 + "nnn|emn|0|569"},
         {"/a/..", "/a/^/||DIR|0|-5"},
-        {"", "||DIR|0|-5"},
     };
     scoped_record record;
     for (const auto &row : rows) {
         EXPECT_EQ(parse_to_pfa(record, 1, row.name.c_str()), PFA_E_NO_ERROR) << row.name;
         EXPECT_EQ(state_of(record), row.state);
+        EXPECT_EQ(
+            pfa_parse_to_vek_file_private(record, nullptr, row.name.c_str(), PFA_NO_DIRECTORY),
+            PFA_E_NO_ERROR);
+        EXPECT_EQ(state_of(record), row.state) << "the standard form";
     }
+    // At the limit itself the guess passes; the standard form decides.
+    EXPECT_EQ(pfa_parse_to_vek_file(record, (n31 + "n.prt").c_str()), PFA_E_NO_ERROR);
+    EXPECT_EQ(record->type, OBJ_TYPE_NO_MEMBER);
 }
 
 TEST(Split, WithoutLocationTypesTheWholeTextIsTheName) {
@@ -75,17 +76,15 @@ TEST(Split, NamesUpToTheSizeOfARecord) {
 TEST(Split, RandomNamesReadTheSameAgain) {
     std::mt19937 random(4711);
     const char alphabet[] = "ab.-013^~:|////...pPrRtT \xe9";
-    int parsed = 0;
-    int moved = 0;
+    int same = 0;
     for (int round = 0; round < 20000; ++round) {
         std::string text(random() % (round % 50 == 0 ? 275 : 24), '?');
         for (char &character : text) {
             character = alphabet[random() % (sizeof alphabet - 1)];
         }
-        scoped_record first;
-        const vek_file before = *first.file;
+        scoped_record first, second;
         if (parse_to_pfa(first, 1, text.c_str()) != PFA_E_NO_ERROR) {
-            ASSERT_TRUE(same_bytes(before, first)) << text;
+            ASSERT_TRUE(same_bytes(*second.file, first)) << text;
             continue;
         }
         char name[PFA_PATH_SIZE];
@@ -93,20 +92,17 @@ TEST(Split, RandomNamesReadTheSameAgain) {
             ASSERT_STREQ(name, "");
             continue;
         }
-        if (part(first, PFA_HOST) != "" && part(first, PFA_PATH)[0] != '/') {
-            continue; // "host::name" is written as "host:name", which is a plain name
-        }
-        ++parsed;
-        scoped_record second;
         ASSERT_EQ(parse_to_pfa(second, 1, name), PFA_E_NO_ERROR) << text << " -> " << name;
-        if (part(first, PFA_HOST) != part(second, PFA_HOST)) {
-            ++moved; // steps that were taken back brought a colon to where a host may stand
-            continue;
+        // A "host::name" is written as "host:name", which is a plain name, and steps that were
+        // taken back can bring a colon to where a host may stand.
+        const bool host_moves =
+            !part(first, PFA_HOST).empty() && !part(first, PFA_PATH).starts_with('/');
+        if (!host_moves && part(first, PFA_HOST) == part(second, PFA_HOST)) {
+            ASSERT_EQ(full_name(second), name) << text;
+            ++same;
         }
-        ASSERT_EQ(full_name(second), name) << text;
     }
-    EXPECT_GT(parsed, 15000);
-    EXPECT_LT(moved, 20);
+    EXPECT_GT(same, 15000);
 }
 
 TEST(Expansion, VariablesAreExpandedOnce) {
@@ -119,7 +115,6 @@ TEST(Expansion, VariablesAreExpandedOnce) {
     } rows[] = {
         {"q\\$PFA_A\\z\\w", "q//x/$PFA_B\\y/z/w"}, // the value keeps its own separator
         {"a\\$PFA_UNSET\\$", "a\\$PFA_UNSET\\$"},
-        {"$PFA_UNSET$PFA_B/$/c", "$PFA_UNSET$PFA_B/$/c"},
         {"[$PFA_NONE]", "[]"},
     };
     char out[PFA_PATH_SIZE];
@@ -133,7 +128,6 @@ TEST(Expansion, VariablesAreExpandedOnce) {
 }
 
 TEST(StandardForm, TypesFilesAndKnowsDirectories) {
-    constexpr int ASK = -1;
     const scratch_tree tree;
     for (const char *name : {"lib", "Foo.PRT", "bar.prt", "x.dir"}) {
         tree.dir(name);
@@ -146,14 +140,14 @@ TEST(StandardForm, TypesFilesAndKnowsDirectories) {
         const char *full_name;
         int type;
     } rows[] = {
-        {"lib", ASK, "lib/", OBJ_TYPE_DIRECTORY},
+        {"lib", PFA_ASK_LOCATION, "lib/", OBJ_TYPE_DIRECTORY},
         {"lib/", PFA_NO_DIRECTORY, "lib/", OBJ_TYPE_DIRECTORY},
         {"new.prt.2", PFA_DIRECTORY, "new.prt.2/", OBJ_TYPE_DIRECTORY},
-        {"Foo.PRT", ASK, "foo.prt/", OBJ_TYPE_DIRECTORY}, // this type is written in lower case
-        {"BAR.PRT", ASK, "bar.prt/", OBJ_TYPE_DIRECTORY}, // and asked for in it too
-        {"x.dir", ASK, "x.dir/", OBJ_TYPE_DIRECTORY},
-        {"file.dir", ASK, "file.dir", OBJ_TYPE_NO_MEMBER},
-        {"Bolt.PRT.3", ASK, "bolt.prt.3", 2},
+        {"Foo.PRT", PFA_ASK_LOCATION, "foo.prt/", OBJ_TYPE_DIRECTORY}, // written in lower case
+        {"BAR.PRT", PFA_ASK_LOCATION, "bar.prt/", OBJ_TYPE_DIRECTORY}, // and asked for in it too
+        {"x.dir", PFA_ASK_LOCATION, "x.dir/", OBJ_TYPE_DIRECTORY},
+        {"file.dir", PFA_ASK_LOCATION, "file.dir", OBJ_TYPE_NO_MEMBER},
+        {"Bolt.PRT.3", PFA_ASK_LOCATION, "bolt.prt.3", 2},
     };
     scoped_record record;
     for (const auto &row : rows) {
@@ -170,10 +164,10 @@ TEST(StandardForm, TypesFilesAndKnowsDirectories) {
 
 TEST(StandardForm, ADirectoryThatDoesNotFitCanBeTypedAgain) {
     scoped_record longest;
-    put_state(longest, "/|" + std::string(256, 'n') + "||0|-4");
-    const vek_file before = *longest.file;
-    EXPECT_NE(pfa_to_standard_form_private(longest, PFA_DIRECTORY), PFA_E_NO_ERROR);
-    EXPECT_TRUE(same_bytes(before, longest));
+    const std::string before = "/|" + std::string(256, 'n') + "||0|-4";
+    put_state(longest, before);
+    EXPECT_EQ(pfa_to_standard_form_private(longest, PFA_DIRECTORY), PFA_E_INVALID_INPUT);
+    EXPECT_EQ(state_of(longest), before);
 }
 
 TEST(FullName, SelectedParts) {
@@ -188,10 +182,7 @@ TEST(FullName, SelectedParts) {
         {"h:/d/N.PRT.3", 2, PFA_OS_NAME, "/d/n.prt.3"},
         {"h:/d/N.PRT.3", 2, PFA_DIRECTORY_NAME, "/d/"},
         {"h:/d/N.PRT.3", 134, PFA_NAME_AND_VERSION, "N.PRT.3"},
-        {"h:/d/N.PRT.3", OBJ_TYPE_NO_MEMBER, PFA_INCLUDE_EXTENSION, "./"},
         {"/////h///dev/d/n.prt", 2, PFA_OS_NAME, "$dev/d/n.prt"},
-        {"/////h///dev/d/n.prt", 2, PFA_INCLUDE_PATH, "/d/"},
-        {"n.", OBJ_TYPE_NO_MEMBER, ALL, "n."},
         {"/data/lib/", OBJ_TYPE_DIRECTORY, PFA_NAME_AND_EXTENSION, "lib"},
     };
     scoped_record record;
@@ -217,14 +208,11 @@ TEST(FullName, ANameThatDoesNotFitIsNotCut) {
 // The names of real directories that read as others.
 TEST(FullName, TellsWhetherADirectoryReadsBackAsItself) {
     scoped_record record;
-    const auto reads_back = [&](const char *name) {
+    for (const char *name : {"/data/part.prt/", "/data/part.prt", "/data/a\\b/", "/data/^/",
+                             "/data/../", "/data//lib/", "x:/lib/"}) {
         EXPECT_EQ(parse_to_pfa(record, 1, name), PFA_E_NO_ERROR);
-        return pfa_is_directory_named(record, name);
-    };
-    EXPECT_TRUE(reads_back("/data/part.prt/"));
-    EXPECT_FALSE(reads_back("/data/part.prt"));
-    for (const char *name : {"/data/a\\b/", "/data/^/", "/data/../", "/data//lib/", "x:/lib/"}) {
-        EXPECT_FALSE(reads_back(name)) << name;
+        EXPECT_EQ(pfa_is_directory_named(record, name), name == std::string("/data/part.prt/"))
+            << name;
     }
 }
 
@@ -237,14 +225,10 @@ TEST(Join, RelativeNamesAreReadBelowTheirBase) {
                 {"/a/b/", "/n.prt", "/n.prt"},
                 {"/a/b/", "../c/../../n.prt", "/n.prt"},
                 {"/a/b/", "../../../n.prt", nullptr},
-                {"/", "../n.prt", nullptr},
                 {"a/b/", "../../../n.prt", "../n.prt"},
-                {"h:/a/", "../../n.prt", nullptr},
                 {"h::a/", "../../n.prt", "h:../n.prt"},
                 {"$dev/a/", "../../n.prt", nullptr},
-                {"", "c/n.prt", "c/n.prt"},
                 {"|x/", "../n.prt", "n.prt"},
-                {"h::|x/", "../n.prt", "h:n.prt"},
                 {"/a/b/", ".//c", "/a/b/c"}, // read as "/c" once
                 {"/a/b/", ".\\/c", "/a/b/c"}};
     for (const auto &row : rows) {
@@ -259,7 +243,7 @@ TEST(Join, RelativeNamesAreReadBelowTheirBase) {
 
 TEST(Join, TheOutputMayBeAnInput) {
     scoped_record self("/a/b/"), base("/a/b/"), relative("c/n.prt");
-    EXPECT_EQ(pfa_parse_to_vek_file_private(self, self, "c/", -1), PFA_E_NO_ERROR);
+    EXPECT_EQ(pfa_parse_to_vek_file_private(self, self, "c/", PFA_ASK_LOCATION), PFA_E_NO_ERROR);
     EXPECT_EQ(full_name(self), "/a/b/c/");
     EXPECT_EQ(pfa_concat_locations(base, relative, base), PFA_E_NO_ERROR);
     EXPECT_EQ(full_name(base), "/a/b/c/n.prt");
