@@ -105,6 +105,22 @@ const char *hold_message(vek_held_text *held, const char *format, std::va_list a
     return format != nullptr ? text_or_empty(vek_hold_text(held, format, arguments)) : "";
 }
 
+// Prints one line; `kind` goes with a name.
+void print_report(lazy_mutex &lock, const char *name, const char *kind, const char *format,
+                  std::va_list arguments) {
+    vek_held_text held;
+    const char *message = hold_message(&held, format, arguments);
+    {
+        const lazy_mutex_guard guard(lock);
+        if (name != nullptr) {
+            std::printf("%s:  %s (%s)\n", name, message, kind);
+        } else {
+            std::printf("%s\n", message);
+        }
+    }
+    vek_release_text(&held);
+}
+
 // The hook may itself run out of memory, which then is not passed to it again.
 void put_in_hook(const char *text) {
     static thread_local trp_mark in_hook;
@@ -189,16 +205,10 @@ int dbg_err_syserr(const char *name, const char *format, ...) {
     if (user_run_mode() != 0 || name == nullptr) {
         return 1;
     }
-    vek_held_text held;
     std::va_list arguments;
     va_start(arguments, format);
-    const char *message = hold_message(&held, format, arguments);
+    print_report(dbg_err_syserr_lock, name, "ORDER_DEBUG", format, arguments);
     va_end(arguments);
-    {
-        const lazy_mutex_guard guard(dbg_err_syserr_lock);
-        std::printf("%s:  %s (ORDER_DEBUG)\n", name, message);
-    }
-    vek_release_text(&held);
     return 1;
 }
 
@@ -206,20 +216,10 @@ int dbg_print_info(const char *name, const char *format, ...) {
     if (user_run_mode() != 0) {
         return 0;
     }
-    vek_held_text held;
     std::va_list arguments;
     va_start(arguments, format);
-    const char *message = hold_message(&held, format, arguments);
+    print_report(dbg_print_info_lock, name, "INFO MESSAGE", format, arguments);
     va_end(arguments);
-    {
-        const lazy_mutex_guard guard(dbg_print_info_lock);
-        if (name != nullptr) {
-            std::printf("%s:  %s (INFO MESSAGE)\n", name, message);
-        } else {
-            std::printf("%s\n", message);
-        }
-    }
-    vek_release_text(&held);
     return 1;
 }
 
