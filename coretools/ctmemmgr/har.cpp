@@ -19,10 +19,12 @@ struct chunk_shape {
     int limit; // of every chunk
 };
 
-// All 0 if the chunk is damaged and the fatal report returns.
+// All 0 without a chunk, and for a damaged one if the fatal report returns.
 chunk_shape shape_of(void *const *chunk) {
     chunk_shape shape{};
-    xar_params(chunk, &shape.element_size, &shape.step, &shape.count, &shape.limit);
+    if (chunk != nullptr) {
+        xar_params(chunk, &shape.element_size, &shape.step, &shape.count, &shape.limit);
+    }
     return shape;
 }
 
@@ -31,15 +33,10 @@ void **last_chunk(void ***top) {
     return top == nullptr || *top == nullptr ? nullptr : xar_last(top);
 }
 
-// Returns the source of the element that is `elements` further on; null stays null.
-const void *advanced(const void *source, std::int64_t elements, int element_size) {
-    return source == nullptr ? nullptr
-                             : static_cast<const char *>(source) + elements * element_size;
-}
-
-// Appends chunks with `count` zero elements in all, all but the last full. The top level must have
-// room for them. False, and the array is as it was, without memory.
-bool append_chunks(void ***top, const chunk_shape &shape, int count) {
+// Appends chunks with `count` elements in all, all but the last full: copied from the source, or
+// zero ones if that is null. The top level must have room for them. False, and the array is as it
+// was, without memory.
+bool append_chunks(void ***top, const chunk_shape &shape, int count, const char *source) {
     const int old_chunks = xar_count(top);
     while (count > 0) {
         const int part = std::min(count, shape.limit);
@@ -50,6 +47,11 @@ bool append_chunks(void ***top, const chunk_shape &shape, int count) {
                 xar_shrink(top, 1);
             }
             return false;
+        }
+        if (source != nullptr) {
+            const auto bytes = static_cast<std::size_t>(part * shape.element_size);
+            std::memcpy(chunk, source, bytes);
+            source += bytes;
         }
         xar_append(top, 1, &chunk);
         count -= part;
@@ -79,83 +81,49 @@ void **har_alloc(int element_size, int step) {
 
 int har_append(void ***top, int count, const void *source) {
     void **last = last_chunk(top);
-    if (last == nullptr) {
-        return 0;
-    }
     const chunk_shape shape = shape_of(last);
     if (shape.limit == 0) {
         return 0;
     }
-    if (count == 0) {
-        return 1;
-    }
     const int room = shape.limit - shape.count;
-    if (count <= room) {
-        return xar_append(last, count, source) == nullptr ? 0 : 1;
+    if (count > room) {
+        // All that may fail comes first, and whatever reports, which may jump, while nothing is
+        // held.
+        const auto number = last - *top;
+        const int added = count - room;
+        if (!xar_reserve(last, room) || !xar_reserve(top, (added - 1) / shape.limit + 1)) {
+            return 0;
+        }
+        const auto *rest = static_cast<const char *>(source);
+        if (rest != nullptr) {
+            rest += static_cast<std::ptrdiff_t>(room) * shape.element_size;
+        }
+        if (!append_chunks(top, shape, added, rest)) {
+            xar_report_exhausted_memory();
+            return 0;
+        }
+        last = *top + number;
+        count = room;
     }
-
-    // All that may fail comes first, and whatever reports, which may jump, while nothing is held.
-    const int added = count - room;
-    const int first_added = xar_count(top);
-    const int chunks = (added - 1) / shape.limit + 1;
-    if (!xar_reserve(last, room) || !xar_reserve(top, chunks)) {
-        return 0;
-    }
-    if (!append_chunks(top, shape, added)) {
-        xar_report_exhausted_memory();
-        return 0;
-    }
-    xar_append(&(*top)[first_added - 1], room, source);
-    for (int i = 0; source != nullptr && i < chunks; ++i) {
-        void *const chunk = (*top)[first_added + i];
-        const chunk_shape filled = shape_of(&chunk);
-        std::memcpy(
-            chunk, advanced(source, room + std::int64_t{i} * shape.limit, shape.element_size),
-            static_cast<std::size_t>(filled.count) * static_cast<std::size_t>(shape.element_size));
-    }
-    return 1;
+    return count == 0 || xar_append(last, count, source) != nullptr ? 1 : 0;
 }
 
 void *har_inflate(void ***top) {
-    void **last = last_chunk(top);
-    if (last == nullptr) {
-        return nullptr;
-    }
-    const chunk_shape shape = shape_of(last);
-    if (shape.count < shape.limit) {
-        return xar_extend(last, 1);
-    }
-    if (!xar_reserve(top, 1)) {
-        return nullptr;
-    }
-    void *chunk = xar_alloc(1, shape.element_size, shape.step);
-    if (chunk == nullptr) {
-        return nullptr;
-    }
-    xar_append(top, 1, &chunk);
-    return chunk;
+    return har_append(top, 1, nullptr) != 0 ? xar_last(xar_last(top)) : nullptr;
 }
 
 void *har_access(void ***top, int index, int *chunk, int *offset) {
-    if (chunk != nullptr) {
-        *chunk = -1;
-    }
-    if (offset != nullptr) {
-        *offset = -1;
-    }
-    void **last = last_chunk(top);
-    if (last == nullptr || index < 0) {
-        return nullptr;
-    }
+    void **const last = last_chunk(top);
     const chunk_shape shape = shape_of(last);
-    if (shape.limit == 0) {
-        return nullptr;
-    }
-    const int number = index / shape.limit;
-    const int place = index % shape.limit;
-    const int last_number = static_cast<int>(last - *top);
-    if (number > last_number || (number == last_number && place >= shape.count)) {
-        return nullptr;
+    int number = -1;
+    int place = -1;
+    void *found = nullptr;
+    if (shape.limit != 0 && index >= 0 &&
+        index < (last - *top) * std::int64_t{shape.limit} + shape.count) {
+        number = index / shape.limit;
+        place = index % shape.limit;
+        found = static_cast<char *>((*top)[number]) +
+                static_cast<std::ptrdiff_t>(place) * shape.element_size;
     }
     if (chunk != nullptr) {
         *chunk = number;
@@ -163,8 +131,7 @@ void *har_access(void ***top, int index, int *chunk, int *offset) {
     if (offset != nullptr) {
         *offset = place;
     }
-    return static_cast<char *>((*top)[number]) +
-           static_cast<std::ptrdiff_t>(place) * shape.element_size;
+    return found;
 }
 
 void har_free(void ***top) {

@@ -20,21 +20,23 @@ constexpr int GENERAL_ALLOCATOR = -1;
 // Small arrays that grow one element at a time would move at every append.
 constexpr int SMALL_ELEMENT_BYTES = 128;
 
-// For the operations to which a null handle is no array at all.
-bool is_valid_or_none(const void *const *handle, const char *tag) {
-    if (handle != nullptr && (*handle == nullptr || xar_is_valid(*handle))) {
-        return true;
-    }
-    err_crash(tag, "invalid array");
-    return false;
-}
-
 bool require_valid(const void *const *handle, const char *tag) {
     if (handle != nullptr && xar_is_valid(*handle)) {
         return true;
     }
     err_crash(tag, "invalid array");
     return false;
+}
+
+// For the operations to which a null handle is no array at all: false without a report.
+bool has_array(const void *const *handle, const char *tag) {
+    return (handle == nullptr || *handle != nullptr) && require_valid(handle, tag);
+}
+
+void store(int *output, int value) {
+    if (output != nullptr) {
+        *output = value;
+    }
 }
 
 void unwind(const char *tag, const char *text) {
@@ -248,14 +250,14 @@ void *xar_append(void **handle, int count, const void *source) {
 }
 
 int xar_count(const void *const *handle) {
-    if (!is_valid_or_none(handle, "XAR_COUNT") || *handle == nullptr) {
+    if (!has_array(handle, "XAR_COUNT")) {
         return 0;
     }
     return xar_trailer_of(xar_header_of(*handle))->count;
 }
 
 void *xar_last(void *const *handle) {
-    if (!is_valid_or_none(handle, "XAR_LAST") || *handle == nullptr) {
+    if (!has_array(handle, "XAR_LAST")) {
         return nullptr;
     }
     xar_header *header = xar_header_of(*handle);
@@ -312,26 +314,18 @@ int xar_resize(void **handle, int new_count) {
 }
 
 void xar_params(const void *const *handle, int *element_size, int *step, int *count, int *maximum) {
-    if (!is_valid_or_none(handle, "XAR_PARAMS") || *handle == nullptr) {
+    if (!has_array(handle, "XAR_PARAMS")) {
         return;
     }
     xar_header *header = xar_header_of(*handle);
-    if (element_size != nullptr) {
-        *element_size = header->element_size;
-    }
-    if (step != nullptr) {
-        *step = xar_step(header);
-    }
-    if (count != nullptr) {
-        *count = xar_trailer_of(header)->count;
-    }
-    if (maximum != nullptr) {
-        *maximum = limit_of(header->element_size);
-    }
+    store(element_size, header->element_size);
+    store(step, xar_step(header));
+    store(count, xar_trailer_of(header)->count);
+    store(maximum, limit_of(header->element_size));
 }
 
 void xar_free(void **handle) {
-    if (!is_valid_or_none(handle, "XAR_FREE") || *handle == nullptr) {
+    if (!has_array(handle, "XAR_FREE")) {
         return;
     }
     xar_header *header = xar_header_of(*handle);
