@@ -21,20 +21,9 @@ constexpr int RELEASED_LIST_STEP = 100;
 // Taken before the locks of the pools and of the chain: the list comes from the allocator.
 constinit lazy_mutex released_list_lock{thrMutex_Create};
 void **static_released_blocks_har = nullptr;
-int released_block_count = 0;
 
 // True while this thread makes room in the list: what the list itself releases is then freed.
 thread_local bool extending_list = false;
-
-void make_list_slot(void *slot) {
-    if (static_released_blocks_har == nullptr) {
-        static_released_blocks_har =
-            har_alloc(static_cast<int>(sizeof(released_block)), RELEASED_LIST_STEP);
-    }
-    if (static_released_blocks_har != nullptr) {
-        *static_cast<void **>(slot) = har_inflate(&static_released_blocks_har);
-    }
-}
 
 } // namespace
 
@@ -67,11 +56,11 @@ void add_block_to_released_list(void *block, std::size_t whole_size) {
     {
         const lazy_mutex_guard guard(released_list_lock);
         extending_list = true;
-        call_with_memory_trap(make_list_slot, &slot);
+        slot = append_to_bookkeeping(&static_released_blocks_har,
+                                     static_cast<int>(sizeof(released_block)), RELEASED_LIST_STEP);
         extending_list = false;
         if (slot != nullptr) {
             *static_cast<released_block *>(slot) = {block, whole_size};
-            released_block_count++;
         }
     }
     if (slot == nullptr) {
@@ -81,11 +70,8 @@ void add_block_to_released_list(void *block, std::size_t whole_size) {
 
 bool get_released_block(int index, released_block *entry) {
     const lazy_mutex_guard guard(released_list_lock);
-    if (index < 0 || index >= released_block_count) {
-        return false;
-    }
     const void *kept = har_access(&static_released_blocks_har, index, nullptr, nullptr);
-    if (kept == nullptr) { // the list is damaged, and an exit function let the report return
+    if (kept == nullptr) {
         return false;
     }
     *entry = *static_cast<const released_block *>(kept);

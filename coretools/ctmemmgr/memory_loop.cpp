@@ -76,33 +76,18 @@ bool cross_all_boundaries() {
     return true;
 }
 
-struct address_slot {
-    void ***addresses;
-    void **slot;
-};
-
-void make_address_slot(void *argument) {
-    auto *const wanted = static_cast<address_slot *>(argument);
-    if (*wanted->addresses == nullptr) {
-        *wanted->addresses = har_alloc(static_cast<int>(sizeof(void *)), ADDRESS_STEP);
-    }
-    if (*wanted->addresses != nullptr) {
-        wanted->slot = static_cast<void **>(har_inflate(wanted->addresses));
-    }
-}
-
 // Returns a new element of the record's array, null without memory. The array grows as usual,
 // whatever the thread has switched.
 void **new_address(memory_loop_record *record) {
-    address_slot wanted = {&record->addresses, nullptr};
     const int ext_no = get_force_ext_no();
     const int ignore_reloc_cnt = get_force_ignore_reloc_cnt();
     set_force_ext_no(0);
     set_force_ignore_reloc_cnt(0);
-    call_with_memory_trap(make_address_slot, &wanted);
+    void *const address =
+        append_to_bookkeeping(&record->addresses, static_cast<int>(sizeof(void *)), ADDRESS_STEP);
     set_force_ext_no(ext_no);
     set_force_ignore_reloc_cnt(ignore_reloc_cnt);
-    return wanted.slot;
+    return static_cast<void **>(address);
 }
 
 enum class allocation_seen { COUNTED, NOT_RELEASED_BEFORE, ONE_TOO_MANY, NO_MEMORY };
@@ -137,12 +122,6 @@ allocation_seen see_allocation(memory_loop_record *record, void *data) {
     }
     record->count++;
     return seen;
-}
-
-void call_debug_memory_func(void *) {
-    if (void (*function)() = debug_memory_func.load(std::memory_order_relaxed)) {
-        function();
-    }
 }
 
 // The general blocks keep the number of an allocation where allocation replay keeps the serial.
@@ -239,5 +218,7 @@ void debug_memory_not_released(const memory_loop_record *record, const void *dat
                 static_cast<unsigned>(record->size(record, data)),
                 reinterpret_cast<unsigned long>(data));
     // Exhausted memory in the function must not jump out of the program that is watched.
-    call_with_memory_trap(call_debug_memory_func, nullptr);
+    if (void (*function)() = debug_memory_func.load(std::memory_order_relaxed)) {
+        call_with_memory_trap(function);
+    }
 }

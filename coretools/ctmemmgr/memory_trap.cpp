@@ -2,6 +2,7 @@
 #include "coretools/ctmemmgr/memory_trap.h"
 
 #include "basictk/baselib/inc/thrTrap.h"
+#include "coretools/ctmemmgr/har.h"
 
 #include <csetjmp>
 
@@ -22,4 +23,15 @@ bool call_with_memory_trap(void (*function)(void *), void *argument) {
     in_memory_bookkeeping = outer;
     trp_pop_frame();
     return returned;
+}
+
+void *append_to_bookkeeping(void ***har, int element_size, int step) {
+    void *element = nullptr;
+    call_with_memory_trap([=, &element] {
+        if (*har == nullptr) {
+            *har = har_alloc(element_size, step);
+        }
+        element = har_inflate(har);
+    });
+    return element;
 }

@@ -21,14 +21,6 @@ struct zone_record {
     bool in_use;
 };
 
-struct array_append {
-    void **handle;
-    int element_size;
-    int step;
-    const void *element;
-    bool done;
-};
-
 constexpr int ZONE_UNIT = 8;
 constexpr int ZONE_STEP = 4;
 constexpr int CHUNK_STEP = 16;
@@ -45,26 +37,18 @@ void *memory_error() {
     return nullptr;
 }
 
-void append_to_array(void *argument) {
-    auto *const append = static_cast<array_append *>(argument);
-    if (*append->handle == nullptr) {
-        *append->handle = xar_alloc(0, append->element_size, append->step);
-    }
-    append->done =
-        *append->handle != nullptr && xar_append(append->handle, 1, append->element) != nullptr;
-}
-
 // Appends one element; false without memory. Must be called under the lock, which the report of
 // exhausted memory may have released.
 template <class T>
 bool append_element(T **array, const T &element, int step) {
-    void *handle = *array;
-    array_append append = {&handle, static_cast<int>(sizeof(T)), step, &element, false};
-    call_with_memory_trap(append_to_array, &append);
-    if (append.done) {
-        *array = static_cast<T *>(handle);
-    }
-    return append.done;
+    bool done = false;
+    call_with_memory_trap([&] {
+        if (*array == nullptr) {
+            *array = xar_alloc_of<T>(0, step);
+        }
+        done = *array != nullptr && xar_append(array, 1, &element) != nullptr;
+    });
+    return done;
 }
 
 zone_record *open_zone(int zone) {
