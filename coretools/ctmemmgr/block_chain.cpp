@@ -10,11 +10,12 @@
 #include <algorithm>
 #include <cstdio>
 
+// The innermost lock of the memory layer: nothing else is locked while it is held.
+std::atomic<thrMutex *> memmgr_lock{nullptr};
+
 namespace {
 
 std::atomic<bool> IsMemoryInitialized{false};
-// The innermost lock of the memory layer: nothing else is locked while it is held.
-std::atomic<thrMutex *> memmgr_lock{nullptr};
 
 // Everything below is guarded by memmgr_lock.
 block_header *frst_area = nullptr;
@@ -50,10 +51,18 @@ bool trailer_is_plausible(block_header *block) {
     return trailer->guard.accepts(trailer->next, 0);
 }
 
-void count_size(int old_size, std::int64_t old_whole, int size, std::int64_t whole) {
-    stat_system_size += whole - old_whole;
+// Adds a block of `size` bytes to the totals.
+void count_block(int size) {
+    stat_num_blocks++;
+    stat_application_size += size;
+    stat_system_size += whole_size_of(size);
     stat_max_system_size = std::max(stat_max_system_size, stat_system_size);
-    stat_application_size += std::int64_t{size} - old_size;
+}
+
+void discount_block(int size) {
+    stat_num_blocks--;
+    stat_application_size -= size;
+    stat_system_size -= whole_size_of(size);
 }
 
 // Makes what comes before a place, a block or the start of the chain, lead to `block`.
@@ -110,12 +119,10 @@ bool memory_is_ready() {
     return IsMemoryInitialized.load(std::memory_order_acquire) || !IsThreadingEnabled();
 }
 
-thrMutex *lock_memmgr() {
-    // A thread that comes before the first request must not work unlocked beside it.
-    thrMutex *const lock =
-        memory_is_ready() ? memmgr_lock.load(std::memory_order_acquire) : nullptr;
-    thrMutex_Lock(lock);
-    return lock;
+thrMutex *lock_when_made(const std::atomic<thrMutex *> &mutex) {
+    thrMutex *const made = memory_is_ready() ? mutex.load(std::memory_order_acquire) : nullptr;
+    thrMutex_Lock(made);
+    return made;
 }
 
 chain_check area_invalid(const void *data) {
@@ -153,17 +160,15 @@ bool append_to_chain(block_header *block, int xar) {
         return false;
     }
     put_between(block, last, nullptr, xar);
-    stat_num_blocks++;
-    const int size = block_size(block);
-    count_size(0, 0, size, whole_size_of(size));
+    count_block(block_size(block));
     return true;
 }
 
 void replace_in_chain(block_header *block, block_header *prev, block_header *next, int old_size,
                       int xar) {
     put_between(block, prev, next, xar);
-    const int size = block_size(block);
-    count_size(old_size, whole_size_of(old_size), size, whole_size_of(size));
+    discount_block(old_size);
+    count_block(block_size(block));
 }
 
 void remove_from_chain(block_header *block) {
@@ -173,9 +178,7 @@ void remove_from_chain(block_header *block) {
     lead_back_to(next, prev);
     set_prev(block, nullptr);
     set_next(block, nullptr);
-    stat_num_blocks--;
-    const int size = block_size(block);
-    count_size(size, whole_size_of(size), 0, 0);
+    discount_block(block_size(block));
 }
 
 void set_block_serial(void *data, std::uint32_t serial) {

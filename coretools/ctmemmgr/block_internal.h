@@ -129,23 +129,31 @@ inline bool memmgr_lock_needed() {
 // made.
 bool memory_is_ready();
 
-// Returns the mutex that was locked; null if there was nothing to lock.
-thrMutex *lock_memmgr();
-
-// Holds the lock of the chain, if it needs one, for a block that no trap can leave.
-class chain_guard {
+// Unlocks a mutex at the end of its scope, which no trap may leave; null is none.
+class held_mutex {
   public:
-    chain_guard() : held(memmgr_lock_needed() ? lock_memmgr() : nullptr) {}
-    ~chain_guard() {
-        if (held != nullptr) {
-            thrMutex_Unlock(held);
+    explicit held_mutex(thrMutex *locked) : mutex(locked) {}
+    ~held_mutex() {
+        if (mutex != nullptr) {
+            thrMutex_Unlock(mutex);
         }
     }
-    chain_guard(const chain_guard &) = delete;
-    chain_guard &operator=(const chain_guard &) = delete;
+    held_mutex(const held_mutex &) = delete;
+    held_mutex &operator=(const held_mutex &) = delete;
 
   private:
-    thrMutex *const held;
+    thrMutex *const mutex;
+};
+
+// Locks a mutex of the memory layer and returns it; null if there is none. Makes it if this is the
+// first request: a thread that comes before that must not work unlocked beside it.
+thrMutex *lock_when_made(const std::atomic<thrMutex *> &mutex);
+extern std::atomic<thrMutex *> memmgr_lock;
+
+// Holds the lock of the chain, if it needs one.
+class chain_guard : held_mutex {
+  public:
+    chain_guard() : held_mutex(memmgr_lock_needed() ? lock_when_made(memmgr_lock) : nullptr) {}
 };
 
 // The chain of live blocks (block_chain.cpp). Must be called under a chain_guard. The size of a new

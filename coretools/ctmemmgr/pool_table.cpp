@@ -15,9 +15,9 @@
 clump_entry clump_table[CLUMP_LIMIT];
 int clump_count = 0;
 
-namespace {
-
 std::atomic<thrMutex *> clump_lock{nullptr};
+
+namespace {
 
 // The used entries by size, then by position. Guarded by the lock.
 const void *clump_index[CLUMP_LIMIT];
@@ -60,14 +60,18 @@ void merge_name(clump_entry &entry, const char *name) {
                   piece);
 }
 
-void fill_entry(clump_entry &entry, const char *name, int size, int kind, int rounded, int slots) {
+constexpr std::size_t slots_of_area(std::size_t rounded) {
+    return (Stat_clump_size - sizeof(area_header)) / (rounded + sizeof(slot_header));
+}
+
+// The entry has no areas.
+void fill_entry(clump_entry &entry, const char *name, int size, int kind) {
+    const std::size_t rounded = rounded_size(size);
     std::snprintf(entry.name, sizeof entry.name, "%s", name != nullptr ? name : "");
     entry.size = size;
     entry.kind = kind;
-    entry.rounded = rounded;
-    entry.slots_per_area = slots;
-    entry.first_area = nullptr;
-    entry.last_area = nullptr;
+    entry.rounded = static_cast<int>(rounded);
+    entry.slots_per_area = static_cast<int>(slots_of_area(rounded));
     entry.loop.active.store(0, std::memory_order_relaxed);
     entry.loop.count = 0;
     entry.loop.previous_count = 0;
@@ -77,12 +81,8 @@ void fill_entry(clump_entry &entry, const char *name, int size, int kind, int ro
     entry.loop.size = dbgclump_size;
 }
 
-constexpr std::size_t slots_of_area(std::size_t rounded) {
-    return (Stat_clump_size - sizeof(area_header)) / (rounded + sizeof(slot_header));
-}
-
 // Returns the number of a new pool, or of the general pool that is shared; -1 if the table is full.
-int enter_pool(const char *name, int size, int kind, std::size_t rounded) {
+int enter_pool(const char *name, int size, int kind) {
     const clump_guard guard;
     int pool = 0;
     for (; pool < clump_count && clump_table[pool].kind != POOL_FREE; pool++) {
@@ -97,8 +97,7 @@ int enter_pool(const char *name, int size, int kind, std::size_t rounded) {
     if (pool == CLUMP_LIMIT) {
         return -1;
     }
-    fill_entry(clump_table[pool], name, size, kind, static_cast<int>(rounded),
-               static_cast<int>(slots_of_area(rounded)));
+    fill_entry(clump_table[pool], name, size, kind);
     clump_count = std::max(clump_count, pool + 1);
     rebuild_index();
     if (kind == POOL_GENERAL) {
@@ -198,16 +197,8 @@ int init_clump_lock() {
     return 1;
 }
 
-thrMutex *lock_clumps() {
-    // A thread that comes before the first request must not work unlocked beside it.
-    thrMutex *const lock = memory_is_ready() ? clump_lock.load(std::memory_order_acquire) : nullptr;
-    thrMutex_Lock(lock);
-    return lock;
-}
-
 int register_clump_type(const char *name, int size, int kind) {
-    const std::size_t rounded = size > 0 ? rounded_size(size) : 0;
-    if (rounded == 0 || slots_of_area(rounded) == 0) {
+    if (size <= 0 || slots_of_area(rounded_size(size)) == 0) {
         crash();
         return -1;
     }
@@ -215,9 +206,9 @@ int register_clump_type(const char *name, int size, int kind) {
         return -1;
     }
     if (kind == POOL_GENERAL) {
-        size = static_cast<int>(rounded);
+        size = static_cast<int>(rounded_size(size));
     }
-    const int pool = enter_pool(name, size, kind, rounded);
+    const int pool = enter_pool(name, size, kind);
     // crash may run exit handlers that need pools: the lock is released by now.
     if (pool < 0 && user_run_mode() == 0) {
         crash();

@@ -1,8 +1,8 @@
 // Pool table, areas and slots: what the files of the pool layer and the allocator share.
 #pragma once
 
-#include "basictk/baselib/inc/thrMutex.h"
 #include "basictk/baselib/inc/thrThread.h"
+#include "coretools/ctmemmgr/block_internal.h"
 #include "coretools/ctmemmgr/memory_loop.h"
 #include "coretools/ctmemmgr/pools.h"
 
@@ -76,24 +76,12 @@ static_assert(offsetof(clump_entry, loop) + sizeof(memory_loop_record::active) <
 extern clump_entry clump_table[CLUMP_LIMIT];
 extern int clump_count;
 
-// Returns the mutex that was locked; null if there was nothing to lock.
-thrMutex *lock_clumps();
+extern std::atomic<thrMutex *> clump_lock;
 
-// Holds the pools' lock for a block that no trap can leave. Nothing else is locked meanwhile. A run
-// without threads makes no call.
-class clump_guard {
+// Holds the pools' lock. Nothing else is locked meanwhile. A run without threads makes no call.
+class clump_guard : held_mutex {
   public:
-    clump_guard() : held(IsThreadingEnabled() ? lock_clumps() : nullptr) {}
-    ~clump_guard() {
-        if (held != nullptr) {
-            thrMutex_Unlock(held);
-        }
-    }
-    clump_guard(const clump_guard &) = delete;
-    clump_guard &operator=(const clump_guard &) = delete;
-
-  private:
-    thrMutex *const held;
+    clump_guard() : held_mutex(IsThreadingEnabled() ? lock_when_made(clump_lock) : nullptr) {}
 };
 
 constexpr bool is_table_index(int pool) {
