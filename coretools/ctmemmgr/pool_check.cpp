@@ -3,60 +3,44 @@
 
 namespace {
 
-// The slots on the free list; -1 if it leads elsewhere than to free slots.
-int count_free_list(area_header *area, int stride, int written) {
-    int free_slots = 0;
-    for (int offset = area->first_free; offset != NO_SLOT; free_slots++) {
-        if (offset < 0 || offset >= area->fresh || offset % stride != 0 || free_slots > written) {
-            return -1;
+// True if the free list holds `count` slots, all of them free.
+bool free_list_has(area_header *area, int stride, int count) {
+    int offset = area->first_free;
+    for (; count > 0; count--) {
+        if (offset < 0 || offset >= area->fresh || offset % stride != 0) {
+            return false;
         }
         const slot_header *const slot = slot_at(area, static_cast<std::size_t>(offset));
         if (slot->tag != TAG_FREE) {
-            return -1;
+            return false;
         }
         offset = slot->next_free;
     }
-    return free_slots;
-}
-
-// The slots in use among those that were written; -1 if a header is wrong.
-int count_slots_in_use(area_header *area, int stride, int written) {
-    int in_use = 0;
-    for (int i = 0; i < written; i++) {
-        const slot_header *const slot =
-            slot_at(area, static_cast<std::size_t>(i) * static_cast<std::size_t>(stride));
-        const bool used = is_tag_in_use(slot->tag);
-        if (slot->offset != i * stride || (used && slot->next_free != NO_SLOT) ||
-            (!used && slot->tag != TAG_FREE)) {
-            return -1;
-        }
-        in_use += used ? 1 : 0;
-    }
-    return in_use;
+    return offset == NO_SLOT;
 }
 
 pool_check check_area(const clump_entry &entry, int pool, area_header *area) {
     if (area->self != area || area->pool != pool) {
         return POOL_BAD_LINK;
     }
-    if (area->used < 1 || area->used > entry.slots_per_area) {
-        return POOL_BAD_COUNT;
-    }
     const auto stride = static_cast<int>(stride_of(entry));
     const int written = area->fresh / stride; // the slots that were ever in use
     if (area->fresh % stride != 0 || written > entry.slots_per_area) {
         return POOL_BAD_FREE_LIST;
     }
-    const int free_slots = count_free_list(area, stride, written);
-    if (free_slots < 0) {
-        return POOL_BAD_FREE_LIST;
+    int in_use = 0;
+    for (int offset = 0; offset < area->fresh; offset += stride) {
+        const slot_header *const slot = slot_at(area, static_cast<std::size_t>(offset));
+        const bool used = is_tag_in_use(slot->tag);
+        if (slot->offset != offset || (used ? slot->next_free != NO_SLOT : slot->tag != TAG_FREE)) {
+            return POOL_BAD_SLOT;
+        }
+        in_use += used ? 1 : 0;
     }
-    const int in_use = count_slots_in_use(area, stride, written);
-    if (in_use < 0) {
-        return POOL_BAD_SLOT;
+    if (in_use != area->used || in_use == 0) {
+        return POOL_BAD_COUNT;
     }
-    return in_use == area->used && in_use + free_slots == written ? POOL_IS_VALID
-                                                                  : POOL_BAD_FREE_LIST;
+    return free_list_has(area, stride, written - in_use) ? POOL_IS_VALID : POOL_BAD_FREE_LIST;
 }
 
 } // namespace
