@@ -65,17 +65,11 @@ void btree_attach(btree_node *node, const btree_place &place) {
 int insert_node_into_btree(btree *tree, btree_node **node, void *data, btree_compare compare,
                            int mode) {
     const btree_place place = btree_find_place(tree, data, compare, mode);
-    if (place.link == nullptr) {
-        if (*node == nullptr) {
-            *node = place.equal;
-        }
-        return 0;
-    }
     if (*node == nullptr) {
-        *node = new_btree_node(tree);
-        if (*node == nullptr) {
-            return 0;
-        }
+        *node = place.link != nullptr ? new_btree_node(tree) : place.equal;
+    }
+    if (place.link == nullptr || *node == nullptr) {
+        return 0;
     }
     (*node)->data = data;
     btree_attach(*node, place);

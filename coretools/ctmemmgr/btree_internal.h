@@ -22,5 +22,5 @@ struct btree_place {
 
 btree_place btree_find_place(btree *tree, const void *key, btree_compare compare, int mode);
 void btree_attach(btree_node *node, const btree_place &place);
-// 1 if node is one of the tree that is not on a free list, else 0.
-int btree_is_live_node(const btree *tree, const btree_node *node, int node_size);
+// True if node is one of the tree that is not on a free list.
+bool btree_is_live_node(const btree *tree, const btree_node *node, int node_size);

@@ -51,7 +51,7 @@ int storage_bytes(int capacity, int node_size) {
     return bytes > INT_MAX ? 0 : static_cast<int>(bytes);
 }
 
-// The block of a node that was ever taken, null if there is none, and the node's index.
+// The block of a node in use, null if there is none, and the node's index.
 struct node_position {
     btree_block *block;
     int index;
@@ -64,8 +64,8 @@ node_position position_of(const btree *tree, const btree_node *node, int node_si
         const auto offset = address - reinterpret_cast<std::uintptr_t>(block.nodes);
         const auto size = static_cast<std::uintptr_t>(node_size);
         if (offset < static_cast<std::uintptr_t>(block.used) * size) {
-            const bool at_a_node = offset % size == 0;
-            return {at_a_node ? &block : nullptr, static_cast<int>(offset / size)};
+            const bool is_in_use = offset % size == 0 && !is_free(node);
+            return {is_in_use ? &block : nullptr, static_cast<int>(offset / size)};
         }
     }
     return {nullptr, NO_NODE};
@@ -98,6 +98,14 @@ btree_block *add_block(btree *tree, int maximum, int node_size) {
     btree_block *block = xar_extend(&tree->blocks, 1);
     *block = {capacity, 0, nodes, NO_NODE};
     return block;
+}
+
+template <class Node>
+Node *take_node(btree *tree, int maximum_per_block) {
+    int index = NO_NODE;
+    void *const nodes =
+        new_btree_node_low(tree, maximum_per_block, static_cast<int>(sizeof(Node)), &index);
+    return nodes == nullptr ? nullptr : static_cast<Node *>(nodes) + index;
 }
 
 } // namespace
@@ -157,28 +165,22 @@ void *new_btree_node_low(btree *tree, int maximum_per_block, int node_size, int 
 }
 
 btree_node *new_btree_node(btree *tree) {
-    int index = NO_NODE;
-    void *nodes = new_btree_node_low(tree, BTREE_NODES_PER_BLOCK,
-                                     static_cast<int>(sizeof(btree_node)), &index);
-    return nodes == nullptr ? nullptr : static_cast<btree_node *>(nodes) + index;
+    return take_node<btree_node>(tree, BTREE_NODES_PER_BLOCK);
 }
 
 rbtree_node *new_rbtree_node(btree *tree) {
-    int index = NO_NODE;
-    void *nodes = new_btree_node_low(tree, RBTREE_NODES_PER_BLOCK,
-                                     static_cast<int>(sizeof(rbtree_node)), &index);
-    return nodes == nullptr ? nullptr : static_cast<rbtree_node *>(nodes) + index;
+    return take_node<rbtree_node>(tree, RBTREE_NODES_PER_BLOCK);
 }
 
 int btree_add_node_to_free_list(btree *tree, btree_node *node, int node_size) {
     const node_position position = position_of(tree, node, node_size);
-    if (position.block == nullptr || is_free(node)) {
+    if (position.block == nullptr) {
         return 0;
     }
     push_free(*position.block, node, position.index, node_size);
     return 1;
 }
 
-int btree_is_live_node(const btree *tree, const btree_node *node, int node_size) {
-    return position_of(tree, node, node_size).block != nullptr && !is_free(node) ? 1 : 0;
+bool btree_is_live_node(const btree *tree, const btree_node *node, int node_size) {
+    return position_of(tree, node, node_size).block != nullptr;
 }

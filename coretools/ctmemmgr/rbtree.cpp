@@ -21,6 +21,13 @@ void paint(btree_node *node, rbtree_colour colour) {
     static_cast<rbtree_node *>(node)->colour = colour;
 }
 
+// The side of the parent on which a child hangs, and the other one.
+std::pair<side, side> sides_of(const btree_node *parent, const btree_node *child) {
+    constexpr side left = &btree_node::left;
+    constexpr side right = &btree_node::right;
+    return child == parent->left ? std::pair(left, right) : std::pair(right, left);
+}
+
 // The link through which the tree reaches a node.
 btree_node *&link_to(btree *tree, const btree_node *node) {
     if (node->parent == nullptr) {
@@ -53,11 +60,7 @@ void repair_after_insertion(btree *tree, btree_node *node) {
     while (is_red(node->parent)) {
         btree_node *parent = node->parent;
         btree_node *grandparent = parent->parent;
-        side near = &btree_node::left;
-        side far = &btree_node::right;
-        if (parent != grandparent->*near) {
-            std::swap(near, far);
-        }
+        const auto [near, far] = sides_of(grandparent, parent);
         btree_node *uncle = grandparent->*far;
         if (is_red(uncle)) {
             paint(parent, RBTREE_BLACK);
@@ -81,11 +84,7 @@ void repair_after_insertion(btree *tree, btree_node *node) {
 void repair_after_deletion(btree *tree, btree_node *x) {
     while (x != tree->root && !is_red(x)) {
         btree_node *parent = x->parent;
-        side near = &btree_node::left;
-        side far = &btree_node::right;
-        if (x != parent->*near) {
-            std::swap(near, far);
-        }
+        const auto [near, far] = sides_of(parent, x);
         btree_node *sibling = parent->*far;
         if (is_red(sibling)) {
             paint(sibling, RBTREE_BLACK);

@@ -55,16 +55,12 @@ void quick_sort(int first, int last, Compare compare, const void **pointers) {
 } // namespace
 
 void sort_pointers(int count, sort_compare compare, const void **pointers) {
-    if (count > 1) {
-        quick_sort(0, count - 1, compare, pointers);
-    }
+    quick_sort(0, count - 1, compare, pointers);
 }
 
 void sort_pointers_with_data(int count, sort_compare_with_data compare, const void **pointers,
                              void *extra) {
-    if (count > 1) {
-        quick_sort_with_data(0, count - 1, compare, pointers, extra);
-    }
+    quick_sort_with_data(0, count - 1, compare, pointers, extra);
 }
 
 void quick_sort_with_data(int first, int last, sort_compare_with_data compare,
