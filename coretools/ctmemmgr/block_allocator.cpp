@@ -22,8 +22,9 @@ constexpr std::size_t FILL_AT_EACH_END = 1000;
 // Volatile, so that the fill before free() is not optimised away.
 void *(*const volatile fill_memory)(void *, int, std::size_t) = &std::memset;
 
-int memory_is_corrupt(const char *name) {
-    return err_crash(name, "memory chain is corrupt");
+void *memory_is_corrupt(const char *name) {
+    err_crash(name, "memory chain is corrupt");
+    return nullptr;
 }
 
 void *out_of_memory(int soft_failure) {
@@ -57,14 +58,6 @@ void dispose_of(block_header *block, std::size_t whole, bool keeps) {
     }
 }
 
-bool can_be_served(int size) {
-    if (size < 0) {
-        crash();
-        return false;
-    }
-    return memory_is_ready();
-}
-
 void note_allocation(void *data) {
     if (memory_file_level.load(std::memory_order_relaxed) > REPLAY_OFF) {
         memdebug_alloc(data);
@@ -74,8 +67,7 @@ void note_allocation(void *data) {
     }
 }
 
-bool link_block(block_header *block, int size, int xar) {
-    set_block_size(block, size);
+bool link_block(block_header *block, int xar) {
     const chain_guard guard;
     return append_to_chain(block, xar);
 }
@@ -85,10 +77,10 @@ void *live_block(block_header *block, int size, int soft_failure, int xar) {
     if (block == nullptr) {
         return out_of_memory(soft_failure);
     }
-    if (!link_block(block, size, xar)) {
+    set_block_size(block, size);
+    if (!link_block(block, xar)) {
         std::free(block);
-        memory_is_corrupt("manage_memory");
-        return nullptr;
+        return memory_is_corrupt("manage_memory");
     }
     note_allocation(data_of(block));
     return data_of(block);
@@ -136,8 +128,7 @@ void *resized_block(int size, void *old_data, int soft_failure, int xar) {
     }
     const block_move move = move_block(old_data, size, xar);
     if (move.from == nullptr) {
-        memory_is_corrupt("manage_memory");
-        return nullptr;
+        return memory_is_corrupt("manage_memory");
     }
     if (move.to == nullptr) {
         return out_of_memory(soft_failure);
@@ -201,7 +192,11 @@ void report_exhausted_memory() {
 }
 
 void *manage_memory(int size, void *old_data, int soft_failure, int xar) {
-    if (!can_be_served(size)) {
+    if (size < 0) {
+        crash();
+        return nullptr;
+    }
+    if (!memory_is_ready()) {
         return nullptr;
     }
     if (old_data != nullptr) {
