@@ -33,21 +33,14 @@ struct sort_key {
     std::int32_t member; // index into src_list
 };
 
-std::size_t common_prefix_length(const char *first, const char *second, std::size_t limit) {
-    std::size_t length = 0;
-    while (length < limit && first[length] == second[length]) {
-        ++length;
-    }
-    return length;
-}
-
 // Length of what the names of all members begin with.
 std::size_t shared_prefix_length(int members) {
-    std::size_t length = std::strlen(src_list[0]->name);
-    for (int k = 1; k < members && length > 0; ++k) {
-        length = common_prefix_length(src_list[0]->name, src_list[k]->name, length);
+    const char *first = src_list[0]->name;
+    const char *end = first + std::strlen(first);
+    for (int k = 1; k < members; ++k) {
+        end = std::mismatch(first, end, src_list[k]->name).first;
     }
-    return length;
+    return static_cast<std::size_t>(end - first);
 }
 
 std::uint64_t first_bytes_of(const char *text) {
@@ -75,23 +68,18 @@ bool comes_before(const sort_key &first, const sort_key &second) {
     return comp_func(&a, &b) < 0;
 }
 
-// Fills sorted_list, which has an element for each member, in order. The entries still borrow the
-// members' texts.
-bool fill_in_order(int members) {
+// Returns the keys of the members in order, null without memory. Caller frees.
+sort_key *sorted_keys(int members) {
     auto *keys = static_cast<sort_key *>(getmem(members * static_cast<int>(sizeof(sort_key))));
     if (keys == nullptr) {
-        return false;
+        return nullptr;
     }
     const std::size_t prefix = shared_prefix_length(members);
     for (int k = 0; k < members; ++k) {
         keys[k] = {first_bytes_of(src_list[k]->name + prefix), src_list[k]->type, k};
     }
     std::sort(keys, keys + members, comes_before);
-    for (int k = 0; k < members; ++k) {
-        sorted_list[k] = entry_of(keys[k].member);
-    }
-    rlsmem(keys);
-    return true;
+    return keys;
 }
 
 char *copy_text(const char *text) {
@@ -102,17 +90,14 @@ char *copy_text(const char *text) {
     return block;
 }
 
-// Gives the entries texts of their own, which then lie in memory in the order in which they are
-// written and released. On failure the list keeps those entries that have them.
-bool copy_texts(int members) {
+// Gives the entries of sorted_list copies of their texts, which then lie in memory in the order in
+// which they are written and released. False without memory; the list is released all the same.
+bool copy_members(const sort_key *keys, int members) {
     for (int k = 0; k < members; ++k) {
-        sort_entry &entry = sorted_list[k];
-        entry.name = copy_text(entry.name);
-        entry.path = copy_text(entry.path);
-        if (entry.name == nullptr || entry.path == nullptr) {
-            rlsmem(entry.name);
-            rlsmem(entry.path);
-            xar_shrink(&sorted_list, members - k);
+        const sort_entry member = entry_of(keys[k].member);
+        sort_entry &copy = sorted_list[k];
+        copy = {member.type, copy_text(member.name), copy_text(member.path)};
+        if (copy.name == nullptr || copy.path == nullptr) {
             return false;
         }
     }
@@ -122,64 +107,55 @@ bool copy_texts(int members) {
 constexpr int BLOCK_SIZE = 65536;
 constexpr int LONGEST_LINE = 11 + 2 * PFA_PATH_SIZE; // a number, two texts and the line feed
 
-// The open catalog, written in whole blocks: a network file system forces every write to its store.
+// The open catalog, written in large blocks: a network file system forces every write to its store.
 struct catalog_stream {
     vek_file *record;
     int used; // bytes of block
     char block[BLOCK_SIZE + LONGEST_LINE];
 };
 
-// Formats to destination, which must hold the whole text, or to a buffer of the engine if it is
-// null. Returns the text, null without memory.
-char *format_text(char *destination, const char *format, ...) {
+void write_block(catalog_stream *catalog) {
+    (void)pfa_write_file(catalog->record, catalog->used, catalog->block);
+    catalog->used = 0;
+}
+
+void add_line(catalog_stream *catalog, const char *format, ...) {
+    char *line = catalog->block + catalog->used;
     std::va_list arguments;
     va_start(arguments, format);
-    char *text = vek_vsprintf(destination, format, arguments);
+    if (vek_vsprintf(line, format, arguments) != nullptr) {
+        catalog->used += static_cast<int>(std::strlen(line));
+    }
     va_end(arguments);
-    return text;
+    if (catalog->used >= BLOCK_SIZE) {
+        write_block(catalog);
+    }
 }
 
 // The formatting engine keeps its buffer: once it has held the longest line no later line can fail
 // for lack of memory, when half of the catalog may be written.
-bool make_room_for_lines() {
+bool make_room_for_lines(catalog_stream *catalog) {
     char longest[PFA_PATH_SIZE];
     std::memset(longest, 'x', sizeof longest - 1);
     longest[sizeof longest - 1] = '\0';
-    return format_text(nullptr, MEMBER_LINE, INT_MIN, longest, longest) != nullptr;
+    add_line(catalog, MEMBER_LINE, INT_MIN, longest, longest);
+    const bool has_room = catalog->used > 0;
+    catalog->used = 0;
+    return has_room;
 }
 
-void write_block(catalog_stream *catalog, int length) {
-    (void)pfa_write_file(catalog->record, length, catalog->block);
-    catalog->used -= length;
-    std::memmove(catalog->block, catalog->block + length, static_cast<std::size_t>(catalog->used));
-}
-
-template <class... Values>
-void add_line(catalog_stream *catalog, const char *format, Values... values) {
-    char *line = catalog->block + catalog->used;
-    if (format_text(line, format, values...) != nullptr) {
-        catalog->used += static_cast<int>(std::strlen(line));
-    }
-    if (catalog->used >= BLOCK_SIZE) {
-        write_block(catalog, BLOCK_SIZE);
-    }
-}
-
-void write_lines(vek_file *record, const char *name) {
-    catalog_stream catalog;
-    catalog.record = record;
-    catalog.used = 0;
+void write_lines(catalog_stream *catalog, const char *name) {
     const int members = count_members();
     const int entries = xar_count(&sorted_list);
-    add_line(&catalog, HEADER_LINE, name, members, MEMBER_LINE_LENGTH);
+    add_line(catalog, HEADER_LINE, name, members, MEMBER_LINE_LENGTH);
     for (int k = 0; k < entries; ++k) {
         const sort_entry &entry = sorted_list[k];
         if (entry.type > 0) {
-            add_line(&catalog, MEMBER_LINE, entry.type, entry.name, entry.path);
+            add_line(catalog, MEMBER_LINE, entry.type, entry.name, entry.path);
         }
     }
-    add_line(&catalog, HEADER_LINE, name, members, MEMBER_LINE_LENGTH);
-    write_block(&catalog, catalog.used);
+    add_line(catalog, HEADER_LINE, name, members, MEMBER_LINE_LENGTH);
+    write_block(catalog);
 }
 
 // True if the record names path itself. Text with a host before the path is left to the layer.
@@ -225,17 +201,17 @@ pfa_status open_catalog(vek_file *record, const char *name) {
 
 ctg_result sort_catalog() {
     const int members = xar_count(&src_list);
-    sorted_list = xar_alloc_of<sort_entry>(0, LIST_STEP);
+    sorted_list = xar_alloc_of<sort_entry>(members, LIST_STEP);
     if (sorted_list == nullptr) {
         return CTG_OUT_OF_MEMORY;
     }
     if (members == 0) {
         return CTG_DONE;
     }
-    if (xar_extend(&sorted_list, members) == nullptr) {
-        return CTG_OUT_OF_MEMORY;
-    }
-    return fill_in_order(members) && copy_texts(members) ? CTG_DONE : CTG_OUT_OF_MEMORY;
+    sort_key *keys = sorted_keys(members);
+    const bool copied = keys != nullptr && copy_members(keys, members);
+    rlsmem(keys);
+    return copied ? CTG_DONE : CTG_OUT_OF_MEMORY;
 }
 
 int comp_func(const void *first, const void *second) {
@@ -270,21 +246,23 @@ const char *form_catalog_file() {
 }
 
 ctg_result write_list(const char *name) {
-    vek_file *record = nullptr;
-    if (!make_room_for_lines() || pfa_alloc_vek_file(&record) != PFA_E_NO_ERROR) {
+    catalog_stream catalog;
+    catalog.record = nullptr;
+    catalog.used = 0;
+    if (!make_room_for_lines(&catalog) || pfa_alloc_vek_file(&catalog.record) != PFA_E_NO_ERROR) {
         return CTG_OUT_OF_MEMORY;
     }
     ctg_result result = CTG_DONE;
-    const pfa_status status = open_catalog(record, name);
+    const pfa_status status = open_catalog(catalog.record, name);
     if (status == PFA_E_NO_ERROR) {
-        write_lines(record, name);
+        write_lines(&catalog, name);
     } else if (status == PFA_E_OUT_OF_MEMORY) {
         result = CTG_OUT_OF_MEMORY;
     } else {
         report_catalog_not_written();
         result = CTG_FAILED;
     }
-    (void)pfa_close(record);
-    (void)pfa_free_vek_file(&record);
+    (void)pfa_close(catalog.record);
+    (void)pfa_free_vek_file(&catalog.record);
     return result;
 }
