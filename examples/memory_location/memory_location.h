@@ -8,7 +8,7 @@
 #include <map>
 #include <string>
 
-constexpr pfa_location_type MEMORY_LOCATION = PfaList;
+constexpr pfa_location_type MEMORY_LOCATION = PfaInSession;
 
 // The files of a directory by name, extension and version, and what they hold.
 using memory_directory = std::map<std::string, std::string>;

@@ -1,17 +1,15 @@
 // The directory cache: against an independent model, then loans, forced caching, application data,
-// calls back into the layer, and traces. The directories are those of a location type of the test.
+// calls back into the layer, and traces. The directories are in memory.
 #include "basictk/baselib/inc/thrTrap.h"
 #include "coretools/ctmemmgr/getmem.h"
-#include "coretools/ctpfa/pfa_dir_filter.h"
-#include "coretools/ctpfa/pfacomponent.h"
 #include "coretools/ctpfa/pfadir.h"
 #include "coretools/ctpfa/pfadircache.h"
 #include "coretools/ctpfa/pfadircache_internal.h"
 #include "coretools/ctpfa/pfadirpath.h"
 #include "coretools/ctpfa/pfaloc.h"
-#include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfaput.h"
 #include "coretools/ctpfa/pfastream.h"
+#include "examples/memory_location/memory_location.h"
 #include "tests/support/failing_malloc.h"
 #include "tests/support/path_records.h"
 
@@ -19,12 +17,9 @@
 #include <csetjmp>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <ctime>
 #include <list>
-#include <map>
 #include <random>
-#include <set>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -32,8 +27,7 @@
 
 namespace {
 
-// What the time is for this process, in seconds.
-std::time_t test_clock = 1000000000;
+std::time_t test_clock = 1000000000; // what the time is for this process
 
 } // namespace
 
@@ -48,10 +42,10 @@ namespace {
 
 using names = std::vector<std::string>;
 
-constexpr int TYPE = PfaInSession;
+// A location type of the test's own, asked before the one that it inherits from.
+constexpr int TYPE = PfaKelmLink;
 
-struct directory_store {
-    std::map<std::string, std::set<std::string>> directories; // the names in each, by its location
+struct location_state {
     int listings_made = 0;
     int listings_kept = 0;    // those not closed again
     std::string asked_subset; // of the last open
@@ -59,60 +53,28 @@ struct directory_store {
     int open_status = 0;
     int eligible = 1;
     int is_virtual = 0;
+    int whole_directories_only = 0;
     void (*when_asked)() = nullptr;  // called once by "PfaDirCacheInvalid"
     void (*when_closed)() = nullptr; // called once by "PfaDirClose"
-} store;
+} location;
 
-struct open_listing {
-    std::set<std::string> entries;
-    std::set<std::string>::iterator next;
-};
-
-open_listing *listing_of(void **data) {
-    return static_cast<open_listing *>(*data);
+template <int METHOD, class... Argument>
+int inherited(pfa_method_constant<METHOD>, Argument... arguments) {
+    using function = pfa_method_function<METHOD>;
+    const auto found = pfaloc_find(MEMORY_LOCATION, METHOD, &plm_tag_of<function>);
+    return reinterpret_cast<function>(found)(arguments...);
 }
 
-int claim(vek_file *record, const char *name, const char *, std::int16_t *rest) {
-    if (name == nullptr || std::strncmp(name, "dir:/", 5) != 0) {
-        return PFA_E_INVALID_INPUT;
+int open_dir(vek_file *directory, void **handle, const char *key, const char *subset) {
+    if (location.open_status == PFA_E_NO_ACCESS) {
+        return location.open_status;
     }
-    const std::string path(name + 4);
-    const std::size_t length = rest != nullptr ? path.rfind('/') + 1 : path.size();
-    if (rest != nullptr) {
-        *rest = static_cast<std::int16_t>(length + 4);
-    }
-    return pfa_put_path(record, path.substr(0, length).c_str());
-}
-
-int location_string(vek_file *record, char *out, std::int16_t *length, int capacity) {
-    pfa_strcat("dir:", out, length);
-    return pfa_append_component(record, PFA_PATH, out, length, capacity);
-}
-
-int open_dir(vek_file *, void **data, const char *location, const char *start) {
-    if (store.open_status == PFA_E_NO_ACCESS) {
-        return store.open_status;
-    }
-    if (*data == nullptr) {
-        *data = new open_listing{store.directories[location], {}};
-        ++store.listings_made;
-        ++store.listings_kept;
-    }
-    store.asked_subset = start != nullptr ? start : "";
-    listing_of(data)->next = listing_of(data)->entries.begin();
-    return store.open_status;
-}
-
-int read_dir(vek_file *directory, void **data, vek_file *entry, const pfa_dir_filter *filter,
-             void *argument, int) {
-    open_listing *listing = listing_of(data);
-    while (listing->next != listing->entries.end()) {
-        const char *name = (listing->next++)->c_str();
-        if (filter == nullptr || filter->by_name(directory, name, argument) == 0) {
-            return parse_to_pfa(entry, 0, name);
-        }
-    }
-    return PFA_E_QUIT;
+    location.listings_made += *handle == nullptr;
+    location.listings_kept += *handle == nullptr;
+    location.asked_subset = subset != nullptr ? subset : "";
+    memory_directories[key]; // exists from now on
+    EXPECT_EQ(inherited(PfaDirOpen, directory, handle, key, subset), PFA_E_NO_ERROR);
+    return location.open_status;
 }
 
 void call_once(void (**function)()) {
@@ -121,34 +83,43 @@ void call_once(void (**function)()) {
     }
 }
 
-int close_dir(vek_file *, void **data) {
-    delete listing_of(data);
-    --store.listings_kept;
-    call_once(&store.when_closed);
+int close_dir(vek_file *directory, void **handle) {
+    --location.listings_kept;
+    inherited(PfaDirClose, directory, handle);
+    call_once(&location.when_closed);
     return 0;
 }
 
-int is_out_of_date(vek_file *, void **data, const char *key) {
-    const bool changed = listing_of(data)->entries != store.directories[key];
-    call_once(&store.when_asked);
+int is_out_of_date(vek_file *directory, void **handle, const char *key) {
+    const int changed = inherited(PfaDirCacheInvalid, directory, handle, key);
+    call_once(&location.when_asked);
     return changed;
 }
 
 bool register_location() {
-    const scoped_record first; // the system registers its own types before
+    register_memory_location();
     pfa_loc_register_setup(TYPE);
-    pfa_loc_method_register(TYPE, PfaPathIdx, [](vek_file *) -> int { return PFA_PATH; });
-    pfa_loc_method_register(TYPE, PfaClaimLocation, claim);
-    pfa_loc_method_register(TYPE, PfaGetLocationString, location_string);
+    for (int method = 0; method < PFA_METHODS; ++method) {
+        pfa_loc_type_inherit_method(TYPE, MEMORY_LOCATION, method);
+    }
     pfa_loc_method_register(TYPE, PfaDirOpen, open_dir);
-    pfa_loc_method_register(TYPE, PfaDirReadNext, read_dir);
     pfa_loc_method_register(TYPE, PfaDirClose, close_dir);
-    pfa_loc_method_register(TYPE, PfaDirCanOpenSubset, [](vek_file *) { return 0; });
-    pfa_loc_method_register(TYPE, PfaIsVirtualFolder, [](vek_file *) { return store.is_virtual; });
-    pfa_loc_method_register(TYPE, PfaDirCacheEligible,
-                            [](vek_file *, const char *) { return store.eligible; });
     pfa_loc_method_register(TYPE, PfaDirCacheInvalid, is_out_of_date);
-    return pfa_loc_register_setup(0) == 1;
+    pfa_loc_method_register(TYPE, PfaDirCanOpenSubset,
+                            [](vek_file *) { return location.whole_directories_only; });
+    pfa_loc_method_register(TYPE, PfaIsVirtualFolder,
+                            [](vek_file *) { return location.is_virtual; });
+    pfa_loc_method_register(TYPE, PfaDirCacheEligible,
+                            [](vek_file *, const char *) { return location.eligible; });
+    return pfa_loc_register_setup(NoLocation) == 1;
+}
+
+names files_in(const std::string &key) {
+    names files;
+    for (const auto &[name, bytes] : memory_directories[key]) {
+        files.push_back(name);
+    }
+    return files;
 }
 
 void list(const char *name) {
@@ -159,9 +130,9 @@ void list(const char *name) {
 
 // True if listing a directory makes no new listing.
 bool lists_from_cache(const char *name) {
-    const int made = store.listings_made;
+    const int made = location.listings_made;
     list(name);
-    return store.listings_made == made;
+    return location.listings_made == made;
 }
 
 // The index of a directory's entry, fresh or not; -1 if it is not cached.
@@ -188,10 +159,11 @@ class DirectoryCache : public testing::Test {
     void SetUp() override {
         static const bool registered = register_location();
         ASSERT_TRUE(registered);
-        for (const auto &[key, files] : store.directories) {
+        for (const auto &[key, files] : memory_directories) {
             pfa_full_dir_name_update_cache(key.c_str());
         }
-        store = directory_store();
+        memory_directories.clear();
+        location = location_state();
     }
 };
 
@@ -199,7 +171,7 @@ class DirectoryCache : public testing::Test {
 struct cached_dir {
     std::string key;
     std::time_t used = 0;
-    std::set<std::string> seen;
+    names seen;
     bool lent = false;
     bool stale = false;
 };
@@ -248,7 +220,7 @@ class DirectoryCacheModel : public DirectoryCache {
     }
 
     void open(const std::string &key, bool refuse) {
-        const std::set<std::string> &real = store.directories[key];
+        const names real = files_in(key);
         cached_dir *entry = cached(key);
         const bool lent = entry != nullptr && entry->lent;
         const bool good = entry != nullptr && !entry->stale && entry->seen == real;
@@ -258,8 +230,8 @@ class DirectoryCacheModel : public DirectoryCache {
             discard(key);
         }
         vek_file *record = readers.emplace_back(key);
-        store.open_status = refuse ? PFA_E_NO_ACCESS : 0;
-        ASSERT_EQ(pfa_open_dir(record), store.open_status) << key;
+        location.open_status = refuse ? PFA_E_NO_ACCESS : 0;
+        ASSERT_EQ(pfa_open_dir(record), location.open_status) << key;
         if (refuse) {
             ASSERT_EQ(record->flags, 0u);
             ASSERT_EQ(record->location_handle, nullptr);
@@ -272,7 +244,7 @@ class DirectoryCacheModel : public DirectoryCache {
             slot_for_new() = {key, test_clock, real, true};
         }
         ASSERT_EQ(record->flags, PFA_F_OPEN | (lent ? 0u : PFA_F_BORROWED));
-        ASSERT_EQ(read_names(record), names(real.begin(), real.end()));
+        ASSERT_EQ(read_names(record), real);
     }
 
     void close(std::size_t index) {
@@ -290,8 +262,8 @@ class DirectoryCacheModel : public DirectoryCache {
     // One of four files comes or goes.
     void change(const std::string &key, bool notice) {
         const std::string file = "file" + std::to_string(below(4));
-        if (store.directories[key].erase(file) == 0) {
-            store.directories[key].insert(file);
+        if (memory_directories[key].erase(file) == 0) {
+            memory_directories[key][file];
         }
         if (notice) {
             pfa_file_name_update_dir_cache((key + file).c_str());
@@ -302,7 +274,7 @@ class DirectoryCacheModel : public DirectoryCache {
     // Every key is cached where the model has it, and no listing is lost.
     void check() {
         int listings = 0;
-        for (const auto &[key, files] : store.directories) {
+        for (const auto &[key, files] : memory_directories) {
             const cached_dir *entry = cached(key);
             ASSERT_EQ(index_of(key.c_str()), entry == nullptr ? -1 : entry - slots.data()) << key;
             listings += entry != nullptr;
@@ -310,14 +282,14 @@ class DirectoryCacheModel : public DirectoryCache {
         for (const scoped_record &reader : readers) {
             listings += (reader->flags & PFA_F_BORROWED) == 0;
         }
-        ASSERT_EQ(store.listings_kept, listings);
+        ASSERT_EQ(location.listings_kept, listings);
     }
 };
 
 TEST_F(DirectoryCacheModel, AgreesAfterEveryStep) {
     std::vector<std::string> keys;
     for (int i = 0; i < 400; ++i) {
-        keys.push_back("dir:/" + std::to_string(i % 16) + "/" + std::to_string(i) + "/");
+        keys.push_back("mem:/" + std::to_string(i % 16) + "/" + std::to_string(i) + "/");
     }
     open(keys.back(), false);                 // the oldest of all, and lent
     for (int round = 0; round < 2; ++round) { // fill the table and evict, then grow past its bound
@@ -346,69 +318,71 @@ TEST_F(DirectoryCacheModel, AgreesAfterEveryStep) {
 }
 
 TEST_F(DirectoryCache, LendsAListingOnce) {
-    scoped_record directory("dir:/d/"), copy;
+    scoped_record directory("mem:/d/"), copy;
     ASSERT_EQ(pfa_open_dir(directory), PFA_E_NO_ERROR);
-    EXPECT_TRUE(is_lent("dir:/d/"));
-    EXPECT_EQ(pfa_close(owner_of("dir:/d/")), PFA_E_NO_ACCESS);
+    EXPECT_EQ(pfa_close(owner_of("mem:/d/")), PFA_E_NO_ACCESS);
     EXPECT_EQ(pfa_copy_vek_file(directory, copy), PFA_E_NO_ERROR);
     EXPECT_EQ(copy->location_handle, nullptr);
     EXPECT_EQ(pfa_open_dir(copy), PFA_E_NO_ERROR);
     EXPECT_EQ(copy->flags, 0u + PFA_F_OPEN) << "a listing of its own";
-    EXPECT_EQ(pfa_close(directory), PFA_E_NO_ERROR);
-    EXPECT_FALSE(is_lent("dir:/d/"));
 }
 
-TEST_F(DirectoryCache, GetsALoanBackFromARecordWhosePathChanged) {
-    scoped_record directory("dir:/d/");
-    list("dir:/");
-    ASSERT_EQ(pfa_open_dir(directory), PFA_E_NO_ERROR);
-    ASSERT_EQ(pfa_put_path(directory, "/"), PFA_E_NO_ERROR);
-    EXPECT_EQ(pfa_close(directory), PFA_E_NO_ERROR);
-    EXPECT_FALSE(is_lent("dir:/d/"));
-    EXPECT_FALSE(is_lent("dir:/"));
+TEST_F(DirectoryCache, GetsALoanBackWhateverBecameOfTheBorrower) {
+    scoped_record moved("mem:/d/"), refused("mem:/e/");
+    list("mem:/");
+    ASSERT_EQ(pfa_open_dir(moved), PFA_E_NO_ERROR);
+    ASSERT_EQ(pfa_put_path(moved, "/"), PFA_E_NO_ERROR);
+    EXPECT_EQ(pfa_close(moved), PFA_E_NO_ERROR);
+    EXPECT_FALSE(is_lent("mem:/d/"));
+    EXPECT_FALSE(is_lent("mem:/"));
+    ASSERT_EQ(pfa_open_dir(refused), PFA_E_NO_ERROR);
+    EXPECT_TRUE(is_lent("mem:/e/"));
+    location.eligible = 0;
+    EXPECT_EQ(pfa_close(refused), PFA_E_NO_ERROR);
+    EXPECT_FALSE(is_lent("mem:/e/"));
 }
 
-TEST_F(DirectoryCache, GetsALoanBackFromALocationThatIsNoLongerEligible) {
-    scoped_record directory("dir:/d/");
-    ASSERT_EQ(pfa_open_dir(directory), PFA_E_NO_ERROR);
-    store.eligible = 0;
-    EXPECT_EQ(pfa_close(directory), PFA_E_NO_ERROR);
-    EXPECT_FALSE(is_lent("dir:/d/"));
-}
-
-TEST_F(DirectoryCache, DoesNotKeepAPartOfAListing) {
-    scoped_record directory("dir:/d/");
-    ASSERT_EQ(pfa_open_dir_subset(directory, "b"), PFA_E_NO_ERROR);
-    EXPECT_EQ(store.asked_subset, "b");
-    EXPECT_EQ(directory->flags, 0u + PFA_F_OPEN);
-    EXPECT_EQ(index_of("dir:/d/"), -1);
+TEST_F(DirectoryCache, KeepsWholeListingsOnly) {
+    scoped_record part("mem:/d/"), whole("mem:/d/");
+    ASSERT_EQ(pfa_open_dir_subset(part, "b"), PFA_E_NO_ERROR);
+    EXPECT_EQ(location.asked_subset, "b");
+    EXPECT_EQ(index_of("mem:/d/"), -1);
+    location.whole_directories_only = 1;
+    ASSERT_EQ(pfa_open_dir_subset(whole, "b"), PFA_E_NO_ERROR);
+    EXPECT_EQ(location.asked_subset, "");
+    EXPECT_TRUE(is_lent("mem:/d/"));
 }
 
 TEST_F(DirectoryCache, KeepsWhatIsNotCachableOnlyIfForced) {
-    store.open_status = PFA_E_NOT_CACHABLE;
-    list("dir:/d/");
-    EXPECT_FALSE(lists_from_cache("dir:/d/"));
+    location.open_status = PFA_E_NOT_CACHABLE;
+    list("mem:/d/");
+    EXPECT_FALSE(lists_from_cache("mem:/d/"));
     EXPECT_EQ(pfa_add_forced_cache_dir(std::string(260, 'k').c_str()), PFA_E_INVALID_INPUT);
-    EXPECT_EQ(pfa_add_forced_cache_dir("dir:/d/"), PFA_E_NO_ERROR);
-    list("dir:/d/");
-    EXPECT_FALSE(lists_from_cache("dir:/d/")) << "no virtual folder";
-    store.is_virtual = 1;
-    list("dir:/d/");
-    store.directories["dir:/d/"] = {"new"};
-    EXPECT_TRUE(lists_from_cache("dir:/d/")) << "out of date, but the location is not asked";
+    EXPECT_EQ(pfa_add_forced_cache_dir("mem:/d/"), PFA_E_NO_ERROR);
+    list("mem:/d/");
+    EXPECT_FALSE(lists_from_cache("mem:/d/")) << "no virtual folder";
+    location.is_virtual = 1;
+    list("mem:/d/");
+    memory_directories["mem:/d/"]["new"];
+    EXPECT_TRUE(lists_from_cache("mem:/d/")) << "out of date, but the location is not asked";
     pfa_clear_forced_cache_dirs();
     pfa_set_autocache(1);
-    EXPECT_TRUE(lists_from_cache("dir:/d/"));
+    EXPECT_TRUE(lists_from_cache("mem:/d/"));
     pfa_set_autocache(0);
-    EXPECT_FALSE(lists_from_cache("dir:/d/"));
+    EXPECT_FALSE(lists_from_cache("mem:/d/"));
 }
 
+// The release function calls back into the layer.
 TEST_F(DirectoryCache, ReleasesApplicationDataWithTheListing) {
-    const auto count = [](void *data) { ++*static_cast<int *>(data); };
-    ASSERT_EQ(pfa_register_dir_appdata(3, count), PFA_E_NO_ERROR);
-    scoped_record directory("dir:/d/");
+    const auto release = [](void *data) {
+        ++*static_cast<int *>(data);
+        list("mem:/e/");
+        pfa_dir_name_update_cache("mem:/d/");
+    };
+    ASSERT_EQ(pfa_register_dir_appdata(3, release), PFA_E_NO_ERROR);
+    scoped_record directory("mem:/d/");
     ASSERT_EQ(pfa_open_dir(directory), PFA_E_NO_ERROR);
-    const int index = index_of("dir:/d/");
+    const int index = index_of("mem:/d/");
     int first = 0, second = 0;
     EXPECT_EQ(pfa_attach_dir_appdata(index, DIR_CACHE_APPDATA_TYPES, &first), PFA_E_INVALID_INPUT);
     EXPECT_EQ(pfa_attach_dir_appdata(100000, 3, &first), PFA_E_NOT_FOUND);
@@ -416,10 +390,9 @@ TEST_F(DirectoryCache, ReleasesApplicationDataWithTheListing) {
     EXPECT_EQ(pfa_attach_dir_appdata(index, 3, &first), PFA_E_NO_ERROR);
     EXPECT_EQ(pfa_attach_dir_appdata(index, 3, &second), PFA_E_NO_ERROR);
     EXPECT_EQ(first, 1) << "replaced";
-    pfa_dir_name_update_cache("dir:/d/");
     EXPECT_EQ(pfa_get_dir_appdata(index, 3), &second) << "the listing is still being read";
     EXPECT_EQ(pfa_close(directory), PFA_E_NO_ERROR);
-    EXPECT_FALSE(lists_from_cache("dir:/d/"));
+    EXPECT_FALSE(lists_from_cache("mem:/d/"));
     EXPECT_EQ(first, 1);
     EXPECT_EQ(second, 1);
 }
@@ -428,80 +401,54 @@ TEST_F(DirectoryCache, ReleasesApplicationDataWithTheListing) {
 // release function ran. One that called back into the layer made it read released memory, drop the
 // listing of another directory, or leave a node without an entry.
 TEST_F(DirectoryCache, AMethodMayCallBackWhenAskedForFreshness) {
-    list("dir:/d/");
-    store.directories["dir:/d/"] = {"new"};
-    store.when_asked = [] {
-        pfa_dir_name_update_cache("dir:/d/");
-        list("dir:/e/"); // takes the entry of the other
+    list("mem:/d/");
+    memory_directories["mem:/d/"]["new"];
+    location.when_asked = [] {
+        pfa_dir_name_update_cache("mem:/d/");
+        list("mem:/e/"); // takes the entry of the other
     };
-    list("dir:/d/");
-    EXPECT_GE(index_of("dir:/e/"), 0) << "dropped in place of the other";
-    store.when_asked = [] {
-        for (char name[] = "dir:/a/"; name[5] <= 'z'; ++name[5]) { // the table moves
+    list("mem:/d/");
+    EXPECT_GE(index_of("mem:/e/"), 0) << "dropped in place of the other";
+    location.when_asked = [] {
+        for (char name[] = "mem:/a/"; name[5] <= 'z'; ++name[5]) { // the table moves
             list(name);
         }
     };
-    list("dir:/d/");
-    EXPECT_GE(index_of("dir:/d/"), 0);
-    store.when_asked = [] { owner_of("dir:/d/")->location_type = PfaStdio; };
-    EXPECT_FALSE(lists_from_cache("dir:/d/")) << "the listing of another location type by now";
-    owner_of("dir:/d/")->location_type = TYPE;
+    list("mem:/d/");
+    EXPECT_GE(index_of("mem:/d/"), 0);
 }
 
 TEST_F(DirectoryCache, AMethodMayCallBackWhenItClosesAListing) {
-    list("dir:/d/");
-    store.when_closed = [] {
-        EXPECT_EQ(index_of("dir:/d/"), -1) << "its listing is being closed";
-        list("dir:/d/");
-        list("dir:/e/");
+    list("mem:/d/");
+    location.when_closed = [] {
+        EXPECT_EQ(index_of("mem:/d/"), -1) << "its listing is being closed";
+        list("mem:/d/");
+        list("mem:/e/");
     };
-    pfa_dir_name_update_cache("dir:/d/");
-    EXPECT_GE(index_of("dir:/d/"), 0);
-    EXPECT_GE(index_of("dir:/e/"), 0);
-    EXPECT_EQ(store.listings_kept, 2);
-}
-
-TEST_F(DirectoryCache, AReleaseFunctionMayCallBack) {
-    list("dir:/d/");
-    const int index = index_of("dir:/d/");
-    int first = 0;
-    int second = 0;
-    const auto release = [](void *data) {
-        ++*static_cast<int *>(data);
-        list("dir:/e/");
-        pfa_dir_name_update_cache("dir:/d/");
-    };
-    ASSERT_EQ(pfa_register_dir_appdata(5, release), PFA_E_NO_ERROR);
-    ASSERT_EQ(pfa_attach_dir_appdata(index, 5, &first), PFA_E_NO_ERROR);
-    ASSERT_EQ(pfa_attach_dir_appdata(index, 5, &second), PFA_E_NO_ERROR);
-    EXPECT_EQ(first, 1);
-    EXPECT_EQ(second, 1) << "released with its listing";
-    EXPECT_EQ(index_of("dir:/d/"), -1);
-    EXPECT_GE(index_of("dir:/e/"), 0);
+    pfa_dir_name_update_cache("mem:/d/");
+    EXPECT_GE(index_of("mem:/d/"), 0);
+    EXPECT_GE(index_of("mem:/e/"), 0);
+    EXPECT_EQ(location.listings_kept, 2);
 }
 
 // A call that opens a file gives a notice before it returns the stream. When memory ran out in the
 // notice, the jump to a trap frame lost the stream.
 TEST_F(DirectoryCache, ANoticeDoesNotJumpWhenMemoryRunsOut) {
-    list("dir:/d/");
-    const auto exhaust = [](void *released) {
-        *static_cast<bool *>(released) = true;
+    list("mem:/d/");
+    location.when_closed = [] {
         fail_allocation(0, true);
         rlsmem(getmem(1 << 20));
     };
-    bool released = false;
-    ASSERT_EQ(pfa_register_dir_appdata(6, exhaust), PFA_E_NO_ERROR);
-    ASSERT_EQ(pfa_attach_dir_appdata(index_of("dir:/d/"), 6, &released), PFA_E_NO_ERROR);
     std::jmp_buf context;
     ASSERT_EQ(trp_push_frame(TRP_CLASS_MEMORY, &context), 1);
     if (setjmp(context) == 0) {
-        pfa_file_name_update_dir_cache("dir:/d/file");
+        pfa_file_name_update_dir_cache("mem:/d/file");
     } else {
         ADD_FAILURE() << "jumped";
     }
     trp_pop_frame();
     fail_allocation(NO_FAILURE, false);
-    EXPECT_TRUE(released);
+    EXPECT_EQ(location.listings_kept, 0);
 }
 
 TEST_F(DirectoryCache, IsTracedWhenTheSwitchIsOn) {
@@ -512,19 +459,19 @@ TEST_F(DirectoryCache, IsTracedWhenTheSwitchIsOn) {
         value == nullptr ? unsetenv("___DIR_CACHE_DEBUG") : setenv("___DIR_CACHE_DEBUG", value, 1);
         std::fflush(stdout);
         dup2(STDERR_FILENO, STDOUT_FILENO);
-        list("dir:/d/");
-        list("dir:/d/");
-        scoped_record other("dir:/e/");
+        list("mem:/d/");
+        list("mem:/d/");
+        scoped_record other("mem:/e/");
         (void)pfa_open_dir_subset(other, "b");
-        pfa_file_name_update_dir_cache("dir:/d/x");
+        pfa_file_name_update_dir_cache("mem:/d/x");
         std::exit(0);
     };
     for (const auto &[value, on] : rows) {
         EXPECT_EXIT(trace(value), testing::ExitedWithCode(0),
-                    on ? "^dir_cache> opening dir:/d/ the hard way \n.*\\[B\\] dir:/d/\n\n\n"
-                         "dir_cache> opening dir:/d/ from cache\n"
-                         "dir_cache> opening dir:/e/ the hard way looking for b\n"
-                         "dir_cache> nuked dir:/d/\n$"
+                    on ? "^dir_cache> opening mem:/d/ the hard way \n.*\\[B\\] mem:/d/\n\n\n"
+                         "dir_cache> opening mem:/d/ from cache\n"
+                         "dir_cache> opening mem:/e/ the hard way looking for b\n"
+                         "dir_cache> nuked mem:/d/\n$"
                        : "^$");
     }
 }
