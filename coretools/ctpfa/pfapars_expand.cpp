@@ -30,43 +30,43 @@ const char *value_of(const char *name, const char *end) {
     return std::getenv(variable);
 }
 
+// Appends [from, to) as written, or with the separators that follow from a replacement.
+bool append_part(const char *from, const char *to, bool replaced, expanded_text *out) {
+    const std::size_t start = out->size();
+    const bool fits = out->append({from, static_cast<std::size_t>(to - from)});
+    if (replaced) {
+        std::replace(out->data() + start, out->data() + out->size(), '\\', '/');
+    }
+    return fits;
+}
+
 bool expand_variables(const char *in, expanded_text *out) {
     bool replaced = false;
-    // Appends text as written, or with the separators that follow from a replacement.
-    const auto copy = [&](const char *from, const char *to) {
-        const std::size_t start = out->size();
-        const bool fits = out->append({from, static_cast<std::size_t>(to - from)});
-        if (replaced) {
-            std::replace(out->data() + start, out->data() + out->size(), '\\', '/');
-        }
-        return fits;
-    };
-    while (true) {
+    while (*in != '\0') {
         const char *dollar = in + std::strcspn(in, "$");
-        if (!copy(in, dollar)) {
+        if (!append_part(in, dollar, replaced, out)) {
             return false;
         }
         if (*dollar == '\0') {
-            return true;
+            break;
         }
-        const char *end = find_path_separator(dollar + 1);
-        const char *value = value_of(dollar + 1, end);
-        if (value == nullptr) {
-            in = *end == '\0' ? end : end + 1;
-            if (!copy(dollar, in)) {
+        in = find_path_separator(dollar + 1);
+        if (const char *value = value_of(dollar + 1, in); value != nullptr) {
+            if (!replaced) {
+                std::replace(out->data(), out->data() + out->size(), '\\', '/');
+                replaced = true;
+            }
+            if (!out->append(value)) {
                 return false;
             }
             continue;
         }
-        if (!replaced) {
-            std::replace(out->data(), out->data() + out->size(), '\\', '/');
-            replaced = true;
-        }
-        if (!out->append(value)) {
+        in += *in != '\0' ? 1 : 0;
+        if (!append_part(dollar, in, replaced, out)) {
             return false;
         }
-        in = end;
     }
+    return true;
 }
 
 pfa_status append_home_directory(expanded_text *out) {

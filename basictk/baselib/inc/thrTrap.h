@@ -40,7 +40,7 @@ struct trp_frame {
     std::jmp_buf *context;      // the caller's; resumed with the value 1
     trp_marked_call *innermost; // when the frame was pushed; a trap ends the calls inside it
     trp_cleanup_call *head;     // queued calls, first in first out
-    trp_cleanup_call *tail;
+    trp_cleanup_call *tail;     // the last one, if there is a first
 };
 
 // One thread's frames, the innermost last. From malloc, since a trap comes when the allocator has

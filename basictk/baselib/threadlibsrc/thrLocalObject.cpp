@@ -82,14 +82,12 @@ thrSlotArray *thrLocalObjectManager::SlotsFor(int index) {
     auto *slots = static_cast<thrSlotArray *>(pthread_getspecific(key));
     if (slots == nullptr) {
         slots = new thrSlotArray(index + 1);
-        if (slots == nullptr || pthread_setspecific(key, slots) != 0) {
+        if (slots == nullptr || !RegisterTSDForCleanup(slots)) {
             delete slots;
             return nullptr;
         }
-        if (!RegisterTSDForCleanup(slots)) {
-            pthread_setspecific(key, nullptr);
-            delete slots;
-            return nullptr;
+        if (pthread_setspecific(key, slots) != 0) {
+            return nullptr; // the array stays with the manager
         }
     }
     return index < slots->Count() || Lengthen(slots, index) ? slots : nullptr;

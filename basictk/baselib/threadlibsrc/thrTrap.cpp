@@ -29,9 +29,6 @@ bool take_call(trp_frame &frame, trp_cleanup_call *taken) {
         return false;
     }
     frame.head = call->next;
-    if (frame.head == nullptr) {
-        frame.tail = nullptr;
-    }
     *taken = *call;
     std::free(call);
     return true;
@@ -143,7 +140,7 @@ int trp_queue_cleanup(trp_cleanup function, const trp_word *words, int count) {
     call->function = function;
     std::fill(std::copy_n(words, count, call->words), std::end(call->words), trp_word{0});
     trp_frame &frame = stack->frames[stack->frames.Count() - 1];
-    (frame.tail != nullptr ? frame.tail->next : frame.head) = call;
+    (frame.head != nullptr ? frame.tail->next : frame.head) = call;
     frame.tail = call;
     return 1;
 }
