@@ -114,6 +114,16 @@ int pfafs_setbuf(vek_file *record, void **data, char *buffer) {
     return PFA_E_NO_ERROR;
 }
 
+off_t position_of(const pfafs_stream &file) {
+    return file.stream != nullptr ? ftello(file.stream) : lseek(file.fid, 0, SEEK_CUR);
+}
+
+int seek(const pfafs_stream &file, off_t offset, int whence) {
+    const bool failed = file.stream != nullptr ? fseeko(file.stream, offset, whence) != 0
+                                               : lseek(file.fid, offset, whence) < 0;
+    return failed ? PFA_E_ERROR : PFA_E_NO_ERROR;
+}
+
 // Fails with PFA_E_ERROR if an int cannot hold the position: cut, it would lead to the wrong place.
 int pfafs_get_file_position(vek_file *record, void **data, int *position) {
     pfafs_stream *block = pfafs_stream_of(record, data);
@@ -121,8 +131,7 @@ int pfafs_get_file_position(vek_file *record, void **data, int *position) {
         return PFA_E_INVALID_INPUT;
     }
     *position = 0;
-    const off_t at =
-        block->stream != nullptr ? ftello(block->stream) : lseek(block->fid, 0, SEEK_CUR);
+    const off_t at = position_of(*block);
     if (at > INT_MAX) {
         return PFA_E_ERROR;
     }
@@ -135,23 +144,20 @@ int pfafs_set_file_position(vek_file *record, void **data, const int *position) 
     if (block == nullptr || position == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
-    const int target = *position;
-    if (block->stream == nullptr) {
-        return lseek(block->fid, target, SEEK_SET) < 0 ? PFA_E_ERROR : PFA_E_NO_ERROR;
-    }
-    if (target > FAR_POSITION && ftello(block->stream) == target) {
+    if (*position > FAR_POSITION && position_of(*block) == *position) {
         return PFA_E_NO_ERROR;
     }
-    return fseeko(block->stream, target, SEEK_SET) != 0 ? PFA_E_ERROR : PFA_E_NO_ERROR;
+    return seek(*block, *position, SEEK_SET);
 }
 
+// A buffered stream that cannot be rewound does not fail.
 int pfafs_rewind_file(vek_file *record, void **data) {
     pfafs_stream *block = pfafs_stream_of(record, data);
     if (block == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
     if (block->stream == nullptr) {
-        return lseek(block->fid, 0, SEEK_SET) != 0 ? PFA_E_ERROR : PFA_E_NO_ERROR;
+        return seek(*block, 0, SEEK_SET);
     }
     std::rewind(block->stream);
     return PFA_E_NO_ERROR;
@@ -159,12 +165,7 @@ int pfafs_rewind_file(vek_file *record, void **data) {
 
 int pfafs_unwind_file(vek_file *record, void **data) {
     pfafs_stream *block = pfafs_stream_of(record, data);
-    if (block == nullptr) {
-        return PFA_E_INVALID_INPUT;
-    }
-    const bool failed = block->stream != nullptr ? fseeko(block->stream, 0, SEEK_END) != 0
-                                                 : lseek(block->fid, 0, SEEK_END) < 0;
-    return failed ? PFA_E_ERROR : PFA_E_NO_ERROR;
+    return block != nullptr ? seek(*block, 0, SEEK_END) : PFA_E_INVALID_INPUT;
 }
 
 // Moves a buffered stream by `offset` bytes; a failure of the host is ignored.

@@ -25,11 +25,12 @@ constexpr int FIRST_TEXT_SIZE = 1024;
 
 // The names read so far, one after the other: a byte with the kind, the name, its terminating zero.
 // The byte is the kind, or FAILED_LOOK + errno.
-struct name_text {
+struct name_list {
     char *text = nullptr;
     int used = 0;
     int size = 0;
     int count = 0;
+    char **array = nullptr; // see unix_dir::names
 };
 
 constexpr int FAILED_LOOK = 1;
@@ -57,7 +58,7 @@ int kind_byte(DIR *directory, const dirent *entry) {
 }
 
 // Makes room for `size` more bytes. False if memory runs out; the names stay as they were.
-bool make_room(name_text *names, int size) {
+bool make_room(name_list *names, int size) {
     if (size <= names->size - names->used) {
         return true;
     }
@@ -84,7 +85,7 @@ bool is_listed(const char *name) {
 }
 
 // Returns 0 if the directory was read to its end, else the errno of the failure.
-int read_names(DIR *directory, name_text *names) {
+int read_names(DIR *directory, name_list *names) {
     for (;;) {
         errno = 0;
         const dirent *entry = readdir(directory);
@@ -114,33 +115,18 @@ unix_dir_status status_of(DIR *directory) {
     return {true, status.st_dev, status.st_ino, status.st_mtime, status.st_atime};
 }
 
-struct name_index {
-    const name_text *names;
-    char **array;
-};
-
-// Makes the array of the names with its closing null.
-void index_names(void *argument) {
-    auto *index = static_cast<name_index *>(argument);
-    index->array = xar_alloc_of<char *>(index->names->count + 1, NAMES_STEP);
-    if (index->array == nullptr) {
+// Makes the array of the names with its closing null, if there is memory.
+void make_array(void *argument) {
+    auto *names = static_cast<name_list *>(argument);
+    names->array = xar_alloc_of<char *>(names->count + 1, NAMES_STEP);
+    if (names->array == nullptr) {
         return;
     }
-    char *kind = index->names->text;
-    for (int i = 0; i < index->names->count; ++i) {
-        index->array[i] = kind + 1;
+    char *kind = names->text;
+    for (int i = 0; i < names->count; ++i) {
+        names->array[i] = kind + 1;
         kind += std::strlen(kind + 1) + 2;
     }
-}
-
-// Null if memory runs out or there are more names than an array can hold, which would be fatal to
-// ask for.
-char **new_name_index(const name_text &names) {
-    name_index index = {&names, nullptr};
-    if (names.count < XAR_LIMIT_BYTES / static_cast<int>(sizeof(char *))) {
-        (void)pfa_call_guarded(index_names, &index);
-    }
-    return index.array;
 }
 
 } // namespace
@@ -150,21 +136,24 @@ unix_dir *unix_opendir(const char *name, const char *) {
     if (directory == nullptr) {
         return nullptr;
     }
-    name_text names;
+    name_list names;
     const int failure = read_names(directory, &names);
     const unix_dir_status status = status_of(directory);
     closedir(directory);
 
-    char **array = failure == 0 ? new_name_index(names) : nullptr;
+    // It would be fatal to ask for a larger array.
+    if (failure == 0 && names.count < XAR_LIMIT_BYTES / static_cast<int>(sizeof(char *))) {
+        (void)pfa_call_guarded(make_array, &names);
+    }
     unix_dir *snapshot =
-        array != nullptr ? static_cast<unix_dir *>(getmem_null(sizeof(unix_dir))) : nullptr;
+        names.array != nullptr ? static_cast<unix_dir *>(getmem_null(sizeof(unix_dir))) : nullptr;
     if (snapshot == nullptr) {
-        xar_free(&array);
+        xar_free(&names.array);
         relmem(&names.text);
         errno = failure != 0 ? failure : ENOMEM;
         return nullptr;
     }
-    *snapshot = {array, 0, names.text, status};
+    *snapshot = {names.array, 0, names.text, status};
     return snapshot;
 }
 
