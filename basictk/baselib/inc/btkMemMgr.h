@@ -101,6 +101,6 @@ class btkPoolMMgr : public btkBaseMMgr {
     btkBlock *table[256] = {};
 };
 
-extern btkMemMgr *pStringMemMgr; // one shared btkPow2MMgr
-extern btkMemMgr *pArrayMemMgr;  // the same
+extern btkMemMgr *pStringMemMgr; // a btkPow2MMgr
+extern btkMemMgr *&pArrayMemMgr; // the same
 extern btkMemMgr *pBlkObjMemMgr; // a btkPoolMMgr

@@ -28,7 +28,7 @@ class thrLocalObjectManager : public btkAllocated {
     // Returns the free index given back last, or a new one.
     int TakeIndex();
     // Sets the slot in every thread's array to null and frees the index. Returns the number of
-    // objects left.
+    // indexes that are still taken.
     int GiveBackIndex(int index);
 
     // Returns the calling thread's array, made long enough for `index`. Null if there is no memory.
@@ -41,7 +41,6 @@ class thrLocalObjectManager : public btkAllocated {
     bool TakeFreeIndex(int index);
 
     int nextIndex = 0;
-    int objectCount = 0;
     pthread_key_t key{};
     bool hasKey;
     btkXArray<int> freeIndexes;

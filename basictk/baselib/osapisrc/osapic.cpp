@@ -10,23 +10,11 @@ constinit baselibState theCTState;
 thrMutex *_AbortMutex = nullptr;
 thrMutex *fork_protection = nullptr;
 btkMemMgr *pStringMemMgr = nullptr;
-btkMemMgr *pArrayMemMgr = nullptr;
+constinit btkMemMgr *&pArrayMemMgr = pStringMemMgr;
 btkMemMgr *pBlkObjMemMgr = nullptr;
 btkMemMgr *pDefMemMgr = nullptr;
 btkXArray<void *> *ioMiscInfo = nullptr;
 btkClassXArrayImpl *iodbgXX = nullptr;
-
-namespace {
-
-void destroy_pow2_manager() {
-    delete pStringMemMgr;
-    pStringMemMgr = nullptr;
-    pArrayMemMgr = nullptr;
-}
-
-btkStaticRecord pow2_record{destroy_pow2_manager};
-
-} // namespace
 
 // Objects built before pDefMemMgr have no manager in their headers and go back to free(). The
 // default manager is not recorded for destruction: its objects may be released until the process
@@ -35,8 +23,8 @@ void start_osapic() {
     theCTState.SetNewState();
     _AbortMutex = new thrMutex(thrMutexNormal);
     btkRecordOwned<_AbortMutex>();
-    pStringMemMgr = pArrayMemMgr = new btkPow2MMgr;
-    btkRecordStatic(&pow2_record);
+    pStringMemMgr = new btkPow2MMgr;
+    btkRecordOwned<pStringMemMgr>();
     pBlkObjMemMgr = new btkPoolMMgr;
     btkRecordOwned<pBlkObjMemMgr>();
     pDefMemMgr = new btkDefMemMgr;

@@ -31,7 +31,6 @@ thrLocalObjectManager::~thrLocalObjectManager() {
 
 int thrLocalObjectManager::TakeIndex() {
     thrPosixGuard guard(lock);
-    ++objectCount;
     const int last = freeIndexes.Count() - 1;
     if (last < 0) {
         return nextIndex++;
@@ -49,16 +48,13 @@ int thrLocalObjectManager::GiveBackIndex(int index) {
             slot(slots, index).store(nullptr, std::memory_order_relaxed);
         }
     }
-    if (--objectCount == 0) {
-        nextIndex = 0;
-        freeIndexes._FreeAllElems();
-    } else if (index == nextIndex - 1) {
+    if (index == nextIndex - 1) {
         LowerNextIndex();
     } else {
-        // If there is no memory the index is never used again, which does no harm.
+        // If there is no memory the index stays taken, which does no harm.
         freeIndexes.Append(index);
     }
-    return objectCount;
+    return nextIndex - freeIndexes.Count();
 }
 
 void thrLocalObjectManager::LowerNextIndex() {

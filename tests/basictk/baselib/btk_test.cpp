@@ -74,7 +74,7 @@ struct object : btkAllocated {
 
 TEST(MemoryManagers, HeaderNamesManagerAndSize) {
     btkMemMgr *const no_manager = nullptr;
-    for (btkMemMgr *manager : {pBlkObjMemMgr, pArrayMemMgr, pDefMemMgr, no_manager}) {
+    for (btkMemMgr *manager : {pArrayMemMgr, no_manager}) {
         object *made = new (manager) object;
         EXPECT_EQ(reinterpret_cast<void **>(made)[-2], manager);
         EXPECT_EQ(reinterpret_cast<std::size_t *>(made)[-1], sizeof(object));

@@ -218,10 +218,10 @@ void register_once(int) {
 // moves the others up by one.
 TEST(ProcessEnd, HandlersRunOnceNewestFirst) {
     const child_result child = run_in_child([] {
-        wlx_exit_register(print_handler<'a'>);
+        EXPECT_EQ(wlx_exit_register(nullptr), 0);
+        EXPECT_EQ(wlx_exit_register(print_handler<'a'>), 1);
         wlx_exit_register(register_once);
         wlx_exit_register(print_handler<'c'>);
-        wlx_exit_register(nullptr);
         set_wlx_exit_func(print_handler<'x'>);
         crash();
         // The run may still read the old lists, so they are kept.
