@@ -4,8 +4,10 @@
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctmemmgr/serious_errors.h"
 #include "coretools/ctmisc/run_mode.h"
+#include "coretools/ctpfa/pfainfo.h"
 #include "coretools/ctpfa/pfaloc_call.h"
 
+#include <cstdio>
 #include <cstring>
 
 namespace {
@@ -39,6 +41,14 @@ bool is_type(int type) {
 
 bool is_method(int method) {
     return method >= 0 && method < PFA_METHODS;
+}
+
+const char *method_name(int method) {
+    return is_method(method) ? locMethodInfo[method].name : "";
+}
+
+const char *type_name(int type) {
+    return is_type(type) ? locTypeNames[type].name : "";
 }
 
 bool is_sequence(int sequence) {
@@ -147,7 +157,7 @@ int pfa_loc_type_inherit_method(int heir, int donor, int method) {
 }
 
 plm_any_function pfaloc_find(const vek_file *record, int method, const plm_function_tag *tag) {
-    if (record == nullptr || record->magic != PFA_MAGIC) {
+    if (pfa_is_valid(record) == 0) {
         return nullptr;
     }
     return pfaloc_find(record->location_type, method, tag);
@@ -174,7 +184,7 @@ plm_any_function pfaloc_find(int type, int method, const plm_function_tag *tag) 
 }
 
 int pfaloc_get_func(const vek_file *record, int method, int sequence, pfaloc_impl *found) {
-    if (record == nullptr || record->magic != PFA_MAGIC) {
+    if (pfa_is_valid(record) == 0) {
         return 0;
     }
     return pfaloc_get_func_low(record->location_type, method, sequence, found);
@@ -199,9 +209,24 @@ int pfaloc_get_func_low(int type, int method, int sequence, pfaloc_impl *found) 
     return 1;
 }
 
+bool pfaloc_same_type(int sequence, int method, const vek_file *first, const vek_file *second) {
+    if (pfa_is_valid(first) == 0 || pfa_is_valid(second) == 0) {
+        return false;
+    }
+    if (first->location_type == second->location_type) {
+        return true;
+    }
+    char wrapper[32];
+    std::snprintf(wrapper, sizeof wrapper, "pfaloc_call_%s",
+                  methodAttrTable[sequence].letters().data());
+    dbg_err_crash(wrapper, "tried to call %s with different types %s and %s", method_name(method),
+                  type_name(first->location_type), type_name(second->location_type));
+    return false;
+}
+
 pfa_status pfa_parse_location(vek_file *record, const char *name, std::int16_t *rest,
                               int only_type) {
-    if (record == nullptr || record->magic != PFA_MAGIC) {
+    if (pfa_is_valid(record) == 0) {
         return PFA_E_NOT_VALID;
     }
     const bool all = only_type == PFA_ALL_LOCATIONS;
