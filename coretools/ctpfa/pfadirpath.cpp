@@ -88,14 +88,19 @@ vek_file *extract_pfa_dir(const vek_file *record) {
     if (!pfa_is_valid(record) || pfa_alloc_vek_file(&directory) != PFA_E_NO_ERROR) {
         return nullptr;
     }
-    (void)pfa_copy_vek_file(record, directory);
-    if (!pfa_is_dir(directory)) {
-        drop_file_part(directory);
-        if (pfa_put_obj_type(directory, OBJ_TYPE_DIRECTORY) != PFA_E_NO_ERROR) {
-            (void)pfa_free_vek_file(&directory);
-        }
+    if (pfa_copy_directory(record, directory) != PFA_E_NO_ERROR) {
+        (void)pfa_free_vek_file(&directory);
     }
     return directory;
+}
+
+pfa_status pfa_copy_directory(const vek_file *record, vek_file *directory) {
+    (void)pfa_copy_vek_file(record, directory);
+    if (pfa_is_dir(directory)) {
+        return PFA_E_NO_ERROR;
+    }
+    drop_file_part(directory);
+    return pfa_put_obj_type(directory, OBJ_TYPE_DIRECTORY);
 }
 
 pfa_status pfa_copy_vek_file(const vek_file *source, vek_file *destination) {

@@ -16,6 +16,10 @@ inline std::string_view pfa_component_text(const vek_file *record, int first, in
 // PFA_E_INVALID_INPUT, and changes nothing, if it does not fit.
 pfa_status pfa_put_text(vek_file *record, int index, std::string_view text);
 
+// Makes `directory` the directory that a valid record lies in; of a directory, a copy. Fails with
+// PFA_E_INVALID_INPUT if it has no room for the extension of directories.
+pfa_status pfa_copy_directory(const vek_file *record, vek_file *directory);
+
 // True for the index of a component that can hold a host, a device or a path.
 constexpr bool pfa_is_location_index(int index) {
     return index >= PFA_HOST && index <= PFA_PATH;

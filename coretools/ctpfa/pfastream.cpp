@@ -12,7 +12,6 @@
 #include "coretools/ctpfa/pfawrite_convertor.h"
 #include "coretools/ctwcfun/vek_vsprintf.h"
 
-#include <climits>
 #include <cstdarg>
 #include <cstring>
 
@@ -45,6 +44,16 @@ pfa_status write_converted(vek_file *record, const char *bytes, int count) {
     return PFA_E_NO_ERROR;
 }
 
+// Stores the version to open in the record.
+pfa_status put_version_to_open(vek_file *record, int selector) {
+    int version = 0;
+    const pfa_status status = pfa_get_file_vers(record, selector, &version);
+    if (status != PFA_E_NO_ERROR) {
+        return status;
+    }
+    return pfa_put_version(record, version) == PFA_E_NO_ERROR ? PFA_E_NO_ERROR : PFA_E_CANT_OPEN;
+}
+
 } // namespace
 
 const char *binary_mode(const char *mode) {
@@ -67,17 +76,11 @@ pfa_status pfa_fopen(vek_file *record, int selector, const char *mode) {
     if (selector == PFA_NEXT_VERSION && std::strchr(mode, 'w') == nullptr) {
         return PFA_E_CANT_OPEN;
     }
-    int version = 0;
-    pfa_status status = pfa_get_file_vers(record, selector, &version);
-    if (status != PFA_E_NO_ERROR) {
-        return status;
-    }
-    if (version < SHRT_MIN || version > SHRT_MAX) {
-        return PFA_E_CANT_OPEN;
-    }
-    (void)pfa_put_version(record, version);
     char name[PFA_PATH_SIZE] = "";
-    status = pfa_status(pfaloc_call_FLPPI(record, PfaFopen, name, mode, version));
+    pfa_status status = put_version_to_open(record, selector);
+    if (status == PFA_E_NO_ERROR) {
+        status = pfa_status(pfaloc_call_FLPPI(record, PfaFopen, name, mode, int(record->version)));
+    }
     if (status != PFA_E_NO_ERROR) {
         return status;
     }

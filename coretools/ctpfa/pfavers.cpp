@@ -4,11 +4,9 @@
 #include "coretools/ctfileutil/objextension.h"
 #include "coretools/ctpfa/pfa_dir_filter.h"
 #include "coretools/ctpfa/pfadir.h"
-#include "coretools/ctpfa/pfadirpath.h"
-#include "coretools/ctpfa/pfainfo.h"
-#include "coretools/ctpfa/pfaloc_call.h"
 #include "coretools/ctpfa/pfamem.h"
 #include "coretools/ctpfa/pfapars.h"
+#include "coretools/ctpfa/pfarecord_internal.h"
 #include "coretools/ctpfa/pfastream.h"
 
 #include <algorithm>
@@ -19,10 +17,11 @@
 
 namespace {
 
-// The types of IGS, SET, VDA and DXF files, which other systems write. A range: the codes are
-// consecutive and no other type lies between.
-constexpr int FIRST_EXCHANGE_TYPE = 134;
-constexpr int LAST_EXCHANGE_TYPE = 137;
+// True for IGS, SET, VDA and DXF files, which other systems write. Their codes are consecutive.
+constexpr bool is_exchange_type(int type) {
+    constexpr int IGS = 134, DXF = 137;
+    return type >= IGS && type <= DXF;
+}
 
 constexpr int NO_FILE = -1; // a maximum of no version at all
 
@@ -70,8 +69,7 @@ pfa_status pfa_search_file_versions(vek_file *directory, found_versions *found) 
 
 // True if names of this type, or in this location, are the same in either case.
 bool ignores_case(vek_file *directory, int type) {
-    return type == OBJ_TYPE_NO_MEMBER ||
-           (type >= FIRST_EXCHANGE_TYPE && type <= LAST_EXCHANGE_TYPE) ||
+    return type == OBJ_TYPE_NO_MEMBER || is_exchange_type(type) ||
            pfaloc_call_F(directory, PfaCaseSensitiveLoc) == 0;
 }
 
@@ -118,16 +116,13 @@ pfa_status pfa_get_file_vers(const vek_file *record, int selector, int *version)
         return PFA_E_NO_ERROR;
     }
     char name[PFA_PATH_SIZE];
-    const pfa_status named = pfa_get_file_name(record, PFA_NAME_AND_EXTENSION, name);
-    if (named != PFA_E_NO_ERROR) {
-        return named;
+    vek_file directory;
+    pfa_init_vek_file(&directory);
+    pfa_status result = pfa_get_file_name(record, PFA_NAME_AND_EXTENSION, name);
+    if (result == PFA_E_NO_ERROR) {
+        result = pfa_copy_directory(record, &directory);
     }
-    vek_file *directory = extract_pfa_dir(record);
-    if (directory == nullptr) {
-        return PFA_E_OUT_OF_MEMORY;
-    }
-    const pfa_status result =
-        pfa_get_file_vers_low(directory, name, selector, version, record->type);
-    (void)pfa_free_vek_file(&directory);
-    return result;
+    return result == PFA_E_NO_ERROR
+               ? pfa_get_file_vers_low(&directory, name, selector, version, record->type)
+               : result;
 }

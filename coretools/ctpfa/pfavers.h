@@ -16,7 +16,8 @@ enum pfa_version_selector : int {
 // failure. Results:
 //   PFA_E_NO_ERROR
 //   PFA_E_NOT_VALID      the record is null or not valid
-//   PFA_E_INVALID_INPUT  the selector is none, or `version` is null
+//   PFA_E_INVALID_INPUT  the selector is none, `version` is null, or the directory has no room for
+//                        the extension of directories
 //   PFA_E_NOT_FOUND      the latest version of a file that does not exist
 //   PFA_E_NO_ACCESS      the directory cannot be opened
 //   PFA_E_OUT_OF_MEMORY

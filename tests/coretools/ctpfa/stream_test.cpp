@@ -129,6 +129,9 @@ TEST(Streams, ThatDoNotOpenChangeNothing) {
         << "no 16 bits";
     EXPECT_EQ(pfa_fopen(scoped_record(tree.path + "gone/a.prt"), PFA_LATEST_VERSION, "r"),
               PFA_E_NO_ACCESS);
+    EXPECT_EQ(pfa_fopen(scoped_record("/" + std::string(255, 'd') + "/a"), PFA_LATEST_VERSION, "r"),
+              PFA_E_INVALID_INPUT)
+        << "no room for DIR";
     EXPECT_EQ(list(tree.path), names({"c.prt.32767"}));
 }
 
