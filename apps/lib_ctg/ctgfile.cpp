@@ -158,14 +158,6 @@ void write_lines(catalog_stream *catalog, const char *name) {
     write_block(catalog);
 }
 
-// True if the record names path itself. Text with a host before the path is left to the layer.
-bool is_named_by(vek_file *record, const char *path) {
-    char name[PFA_PATH_SIZE];
-    return path[0] != '/' || path[1] == '/' ||
-           (pfa_get_full_name_mixed_case(record, name, 0) == PFA_E_NO_ERROR &&
-            std::strcmp(name, path) == 0);
-}
-
 // What has the catalog's name must be a plain file: opening a FIFO would wait for a reader, a
 // device would swallow the catalog, and a symbolic link would write to a file outside the root.
 bool may_be_written(vek_file *record) {
@@ -186,7 +178,9 @@ pfa_status open_catalog(vek_file *record, const char *name) {
     if (status != PFA_E_NO_ERROR) {
         return status;
     }
-    if (!is_named_by(record, catalog_path) || !may_be_written(record)) {
+    // Text with a host before the path is left to the layer.
+    const bool has_host = catalog_path[0] != '/' || catalog_path[1] == '/';
+    if ((!has_host && !pfa_is_named(record, catalog_path)) || !may_be_written(record)) {
         return PFA_E_INVALID_NAME;
     }
     const pfa_status opened = pfa_fopen(record, 0, binary_mode("w"));

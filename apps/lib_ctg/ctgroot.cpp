@@ -1,6 +1,7 @@
 // The library root: the text that a build works on.
 #include "apps/lib_ctg/ctgroot.h"
 
+#include "coretools/ctpfa/path_text.h"
 #include "coretools/ctpfa/pfacomponent.h"
 #include "coretools/ctpfa/pfadirpath.h"
 #include "coretools/ctpfa/pfaget.h"
@@ -16,18 +17,7 @@
 namespace {
 
 bool is_plain(std::string_view root) {
-    if (root[0] != '/' || root.find_first_of("$~") != root.npos) {
-        return false;
-    }
-    while (!root.empty()) {
-        root.remove_prefix(1);
-        const std::string_view segment = root.substr(0, root.find('/'));
-        if (segment.empty() || segment == "." || segment == "..") {
-            return false;
-        }
-        root.remove_prefix(segment.size());
-    }
-    return true;
+    return root.find_first_of("$~") == root.npos && is_plain_path(root);
 }
 
 using root_text = bounded_text<PFA_PATH_SIZE>;
@@ -126,9 +116,8 @@ pfa_status check_parsed_again(vek_file *record, const char *directory) {
     if (status != PFA_E_NO_ERROR) {
         return status;
     }
-    return !names_host_or_device(record) && pfa_is_directory_named(record, text.c_str())
-               ? PFA_E_NO_ERROR
-               : PFA_E_INVALID_NAME;
+    return !names_host_or_device(record) && pfa_is_named(record, text.c_str()) ? PFA_E_NO_ERROR
+                                                                               : PFA_E_INVALID_NAME;
 }
 
 pfa_status resolve_path_root(vek_file *record, library_root *root) {

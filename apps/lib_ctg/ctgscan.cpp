@@ -18,6 +18,7 @@
 #include "coretools/ctpfafs/pfafs_dir.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 
 namespace {
@@ -51,22 +52,20 @@ void report_not_opened(const char *dir_path) {
     }
 }
 
-// Stores the path that the record names in the level. False if that is not dir_path to the letter,
-// or, for the directory that scan_dir was called with, dir_path with a '/', less the host that may
-// stand before it.
+// Stores in the level the path that dir_path stands for: for the directory that scan_dir was called
+// with, less the host that may stand before it and with a '/'. True if the record, which dir_path
+// was parsed into, reads back as that path.
 bool is_named_by(vek_file *directory, const char *dir_path, scan_level *level) {
-    if (pfa_path_is_absolute(directory) == 0 ||
-        pfa_get_path(directory, level->path) != PFA_E_NO_ERROR) {
+    const bool first = level->parent == nullptr;
+    const std::size_t size = std::strlen(dir_path) + 1;
+    const std::size_t host = first ? size - static_cast<std::size_t>(level->root_prefix_length) : 0;
+    if (host >= size) {
         return false;
     }
-    level->length = std::strlen(level->path);
-    if (level->parent != nullptr) {
-        return std::strcmp(level->path, dir_path) == 0;
-    }
-    const auto prefix_length = static_cast<std::size_t>(level->root_prefix_length);
-    const std::size_t lead = std::strlen(dir_path) + 1 - prefix_length;
-    return level->length == prefix_length &&
-           std::strncmp(level->path, dir_path + lead, level->length - 1) == 0;
+    const int length =
+        std::snprintf(level->path, sizeof level->path, "%s%s", dir_path + host, first ? "/" : "");
+    level->length = static_cast<std::size_t>(length);
+    return level->length < sizeof level->path && pfa_is_named(directory, level->path);
 }
 
 bool is_own_ancestor(const scan_level *level) {
@@ -149,7 +148,7 @@ ctg_result take_directory(vek_file *entry, char *path, const scan_level *level) 
         return CTG_DONE;
     }
     std::strcat(path, "/");
-    if (!pfa_is_directory_named(entry, path)) {
+    if (!pfa_is_named(entry, path)) {
         report_no_access(path);
         return CTG_DONE;
     }

@@ -28,6 +28,21 @@ std::string_view take_element(std::string_view *path) {
 
 } // namespace
 
+bool is_plain_path(std::string_view path) {
+    if (!path.starts_with('/')) {
+        return false;
+    }
+    while (!path.empty()) {
+        path.remove_prefix(1);
+        const std::string_view element = path.substr(0, path.find('/'));
+        if (element.empty() || element == "." || element == WRITTEN_STEP) {
+            return false;
+        }
+        path.remove_prefix(element.size());
+    }
+    return true;
+}
+
 std::size_t directory_part_size(std::string_view name) {
     return name.find_last_of("/\\") + 1; // npos + 1 is 0
 }

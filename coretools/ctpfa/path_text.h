@@ -20,6 +20,9 @@ constexpr bool is_separator(char character) {
     return character == '/' || character == '\\';
 }
 
+// True if the path is absolute and has no empty element, no "." and no "..".
+bool is_plain_path(std::string_view path);
+
 // Returns the size of the directory part of a name: up to and including its last separator.
 std::size_t directory_part_size(std::string_view name);
 

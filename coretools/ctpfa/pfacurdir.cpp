@@ -87,7 +87,7 @@ void load_pfa_cur_dir(const vek_file *directory) {
     const auto text = working_directory();
     // A name such as "a\b" or "^" reads as another directory; better none than that one.
     if (parse_to_pfa(Cur_Dir, 1, text.c_str()) != PFA_E_NO_ERROR ||
-        !pfa_is_directory_named(Cur_Dir, text.c_str())) {
+        !pfa_is_named(Cur_Dir, text.c_str())) {
         (void)parse_to_pfa(Cur_Dir, 1, "");
     }
     (void)pfa_put_version(Cur_Dir, 0);

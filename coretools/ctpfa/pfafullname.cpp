@@ -137,9 +137,8 @@ pfa_status pfa_get_file_name_mixed_case(const vek_file *record, int include, cha
     return write_parts(record, include, lower != 0, out);
 }
 
-bool pfa_is_directory_named(const vek_file *record, const char *name) {
+bool pfa_is_named(const vek_file *record, const char *name) {
     char written[PFA_PATH_SIZE];
-    return pfa_is_dir(record) != 0 &&
-           pfa_get_file_name(record, PFA_DIRECTORY_NAME, written) == PFA_E_NO_ERROR &&
-           std::string_view(written) == name;
+    return pfa_get_file_name_mixed_case(record, PFA_OS_NAME, written, 0) == PFA_E_NO_ERROR &&
+           std::strcmp(written, name) == 0;
 }

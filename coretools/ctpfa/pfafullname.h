@@ -27,7 +27,7 @@ pfa_status pfa_get_file_name_mixed_case(const vek_file *record, int include,
 // 1 if full names of the record are written in lower case, as its type has it; also for null.
 int pfa_no_mixed_case(const vek_file *record);
 
-// True if the record is a directory whose device and path are written exactly as `name`, which ends
-// in '/'. The name that a directory really has can read as another one ("a\b", "^", "x::y"): parse
-// it and ask this to see that it reads back as itself.
-bool pfa_is_directory_named(const vek_file *record, const char *name);
+// True if the full name of the record, without its host and with its case kept, is exactly `name`;
+// that of a directory ends in '/'. A name that a file or directory really has can read as another
+// one ("a\b", "^", "x::y"): parse it and ask this to see that it reads back as itself.
+bool pfa_is_named(const vek_file *record, const char *name);

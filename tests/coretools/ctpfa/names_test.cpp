@@ -205,14 +205,18 @@ TEST(FullName, ANameThatDoesNotFitIsNotCut) {
     EXPECT_STREQ(name, "");
 }
 
-// The names of real directories that read as others.
-TEST(FullName, TellsWhetherADirectoryReadsBackAsItself) {
+// The names that real files and directories have can read as others.
+TEST(FullName, TellsWhetherANameReadsBackAsItself) {
     scoped_record record;
-    for (const char *name : {"/data/part.prt/", "/data/part.prt", "/data/a\\b/", "/data/^/",
-                             "/data/../", "/data//lib/", "x:/lib/"}) {
+    const auto reads_back = [&](const char *name) {
         EXPECT_EQ(parse_to_pfa(record, 1, name), PFA_E_NO_ERROR);
-        EXPECT_EQ(pfa_is_directory_named(record, name), name == std::string("/data/part.prt/"))
-            << name;
+        return pfa_is_named(record, name);
+    };
+    for (const char *name : {"/data/part.prt/", "/data/Part.PRT.3"}) {
+        EXPECT_TRUE(reads_back(name)) << name;
+    }
+    for (const char *name : {"/data/a\\b/", "/data/^/", "/data/../", "/data//lib/", "x:/lib/"}) {
+        EXPECT_FALSE(reads_back(name)) << name;
     }
 }
 

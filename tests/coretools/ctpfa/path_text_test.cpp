@@ -74,4 +74,13 @@ TEST(PathText, LastElementAndParent) {
     EXPECT_EQ(directory_part_size("x.prt"), 0u);
 }
 
+TEST(PathText, PlainPaths) {
+    for (const char *path : {"/a", "/a/b.c/...", "/.a/..b"}) {
+        EXPECT_TRUE(is_plain_path(path)) << path;
+    }
+    for (const char *path : {"", "/", "a/b", "/a/", "/a//b", "/./a", "/a/..", "//a"}) {
+        EXPECT_FALSE(is_plain_path(path)) << path;
+    }
+}
+
 } // namespace
