@@ -4,7 +4,8 @@
 #include "coretools/ctpfa/pfaloc_tables.h"
 #include "coretools/ctpfa/vek_file.h"
 
-// The location type of a new record, and of one without a location that is opened or gets a path.
+// The location type of a new record, and of one without a location type that is opened or gets a
+// path: without a type there is no method to ask, and this is the one type that is always there.
 constexpr pfa_location_type PFA_DEFAULT_LOCATION = PfaStdFilesystem;
 
 // Registers the location types of the system. Called once, by the first allocation of a record.

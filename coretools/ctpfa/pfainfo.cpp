@@ -63,8 +63,9 @@ int pfa_is_local(const vek_file *record) {
     if (pfa_is_valid(record) == 0) {
         return -1;
     }
-    // What another type keeps as a host need not be a host of the network.
-    if (record->location_type != NoLocation && record->location_type != PfaStdFilesystem) {
+    // What another type keeps as a host need not be one of the network, and no method says whether
+    // it is: a location type decides in "PfaFopen" and "PfaDirOpen" what it can reach.
+    if (record->location_type != PfaStdFilesystem) {
         return 1;
     }
     char host[PFA_HOST_SIZE];
