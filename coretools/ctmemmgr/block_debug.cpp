@@ -71,9 +71,8 @@ void add_block_to_released_list(void *block, std::size_t whole_size) {
 bool get_released_block(int index, released_block *entry) {
     const lazy_mutex_guard guard(released_list_lock);
     const void *kept = har_access(&static_released_blocks_har, index, nullptr, nullptr);
-    if (kept == nullptr) {
-        return false;
+    if (kept != nullptr) {
+        *entry = *static_cast<const released_block *>(kept);
     }
-    *entry = *static_cast<const released_block *>(kept);
-    return true;
+    return kept != nullptr;
 }

@@ -1,5 +1,6 @@
 // Searching, walking and plain insertion, for both kinds of tree.
 #include "coretools/ctmemmgr/btree_internal.h"
+#include "coretools/ctmemmgr/xar_internal.h"
 
 #include <cstdio>
 
@@ -84,9 +85,7 @@ int btree_locate(const btree *tree, const void *key, btree_compare compare, btre
     while (node != nullptr) {
         const int order = compare(key, node->data);
         if (order == 0) {
-            if (equal != nullptr) {
-                *equal = node;
-            }
+            store_if_wanted(equal, node);
             return 1;
         }
         if (order > 0) {
@@ -97,12 +96,8 @@ int btree_locate(const btree *tree, const void *key, btree_compare compare, btre
             node = node->left;
         }
     }
-    if (below != nullptr) {
-        *below = nearest_below;
-    }
-    if (above != nullptr) {
-        *above = nearest_above;
-    }
+    store_if_wanted(below, nearest_below);
+    store_if_wanted(above, nearest_above);
     return 0;
 }
 

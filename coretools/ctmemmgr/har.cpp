@@ -125,12 +125,8 @@ void *har_access(void ***top, int index, int *chunk, int *offset) {
         found = static_cast<char *>((*top)[number]) +
                 static_cast<std::ptrdiff_t>(place) * shape.element_size;
     }
-    if (chunk != nullptr) {
-        *chunk = number;
-    }
-    if (offset != nullptr) {
-        *offset = place;
-    }
+    store_if_wanted(chunk, number);
+    store_if_wanted(offset, place);
     return found;
 }
 

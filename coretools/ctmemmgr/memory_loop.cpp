@@ -90,6 +90,11 @@ void **new_address(memory_loop_record *record) {
     return static_cast<void **>(address);
 }
 
+// Returns what the recording pass stored for an allocation; null if it made none of that number.
+void **address_at(memory_loop_record *record, int number) {
+    return static_cast<void **>(har_access(&record->addresses, number, nullptr, nullptr));
+}
+
 enum class allocation_seen { COUNTED, NOT_RELEASED_BEFORE, ONE_TOO_MANY, NO_MEMORY };
 
 // Does with an allocation what the pass asks for.
@@ -102,8 +107,7 @@ allocation_seen see_allocation(memory_loop_record *record, void *data) {
     const int number = record->count;
     allocation_seen seen = allocation_seen::COUNTED;
     if (level == LOOP_REPORTING) {
-        const auto *const entry =
-            static_cast<void **>(har_access(&record->addresses, number, nullptr, nullptr));
+        const void *const *const entry = address_at(record, number);
         if (entry == nullptr) {
             return allocation_seen::ONE_TOO_MANY;
         }
@@ -130,13 +134,9 @@ void dbggetmem_mark(void *data, int number) {
     set_block_serial(data, static_cast<std::uint32_t>(number));
 }
 
-int dbggetmem_index(const void *data) {
-    return memdebug_serial(data);
-}
-
 } // namespace
 
-memory_loop_record dbggetmem = {{0},           0, 0, nullptr, dbggetmem_mark, dbggetmem_index,
+memory_loop_record dbggetmem = {{0},           0, 0, nullptr, dbggetmem_mark, memdebug_serial,
                                 dbggetmem_size};
 
 void dbggetmem_access(memory_loop_record **record) {
@@ -180,20 +180,15 @@ void debug_memory_loop_alloc(memory_loop_record *record, void *data) {
     if (current_level() == LOOP_OFF || !is_followed(record, data)) {
         return;
     }
-    switch (see_allocation(record, data)) {
-    case allocation_seen::COUNTED:
-        break;
-    case allocation_seen::NOT_RELEASED_BEFORE:
+    const allocation_seen seen = see_allocation(record, data);
+    if (seen == allocation_seen::NOT_RELEASED_BEFORE) {
         debug_memory_not_released(record, data);
-        break;
-    case allocation_seen::ONE_TOO_MANY:
-        std::printf("debug_memory_loop_alloc: too many allocations.");
-        std::printf(" Cancelling memory loop.\n");
+    } else if (seen != allocation_seen::COUNTED) {
+        if (seen == allocation_seen::ONE_TOO_MANY) {
+            std::printf("debug_memory_loop_alloc: too many allocations.");
+            std::printf(" Cancelling memory loop.\n");
+        }
         debug_cancel_memory_loop();
-        break;
-    case allocation_seen::NO_MEMORY:
-        debug_cancel_memory_loop();
-        break;
     }
 }
 
@@ -203,8 +198,7 @@ void debug_mark_released_memory(memory_loop_record *record, void *data) {
         return;
     }
     const lazy_mutex_guard guard(loop_lock);
-    auto *const entry =
-        static_cast<void **>(har_access(&record->addresses, record->index(data), nullptr, nullptr));
+    void **const entry = address_at(record, record->index(data));
     if (entry != nullptr && *entry == data) {
         *entry = nullptr;
     }

@@ -10,7 +10,6 @@
 #include "coretools/ctmisc/run_mode.h"
 #include "coretools/ctplatform/wide_text.h"
 
-#include <algorithm>
 #include <atomic>
 #include <cstdarg>
 #include <cstdio>
@@ -43,16 +42,11 @@ void decide_what_a_serious_error_does() {
     int undecided = DBG_ERR_UNDECIDED;
     should_alert_on_error.compare_exchange_strong(
         undecided, user_run_mode() != 0 ? DBG_ERR_CONTINUES : DBG_ERR_ENDS_PROCESS);
-    if (should_show_dialog != UNDECIDED) {
-        return;
-    }
-    const int run_mode = get_run_mode();
-    if (get_input_mode() != INPUT_MODE_WITHOUT_DIALOG) {
-        should_show_dialog = 1;
-    } else if (run_mode == RUN_MODE_REGRESSION || run_mode == RUN_MODE_NO_CALLBACK) {
-        should_show_dialog = 0;
-    } else {
-        should_show_dialog = std::getenv("DBG_ERR_SHOW_DIALOG") != nullptr ? 1 : 0;
+    if (should_show_dialog == UNDECIDED) {
+        const int mode = get_run_mode();
+        const bool by_wish = mode != RUN_MODE_REGRESSION && mode != RUN_MODE_NO_CALLBACK &&
+                             std::getenv("DBG_ERR_SHOW_DIALOG") != nullptr;
+        should_show_dialog = get_input_mode() != INPUT_MODE_WITHOUT_DIALOG || by_wish ? 1 : 0;
     }
 }
 
@@ -64,12 +58,8 @@ void put_in_trail(const char *text) {
 // The trail's line for a report: name and message, at most 258 characters and always without the
 // last character.
 void make_trail_line(char (&line)[TRAIL_SIZE], const char *name, const char *message) {
-    std::snprintf(line, sizeof line, "%s  :", name);
-    const std::size_t prefix = std::strlen(line);
-    const std::size_t room = sizeof line - 1;
-    const std::size_t whole = std::min(prefix + std::strlen(message), room);
-    std::memcpy(line + prefix, message, whole - prefix);
-    line[whole - 1] = '\0';
+    std::snprintf(line, sizeof line, "%s  :%s", name, message);
+    line[std::strlen(line) - 1] = '\0';
 }
 
 // message is null if there is none. shown: name and message are printed and kept.

@@ -33,12 +33,6 @@ bool has_array(const void *const *handle, const char *tag) {
     return (handle == nullptr || *handle != nullptr) && require_valid(handle, tag);
 }
 
-void store(int *output, int value) {
-    if (output != nullptr) {
-        *output = value;
-    }
-}
-
 void unwind(const char *tag, const char *text) {
     std::printf("%s:  %s\n", tag, text);
     error_break("Memory error.");
@@ -318,10 +312,10 @@ void xar_params(const void *const *handle, int *element_size, int *step, int *co
         return;
     }
     xar_header *header = xar_header_of(*handle);
-    store(element_size, header->element_size);
-    store(step, xar_step(header));
-    store(count, xar_trailer_of(header)->count);
-    store(maximum, limit_of(header->element_size));
+    store_if_wanted(element_size, int{header->element_size});
+    store_if_wanted(step, xar_step(header));
+    store_if_wanted(count, xar_trailer_of(header)->count);
+    store_if_wanted(maximum, limit_of(header->element_size));
 }
 
 void xar_free(void **handle) {

@@ -69,11 +69,6 @@ template <xar_element T>
     return static_cast<T *>(xar_alloc(count, static_cast<int>(sizeof(T)), step));
 }
 
-template <xar_element T>
-[[nodiscard]] T *zone_xar_alloc_of(int zone, int count, int step) {
-    return static_cast<T *>(zone_xar_alloc(zone, count, static_cast<int>(sizeof(T)), step));
-}
-
 // Runs an operation that may change the handle on an untyped copy of it.
 template <xar_element T, class Operation>
 auto xar_with_untyped(T **handle, Operation operation) {

@@ -1,5 +1,12 @@
-// For the structures of this folder that are built from extensible arrays.
+// What the arrays and trees of this folder share.
 #pragma once
+
+template <class T>
+void store_if_wanted(T *output, T value) {
+    if (output != nullptr) {
+        *output = value;
+    }
+}
 
 // As xar_alloc, but returns null without a report if memory is exhausted: control comes back, and
 // the caller can release what it holds before it reports.
