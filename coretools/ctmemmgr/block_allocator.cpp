@@ -105,20 +105,16 @@ block_move move_block(void *old_data, int size, int xar) {
     block_header *const next = trailer_of(old)->next;
     const bool keeps = keeps_released_blocks();
     block_move move = {old, nullptr, block_size(old), keeps, keeps || always_relocates()};
-    if (move.copies) {
-        move.to = obtain_block(size);
-    } else {
-        move.to = obtain([=] { return std::realloc(old, whole_size(size)); });
+    move.to = move.copies ? obtain_block(size)
+                          : obtain([=] { return std::realloc(old, whole_size(size)); });
+    if (move.to != nullptr) {
+        if (move.copies) {
+            std::memcpy(data_of(move.to), old_data,
+                        static_cast<std::size_t>(std::min(size, move.old_size)));
+        }
+        set_block_size(move.to, size);
+        replace_in_chain(move.to, prev, next, move.old_size, xar);
     }
-    if (move.to == nullptr) {
-        return move;
-    }
-    if (move.copies) {
-        std::memcpy(data_of(move.to), old_data,
-                    static_cast<std::size_t>(std::min(size, move.old_size)));
-    }
-    set_block_size(move.to, size);
-    replace_in_chain(move.to, prev, next, move.old_size, xar);
     return move;
 }
 

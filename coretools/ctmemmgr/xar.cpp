@@ -144,17 +144,6 @@ void *extend(void **handle, int count, char *first) {
     return first;
 }
 
-bool may_extend(const void *const *handle, int count) {
-    if (!require_valid(handle, "XAR_EXTEND")) {
-        return false;
-    }
-    if (count < 0) {
-        err_crash("XAR_EXTEND", "invalid request");
-        return false;
-    }
-    return true;
-}
-
 void *make_array(int zone, int count, int element_size, int step, failure_mode mode) {
     if (count == 0 && step == 0) {
         return nullptr;
@@ -210,17 +199,22 @@ void xar_report_exhausted_memory() {
 }
 
 void *xar_extend(void **handle, int count) {
-    if (!may_extend(handle, count) || count == 0) {
+    if (count == 0) {
+        require_valid(handle, "XAR_EXTEND");
         return nullptr;
     }
-    return extend(handle, count, end_in_use(*handle));
+    return xar_append(handle, count, nullptr);
 }
 
 void *xar_append(void **handle, int count, const void *source) {
     if (count == 0) {
         return xar_last(handle);
     }
-    if (!may_extend(handle, count)) {
+    if (!require_valid(handle, "XAR_EXTEND")) {
+        return nullptr;
+    }
+    if (count < 0) {
+        err_crash("XAR_EXTEND", "invalid request");
         return nullptr;
     }
     // A source in the array itself moves with it.

@@ -14,10 +14,9 @@
 namespace {
 
 struct zone_record {
-    char **chunks; // extensible array
-    int used_units;
+    char **chunks;  // extensible array
+    int used_units; // of the last chunk
     int chunk_units;
-    int current_chunk; // -1 before the first
     bool in_use;
 };
 
@@ -59,19 +58,19 @@ int units_of(int size) {
     return size / ZONE_UNIT + (size % ZONE_UNIT != 0 ? 1 : 0);
 }
 
-// Returns a piece of the zone's current chunk; null if it does not fit.
+// Returns a piece of the zone's last chunk; null if it does not fit.
 void *take_from_chunk(zone_record *record, int units) {
-    if (record->current_chunk < 0 || units > record->chunk_units - record->used_units) {
+    char *const *const chunk = xar_last(&record->chunks);
+    if (chunk == nullptr || units > record->chunk_units - record->used_units) {
         return nullptr;
     }
-    char *const piece = record->chunks[record->current_chunk] +
-                        static_cast<std::size_t>(record->used_units) * ZONE_UNIT;
+    char *const piece = *chunk + static_cast<std::size_t>(record->used_units) * ZONE_UNIT;
     record->used_units += units;
     return piece;
 }
 
 // Stores the size of the zone's chunks in *chunk_units, 0 if it cannot serve so many units, and
-// returns a piece of its current chunk, or null.
+// returns a piece of its last chunk, or null.
 void *take_piece(int zone, int units, int *chunk_units) {
     const lazy_mutex_guard guard(zone_arr_mutex);
     zone_record *const record = open_zone(zone);
@@ -92,7 +91,6 @@ void *take_from_new_chunk(int zone, int units, char *chunk, int chunk_units) {
         !append_element(&record->chunks, chunk, CHUNK_STEP)) {
         return nullptr;
     }
-    record->current_chunk++;
     record->used_units = 0;
     return take_from_chunk(record, units);
 }
@@ -105,7 +103,7 @@ char **detach_chunks(int zone, bool closes) {
         return nullptr;
     }
     char **const chunks = record->chunks;
-    *record = {nullptr, 0, record->chunk_units, -1, !closes};
+    *record = {nullptr, 0, record->chunk_units, !closes};
     return chunks;
 }
 
@@ -126,7 +124,7 @@ int zone_open(int chunk_size) {
     if (chunk_size <= 0 || chunk_size > INT32_MAX / ZONE_UNIT * ZONE_UNIT) {
         return -1;
     }
-    const zone_record fresh = {nullptr, 0, units_of(chunk_size), -1, true};
+    const zone_record fresh = {nullptr, 0, units_of(chunk_size), true};
     const lazy_mutex_guard guard(zone_arr_mutex);
     int zone = 0;
     while (zone < num_in_zone_arr && zone_arr[zone].in_use) {
