@@ -49,7 +49,8 @@ bool append_chunks(void ***top, const chunk_shape &shape, int count, const char 
             return false;
         }
         if (source != nullptr) {
-            const auto bytes = static_cast<std::size_t>(part * shape.element_size);
+            const std::size_t bytes =
+                static_cast<std::size_t>(part) * static_cast<std::size_t>(shape.element_size);
             std::memcpy(chunk, source, bytes);
             source += bytes;
         }
