@@ -18,7 +18,6 @@ struct trp_cleanup_call {
 namespace {
 
 std::atomic<thrLocalObject *> trp_stack_key{nullptr};
-trp_stack *static_trap = nullptr; // only while threading is off
 
 thread_local trp_marked_call *innermost_call = nullptr;
 
@@ -103,9 +102,7 @@ trp_stack *tls_get_trap_ptr() {
     if (IsThreadingEnabled()) {
         return nullptr;
     }
-    if (static_trap == nullptr) {
-        static_trap = new trp_stack;
-    }
+    static trp_stack *const static_trap = new trp_stack;
     return static_trap;
 }
 
