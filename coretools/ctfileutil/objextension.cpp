@@ -7,12 +7,12 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <compare>
 #include <cstdint>
 #include <iterator>
 
 namespace {
 
-constexpr const object_row *FIRST_ROW = std::begin(object);
 constexpr const object_row *DEFAULT_ROW = std::end(object) - 1;
 static_assert(DEFAULT_ROW->type == OBJ_TYPE_DEFAULT);
 
@@ -31,66 +31,58 @@ static_assert(std::all_of(std::begin(object), std::end(object), [](const object_
     return make_key(row.extension, &key);
 }));
 
-constexpr auto EXTENSION_KEYS = [] {
-    std::array<std::uint64_t, OBJECT_COUNT> keys{};
-    for (std::size_t i = 0; i < keys.size(); ++i) {
-        make_key(object[i].extension, &keys[i]);
-    }
-    return keys;
-}();
-
-constexpr std::uint64_t key_of(const object_row &row) {
-    return EXTENSION_KEYS[static_cast<std::size_t>(&row - object)];
+constexpr std::uint64_t extension_key(const object_row &row) {
+    std::uint64_t key = 0;
+    make_key(row.extension, &key);
+    return key;
 }
 
-constexpr int type_of(const object_row &row) {
+constexpr int type_code(const object_row &row) {
     return row.type;
 }
 
-using row_pointer = const object_row *;
+// Ordered by key, rows with equal keys as they are in the table.
+template <class Key>
+struct keyed_row {
+    Key key;
+    const object_row *row;
+    auto operator<=>(const keyed_row &) const = default;
+};
 
-// The first COUNT rows ordered by a key, equal ones as in the table.
-template <auto key_of_row, std::size_t COUNT>
-constexpr std::array<row_pointer, COUNT> sorted_rows() {
-    std::array<row_pointer, COUNT> rows{};
+// The first COUNT rows of the table, sorted.
+template <std::size_t COUNT, class Key>
+constexpr auto sorted_rows(Key (*key_of)(const object_row &)) {
+    std::array<keyed_row<Key>, COUNT> rows{};
     for (std::size_t i = 0; i < COUNT; ++i) {
-        rows[i] = &object[i];
+        rows[i] = {key_of(object[i]), &object[i]};
     }
-    std::sort(rows.begin(), rows.end(), [](row_pointer left, row_pointer right) {
-        const auto left_key = key_of_row(*left);
-        const auto right_key = key_of_row(*right);
-        return left_key != right_key ? left_key < right_key : left < right;
-    });
+    std::sort(rows.begin(), rows.end());
     return rows;
 }
 
 // All but the default row by extension, and all by type code.
-constexpr auto sorted_ext_table = sorted_rows<key_of, OBJECT_COUNT - 1>();
-constexpr auto sorted_type_table = sorted_rows<type_of, OBJECT_COUNT>();
+constexpr auto sorted_ext_table = sorted_rows<OBJECT_COUNT - 1>(extension_key);
+constexpr auto sorted_type_table = sorted_rows<OBJECT_COUNT>(type_code);
 
-// The first row with the key, or null.
-template <auto key_of_row, class Rows, class Key>
-row_pointer first_row(const Rows &sorted, Key key) {
-    const auto row = std::partition_point(sorted.begin(), sorted.end(),
-                                          [key](row_pointer at) { return key_of_row(*at) < key; });
-    return row != sorted.end() && key_of_row(**row) == key ? *row : nullptr;
+// The first row with the key, or null. The row that was found last is tried first.
+template <const auto &SORTED, class Key>
+const object_row *find_row(Key key) {
+    static constinit std::atomic<const keyed_row<Key> *> last{SORTED.data()};
+    const keyed_row<Key> *found = last.load(std::memory_order_relaxed);
+    if (found->key != key) {
+        found = std::partition_point(SORTED.begin(), SORTED.end(),
+                                     [key](const keyed_row<Key> &at) { return at.key < key; });
+        if (found == SORTED.end() || found->key != key) {
+            return nullptr;
+        }
+        last.store(found, std::memory_order_relaxed);
+    }
+    return found->row;
 }
 
-// The rows of the last type and of the last extension that were found.
-std::atomic<row_pointer> remembered_row{FIRST_ROW};
-std::atomic<row_pointer> remembered_extension{FIRST_ROW};
-
-row_pointer row_of_type(int type) {
-    row_pointer row = remembered_row.load(std::memory_order_relaxed);
-    if (row->type == type) {
-        return row;
-    }
-    row = first_row<type_of>(sorted_type_table, type);
-    if (row == nullptr) {
-        return DEFAULT_ROW;
-    }
-    remembered_row.store(row, std::memory_order_relaxed);
-    return row;
+const object_row *row_of_type(int type) {
+    const object_row *row = find_row<sorted_type_table>(type);
+    return row != nullptr ? row : DEFAULT_ROW;
 }
 
 } // namespace
@@ -100,16 +92,8 @@ int extension_to_type(const char *extension) {
     if (extension == nullptr || !make_key(extension, &key)) {
         return OBJ_TYPE_UNKNOWN_EXTENSION;
     }
-    row_pointer row = remembered_extension.load(std::memory_order_relaxed);
-    if (key_of(*row) == key) {
-        return row->type;
-    }
-    row = first_row<key_of>(sorted_ext_table, key);
-    if (row == nullptr) {
-        return OBJ_TYPE_UNKNOWN_EXTENSION;
-    }
-    remembered_extension.store(row, std::memory_order_relaxed);
-    return row->type;
+    const object_row *row = find_row<sorted_ext_table>(key);
+    return row != nullptr ? row->type : OBJ_TYPE_UNKNOWN_EXTENSION;
 }
 
 const char *type_to_extension(int type) {
