@@ -54,8 +54,7 @@ struct location_state {
     int eligible = 1;
     int is_virtual = 0;
     int whole_directories_only = 0;
-    void (*when_asked)() = nullptr;  // called once by "PfaDirCacheInvalid"
-    void (*when_closed)() = nullptr; // called once by "PfaDirClose"
+    void (*call_back)() = nullptr; // for the next "PfaDirCacheInvalid" or "PfaDirClose" to call
 } location;
 
 template <int METHOD, class... Argument>
@@ -77,22 +76,22 @@ int open_dir(vek_file *directory, void **handle, const char *key, const char *su
     return location.open_status;
 }
 
-void call_once(void (**function)()) {
-    if (void (*call)() = std::exchange(*function, nullptr)) {
-        call();
+void call_back() {
+    if (void (*function)() = std::exchange(location.call_back, nullptr)) {
+        function();
     }
 }
 
 int close_dir(vek_file *directory, void **handle) {
     --location.listings_kept;
     inherited(PfaDirClose, directory, handle);
-    call_once(&location.when_closed);
+    call_back();
     return 0;
 }
 
 int is_out_of_date(vek_file *directory, void **handle, const char *key) {
     const int changed = inherited(PfaDirCacheInvalid, directory, handle, key);
-    call_once(&location.when_asked);
+    call_back();
     return changed;
 }
 
@@ -403,13 +402,13 @@ TEST_F(DirectoryCache, ReleasesApplicationDataWithTheListing) {
 TEST_F(DirectoryCache, AMethodMayCallBackWhenAskedForFreshness) {
     list("mem:/d/");
     memory_directories["mem:/d/"]["new"];
-    location.when_asked = [] {
+    location.call_back = [] {
         pfa_dir_name_update_cache("mem:/d/");
         list("mem:/e/"); // takes the entry of the other
     };
     list("mem:/d/");
     EXPECT_GE(index_of("mem:/e/"), 0) << "dropped in place of the other";
-    location.when_asked = [] {
+    location.call_back = [] {
         for (char name[] = "mem:/a/"; name[5] <= 'z'; ++name[5]) { // the table moves
             list(name);
         }
@@ -420,7 +419,7 @@ TEST_F(DirectoryCache, AMethodMayCallBackWhenAskedForFreshness) {
 
 TEST_F(DirectoryCache, AMethodMayCallBackWhenItClosesAListing) {
     list("mem:/d/");
-    location.when_closed = [] {
+    location.call_back = [] {
         EXPECT_EQ(index_of("mem:/d/"), -1) << "its listing is being closed";
         list("mem:/d/");
         list("mem:/e/");
@@ -435,7 +434,7 @@ TEST_F(DirectoryCache, AMethodMayCallBackWhenItClosesAListing) {
 // notice, the jump to a trap frame lost the stream.
 TEST_F(DirectoryCache, ANoticeDoesNotJumpWhenMemoryRunsOut) {
     list("mem:/d/");
-    location.when_closed = [] {
+    location.call_back = [] {
         fail_allocation(0, true);
         rlsmem(getmem(1 << 20));
     };
