@@ -1,6 +1,7 @@
 // The directory cache: against an independent model, then loans, forced caching, application data,
 // calls back into the layer, and traces. The directories are in memory.
 #include "basictk/baselib/inc/thrTrap.h"
+#include "coretools/ctdci/dci.h"
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctpfa/pfadir.h"
 #include "coretools/ctpfa/pfadircache.h"
@@ -18,6 +19,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <filesystem>
 #include <list>
 #include <random>
 #include <utility>
@@ -378,6 +380,7 @@ TEST_F(DirectoryCache, ReleasesApplicationDataWithTheListing) {
         list("mem:/e/");
         pfa_dir_name_update_cache("mem:/d/");
     };
+    EXPECT_EQ(pfa_register_dir_appdata(-1, release), PFA_E_INVALID_INPUT);
     ASSERT_EQ(pfa_register_dir_appdata(3, release), PFA_E_NO_ERROR);
     scoped_record directory("mem:/d/");
     ASSERT_EQ(pfa_open_dir(directory), PFA_E_NO_ERROR);
@@ -448,6 +451,18 @@ TEST_F(DirectoryCache, ANoticeDoesNotJumpWhenMemoryRunsOut) {
     trp_pop_frame();
     fail_allocation(NO_FAILURE, false);
     EXPECT_EQ(location.listings_kept, 0);
+}
+
+// A report that is written during a notice opens its file, std.out.
+TEST_F(DirectoryCache, ANoticeIsNotGivenForTheReportOfANotice) {
+    const std::string here = std::filesystem::current_path().string() + "/";
+    list(here.c_str());
+    list("mem:/d/");
+    location.call_back = [] { EXPECT_EQ(dci_fopen("std.out", "no mode"), nullptr); };
+    EXPECT_EQ(dci_fopen("mem:/d/file", "no mode"), nullptr);
+    EXPECT_GE(index_of(here.c_str()), 0);
+    EXPECT_EQ(dci_fopen("std.out", "no mode"), nullptr);
+    EXPECT_EQ(index_of(here.c_str()), -1);
 }
 
 TEST_F(DirectoryCache, IsTracedWhenTheSwitchIsOn) {

@@ -23,6 +23,7 @@ TEST(PathRecordLife, RecyclingMakesARecordNew) {
     record->encode = 1;
     EXPECT_EQ(pfa_recycle_vek_file(&record), PFA_E_NO_ERROR);
     EXPECT_EQ(state_of(record), "|||0|-4");
+    EXPECT_STREQ(record->text, "");
     EXPECT_EQ(record->flags, 0u);
     EXPECT_EQ(record->encode, 0);
     EXPECT_EQ(pfa_free_vek_file(&record), PFA_E_NO_ERROR);
