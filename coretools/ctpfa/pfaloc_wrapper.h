@@ -3,7 +3,6 @@
 
 #include "coretools/ctpfa/pfaloc.h"
 
-#include <array>
 #include <cstddef>
 #include <string_view>
 #include <type_traits>
@@ -24,7 +23,14 @@ class plm_ptr {
     const void *address_;
 };
 
-// A calling sequence as a function type, with plm_ptr for P.
+inline int plm_erased(int number) {
+    return number;
+}
+inline plm_ptr plm_erased(const void *address) {
+    return address;
+}
+
+// A calling sequence as a function type, with plm_ptr for P: what a run-time call must match.
 template <char LETTER>
 using plm_parameter = std::conditional_t<
     LETTER == 'F', vek_file *,
@@ -39,87 +45,42 @@ template <int SEQUENCE>
 using plm_erased_function =
     decltype(plm_erase<SEQUENCE>(std::make_index_sequence<plm_letters<SEQUENCE>.size()>()));
 
-// An implementation found at run time: called with erased parameters, which become those of its
-// method again on the way.
-template <int SEQUENCE, class Function = plm_erased_function<SEQUENCE>>
-class plm_erased_call;
-
-template <int SEQUENCE, class... Parameter>
-class plm_erased_call<SEQUENCE, int (*)(Parameter...)> {
-  public:
-    plm_erased_call(int method, plm_any_function function)
-        : convert_(CONVERT[static_cast<std::size_t>(method)]), function_(function) {}
-
-    int operator()(Parameter... parameter) const { return convert_(function_, parameter...); }
-
-  private:
-    using converter = int (*)(plm_any_function, Parameter...);
-
-    template <int METHOD>
-    static int call_as(plm_any_function function, Parameter... parameter) {
-        return reinterpret_cast<pfa_method_function<METHOD>>(function)(parameter...);
-    }
-
-    template <int METHOD>
-    static constexpr converter converter_of() {
-        if constexpr (locMethodInfo[METHOD].sequence == SEQUENCE) {
-            return call_as<METHOD>;
-        } else {
-            return nullptr;
-        }
-    }
-
-    template <int... METHOD>
-    static constexpr std::array<converter, PFA_METHODS>
-    all_converters(std::integer_sequence<int, METHOD...>) {
-        return {converter_of<METHOD>()...};
-    }
-
-    // By method; null for those of other sequences.
-    static constexpr std::array<converter, PFA_METHODS> CONVERT =
-        all_converters(std::make_integer_sequence<int, PFA_METHODS>());
-
-    converter convert_;
-    plm_any_function function_;
-};
-
 // How the arguments of a wrapper become those of an implementation. `first` is what selects the
 // implementation: a record, which becomes its first parameter, or a location type, which does not.
 struct plm_with_type {
     template <class Function, class... Argument>
-    static auto call(const Function &function, int, Argument &&...argument)
-        -> decltype(function(std::forward<Argument>(argument)...)) {
-        return function(std::forward<Argument>(argument)...);
+    static auto call(Function *function, int, Argument &&...argument)
+        -> decltype(function(argument...)) {
+        return function(argument...);
     }
 };
 struct plm_with_record {
     template <class Function, class... Argument>
-    static auto call(const Function &function, vek_file *first, Argument &&...argument)
-        -> decltype(function(first, std::forward<Argument>(argument)...)) {
-        return function(first, std::forward<Argument>(argument)...);
+    static auto call(Function *function, vek_file *first, Argument &&...argument)
+        -> decltype(function(first, argument...)) {
+        return function(first, argument...);
     }
 };
 struct plm_with_handle {
     template <class Function, class... Argument>
-    static auto call(const Function &function, vek_file *first, Argument &&...argument)
-        -> decltype(function(first, &first->location_handle, std::forward<Argument>(argument)...)) {
-        return function(first, &first->location_handle, std::forward<Argument>(argument)...);
+    static auto call(Function *function, vek_file *first, Argument &&...argument)
+        -> decltype(function(first, &first->location_handle, argument...)) {
+        return function(first, &first->location_handle, argument...);
     }
 };
 struct plm_with_two_handles {
     template <class Function, class... Argument>
-    static auto call(const Function &function, vek_file *first, vek_file *second,
-                     Argument &&...argument)
+    static auto call(Function *function, vek_file *first, vek_file *second, Argument &&...argument)
         -> decltype(function(first, &first->location_handle, second, &second->location_handle,
-                             std::forward<Argument>(argument)...)) {
+                             argument...)) {
         return function(first, &first->location_handle, second, &second->location_handle,
-                        std::forward<Argument>(argument)...);
+                        argument...);
     }
 };
 
 template <class Shape, class Function, class... Argument>
-concept plm_callable = requires(const Function &function, Argument &&...argument) {
-    Shape::call(function, std::forward<Argument>(argument)...);
+concept plm_callable = requires(Function function, Argument &&...argument) {
+    Shape::call(function, argument...);
 };
 
 template <class Method>
@@ -141,21 +102,19 @@ class plm_wrapper {
     template <class... Argument>
     static bool may_call(selector first, int method, Argument &&...argument) {
         if constexpr (methodAttrTable[SEQUENCE].same_type) {
-            return have_same_type(method, first, std::forward<Argument>(argument)...);
-        } else {
-            return true;
+            const auto same_type = [&](const vek_file *second, auto...) {
+                return pfaloc_same_type(SEQUENCE, method, first, second);
+            };
+            return same_type(argument...);
         }
-    }
-    template <class... Rest>
-    static bool have_same_type(int method, vek_file *first, vek_file *second, Rest &&...) {
-        return pfaloc_same_type(SEQUENCE, method, first, second);
+        return true;
     }
 
-    static bool look_up(vek_file *record, int method, pfaloc_impl *found) {
-        return pfaloc_get_func(record, method, SEQUENCE, found) != 0;
+    static bool is_offered(vek_file *record, int method) {
+        return pfaloc_get_func(record, method, SEQUENCE, nullptr) != 0;
     }
-    static bool look_up(int type, int method, pfaloc_impl *found) {
-        return pfaloc_get_func_low(type, method, SEQUENCE, found) != 0;
+    static bool is_offered(int type, int method) {
+        return pfaloc_get_func_low(type, method, SEQUENCE, nullptr) != 0;
     }
 
   public:
@@ -169,22 +128,29 @@ class plm_wrapper {
             return PFA_E_NO_METHOD;
         }
         const plm_any_function found = pfaloc_find(first, METHOD, &plm_tag_of<function>);
-        if (found == nullptr) {
-            return PFA_E_NO_METHOD;
-        }
-        return shape::call(reinterpret_cast<function>(found), first,
-                           std::forward<Argument>(argument)...);
+        return found != nullptr ? shape::call(reinterpret_cast<function>(found), first, argument...)
+                                : PFA_E_NO_METHOD;
     }
 
-    // A method that is known at run time.
+    // A method that is known at run time: checked, and then called as what it is.
     template <plm_run_time_method Method, class... Argument>
     int operator()(selector first, Method method, Argument &&...argument) const requires
-        plm_callable<shape, plm_erased_call<SEQUENCE>, selector, Argument...> {
-        pfaloc_impl found;
-        if (!may_call(first, method, argument...) || !look_up(first, method, &found)) {
+        plm_callable<shape, plm_erased_function<SEQUENCE>, selector, Argument...> {
+        if (!may_call(first, method, argument...) || !is_offered(first, method)) {
             return PFA_E_NO_METHOD;
         }
-        return shape::call(plm_erased_call<SEQUENCE>(method, found.function()), first,
-                           std::forward<Argument>(argument)...);
+        int result = PFA_E_NO_METHOD;
+        const auto call_if_it_is = [&]<int METHOD>(pfa_method_constant<METHOD> known) {
+            if constexpr (locMethodInfo[METHOD].sequence == SEQUENCE) {
+                if (METHOD == static_cast<int>(method)) {
+                    result = (*this)(first, known, plm_erased(argument)...);
+                }
+            }
+        };
+        [&]<int... METHOD>(std::integer_sequence<int, METHOD...>) {
+            (call_if_it_is(pfa_method_constant<METHOD>()), ...);
+        }
+        (std::make_integer_sequence<int, PFA_METHODS>());
+        return result;
     }
 };
