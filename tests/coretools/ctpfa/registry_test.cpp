@@ -138,17 +138,13 @@ void expect_calls() {
     pfa_loc_method_register(TYPE, PfaCopyThruCookie, copy_both_handles);
     pfa_loc_register_setup(NoLocation);
 
-    // Known while compiling or only at run time, a method gets the same parameters.
-    for (const int method : {-1, int(PfaCopyThruCookie)}) {
-        record.location_handle = &record;
-        same.location_handle = nullptr;
-        int end = 0;
-        EXPECT_EQ(method < 0 ? pfaloc_call_FLFLPP(&record, PfaCopyThruCookie, &same, "", &end)
-                             : pfaloc_call_FLFLPP(&record, method, &same, "", &end),
-                  PFA_E_NOT_FOUND);
-        EXPECT_EQ(same.location_handle, &record);
-        EXPECT_EQ(end, 5);
-    }
+    // Known only at run time, a method gets the parameters that it declares.
+    record.location_handle = &record;
+    int end = 0;
+    EXPECT_EQ(pfaloc_call_FLFLPP(&record, int(PfaCopyThruCookie), &same, "", &end),
+              PFA_E_NOT_FOUND);
+    EXPECT_EQ(same.location_handle, &record);
+    EXPECT_EQ(end, 5);
 
     // Silent: no valid record, or no location.
     EXPECT_EQ(pfaloc_call_FL(nullptr, PfaFlushFile), PFA_E_NO_METHOD);
@@ -192,29 +188,22 @@ TEST(LocationRegistry, AsksHigherTypesFirstAndLeavesADeclinedRecordItsType) {
     pfa_loc_register_setup(PfaCommonspace);
     pfa_loc_method_register(PfaCommonspace, PfaClaimLocation, claim<PfaCommonspace>);
     pfa_loc_register_setup(NoLocation);
-    const struct {
-        const char *name;
-        int claimed_by;
-        int only_type;
-        int result;
-        int type_after;
-        std::vector<int> asked;
-    } rows[] = {
-        {"a lower one", PfaWorkspace, PFA_ALL_LOCATIONS, 0, PfaWorkspace, {9, 3}},
-        {"another is asked", PfaCommonspace, PfaWorkspace, 103, UniFilesystem, {3}},
-        {"not registered", 0, UniFilesystem, PFA_E_NOT_FOUND, UniFilesystem, {}},
-        {"no type", 0, INT_MIN, PFA_E_NOT_FOUND, UniFilesystem, {}},
-    };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.name);
-        vek_file record = record_of_type(UniFilesystem);
+    vek_file record;
+    const auto parse = [&](int claiming_type, int only_type) {
+        record = record_of_type(UniFilesystem);
         asked.clear();
-        claimed_by = row.claimed_by;
-        EXPECT_EQ(pfa_parse_location(&record, "plain", nullptr, row.only_type), row.result);
-        EXPECT_EQ(record.location_type, row.type_after);
-        EXPECT_EQ(asked, row.asked);
-    }
-    claimed_by = 0;
+        claimed_by = claiming_type;
+        return pfa_parse_location(&record, "plain", nullptr, only_type);
+    };
+    EXPECT_EQ(parse(PfaWorkspace, PFA_ALL_LOCATIONS), PFA_E_NO_ERROR);
+    EXPECT_EQ(asked, (std::vector<int>{PfaCommonspace, PfaWorkspace}));
+    EXPECT_EQ(record.location_type, PfaWorkspace);
+    EXPECT_EQ(parse(PfaCommonspace, PfaWorkspace), 100 + PfaWorkspace) << "the last one's result";
+    EXPECT_EQ(record.location_type, UniFilesystem);
+    EXPECT_EQ(parse(PfaCommonspace, UniFilesystem), PFA_E_NOT_FOUND) << "it is not registered";
+    EXPECT_EQ(parse(PfaCommonspace, INT_MIN), PFA_E_NOT_FOUND);
+    EXPECT_EQ(asked, std::vector<int>());
+    claimed_by = NoLocation;
 }
 
 } // namespace

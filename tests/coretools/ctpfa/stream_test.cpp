@@ -83,11 +83,7 @@ TEST(Streams, FindTheHighestVersionAndTheNext) {
     } rows[] = {
         {"several", {"a.prt.1", "a.prt.12", "a.prt.7"}, "a.prt", 12, 13},
         {"no version", {"a.prt"}, "a.prt", 0, 2},
-        {"other names",
-         {"a.prt.01", "a.prt.x", "a.prtx.3", "aa.prt.4", "a.prt.3.5"},
-         "a.prt",
-         NONE,
-         1},
+        {"other names", {"a.prt.01", "a.prt.x", "a.prtx.3", "aa.prt.4"}, "a.prt", NONE, 1},
         {"out of range", {"a.prt.99999", "a.prt.-4"}, "a.prt", NONE, 1},
         {"the highest there is", {"a.prt.32767"}, "a.prt", 32767, 32768},
         {"stored in lower case", {"a.prt.3"}, "A.PRT", 3, 4},
