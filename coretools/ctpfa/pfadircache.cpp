@@ -1,7 +1,7 @@
 // The directory cache: its table, its index by name, loans, eviction, settings, application data.
 //
 // Invariants between calls, and whenever code outside this file runs:
-//   - an entry is FREE (all zero) or in use; num_inactive counts the free ones
+//   - an entry is FREE (no record, no data) or in use; num_inactive counts the free ones
 //   - index_by_name holds the index of every entry in use and of no other, ordered by name
 //   - the record of an entry in use is lent while one open record elsewhere borrows its listing
 //
@@ -345,7 +345,6 @@ vek_file *new_cache_record(const vek_file *directory) {
 struct addition {
     const char *key;
     vek_file *directory;
-    int index;
     vek_file *copy; // not null while no entry owns it
 };
 
@@ -358,14 +357,14 @@ void add_to_cache(void *argument) {
     if (index_by_name == nullptr || pfadc_find_dir_low(adding->key) >= 0) {
         return;
     }
-    adding->index = free_entry();
-    adding->copy = adding->index < 0 ? nullptr : new_cache_record(adding->directory);
-    if (adding->copy == nullptr) {
+    adding->copy = new_cache_record(adding->directory);
+    const int index = adding->copy == nullptr ? -1 : free_entry();
+    if (index < 0) {
         return;
     }
-    dir_cache_entry *entry = &dir_cache[adding->index];
+    dir_cache_entry *entry = &dir_cache[index];
     std::strcpy(entry->name, adding->key);
-    if (!pfadc_add_index_entry(adding->index)) {
+    if (!pfadc_add_index_entry(index)) {
         return;
     }
     entry->record = adding->copy;
@@ -446,10 +445,9 @@ void pfa_add_dir_to_cache(const char *key, vek_file *directory, int open_result)
         !may_be_cached(key, directory, open_result) || !pfa_file_is_open(directory)) {
         return;
     }
-    addition adding = {key, directory, -1, nullptr};
+    addition adding = {key, directory, nullptr};
     (void)pfa_call_guarded(add_to_cache, &adding);
     if (adding.copy != nullptr) {
-        dir_cache[adding.index].name[0] = '\0';
         (void)pfa_free_vek_file(&adding.copy);
     } else if (pfa_dir_cache_debug() && (directory->flags & PFA_F_BORROWED) != 0) {
         dbg_dump_rbtree(index_by_name, dbg_dump_pfadc_entry);
