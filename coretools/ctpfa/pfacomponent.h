@@ -3,9 +3,8 @@
 // `index` is a pfa_component, PFA_HOST to PFA_RESERVED. A text that is stored must not lie in the
 // record's own text. Unless said otherwise:
 //   PFA_E_NOT_VALID      a record is null or not valid
-//   PFA_E_INVALID_INPUT  the index is none, or the whole text would have PFA_PATH_SIZE characters
-//   or
-//                        more; the record is unchanged
+//   PFA_E_INVALID_INPUT  the index is none, or the record's text would get too long for its
+//                        PFA_PATH_SIZE bytes; the record is unchanged
 #pragma once
 
 #include "coretools/ctpfa/vek_file.h"

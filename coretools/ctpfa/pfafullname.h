@@ -17,8 +17,7 @@ pfa_status pfa_get_full_name_mixed_case(const vek_file *record, char out[PFA_PAT
 // Writes the parts of the full name that `include` (see pfa_include) asks for. Without the name,
 // that is the record's directory. Without the path, a record that has no name is written as
 // pfa_get_name does. Results as above, and
-//   PFA_E_INVALID_INPUT  only some of host, device and path are asked for, and the record is not
-//   one
+//   PFA_E_INVALID_INPUT  only some of host, device and path are asked for of a record that is not
 //                        of the standard filesystem
 pfa_status pfa_get_file_name(const vek_file *record, int include, char out[PFA_PATH_SIZE]);
 pfa_status pfa_get_file_name_mixed_case(const vek_file *record, int include,

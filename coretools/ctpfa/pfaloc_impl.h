@@ -18,7 +18,7 @@ constexpr int plm_spelled_sequence() {
     return -1;
 }
 
-// The tag of a function type: one object for each type, told from others by its address.
+// The tag of a function type: one object for each type, identified by its address.
 struct plm_function_tag {
     int sequence; // the first that the type spells
 };
