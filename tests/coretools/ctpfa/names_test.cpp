@@ -129,7 +129,7 @@ TEST(Expansion, VariablesAreExpandedOnce) {
 
 TEST(StandardForm, TypesFilesAndKnowsDirectories) {
     const scratch_tree tree;
-    for (const char *name : {"lib", "Foo.PRT", "bar.prt", "x.dir"}) {
+    for (const char *name : {"lib", "Foo.PRT", "bar.prt"}) {
         tree.dir(name);
     }
     tree.file("bolt.prt.3");
@@ -145,7 +145,6 @@ TEST(StandardForm, TypesFilesAndKnowsDirectories) {
         {"new.prt.2", PFA_DIRECTORY, "new.prt.2/", OBJ_TYPE_DIRECTORY},
         {"Foo.PRT", PFA_ASK_LOCATION, "foo.prt/", OBJ_TYPE_DIRECTORY}, // written in lower case
         {"BAR.PRT", PFA_ASK_LOCATION, "bar.prt/", OBJ_TYPE_DIRECTORY}, // and asked for in it too
-        {"x.dir", PFA_ASK_LOCATION, "x.dir/", OBJ_TYPE_DIRECTORY},
         {"file.dir", PFA_ASK_LOCATION, "file.dir", OBJ_TYPE_NO_MEMBER},
         {"Bolt.PRT.3", PFA_ASK_LOCATION, "bolt.prt.3", 2},
     };
