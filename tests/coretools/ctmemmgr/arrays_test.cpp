@@ -217,16 +217,16 @@ TEST(Har, RandomOperationsAgreeWithAVector) {
 TEST(Har, ATrapLeavesNoChunkBehind) {
     static void **top = nullptr;
     rlsmem(getmem(1)); // what a process makes once is there
-    constexpr void (*REQUESTS[])(void *) = {
-        [](void *) { top = har_alloc(SIZE, 1); },
-        [](void *) { har_append(&top, 3 * LIMIT, nullptr); },
+    constexpr void (*REQUESTS[])() = {
+        [] { top = har_alloc(SIZE, 1); },
+        [] { har_append(&top, 3 * LIMIT, nullptr); },
     };
     for (const auto request : REQUESTS) {
         const std::int64_t blocks = get_memory_statistics().num_blocks;
         bool done = false;
         for (int nth = 0; !done; ++nth) {
             fail_allocation(nth, true);
-            done = call_with_memory_trap(request, nullptr);
+            done = call_with_memory_trap(request);
             fail_allocation(NO_FAILURE, false);
             EXPECT_EQ(get_memory_statistics().num_blocks == blocks, !done) << nth;
         }

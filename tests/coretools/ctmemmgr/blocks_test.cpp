@@ -67,6 +67,9 @@ TEST_F(Blocks, ThatAreDamagedAreReportedAndNotTouched) {
             *link = right;
         }
     }
+    trailer_of(header_of(blocks[2]))->next = middle; // the last of the chain
+    EXPECT_EQ(getmem(8), nullptr);
+    trailer_of(header_of(blocks[2]))->next = nullptr;
     set_wlx_exit_func(nullptr);
     std::for_each(std::begin(blocks), std::end(blocks), rlsmem);
 }
@@ -80,7 +83,7 @@ TEST_F(Blocks, ExhaustedMemoryUnwindsAndLosesNothing) {
     before = get_memory_statistics();
     static void *const block = getmem(100);
     static void *const record = getmem_pool(create_mem_pool("exhausted", 64));
-    struct {
+    const struct {
         const char *name;
         int nth; // allocation of the request fails, and all behind it
         void *(*request)();
@@ -94,19 +97,18 @@ TEST_F(Blocks, ExhaustedMemoryUnwindsAndLosesNothing) {
         {"chunk", 0, [] { return zone_getmem(zone, 8); }, RECOVERY},
         {"list of chunks", 1, [] { return zone_getmem(zone, 8); }, RECOVERY},
     };
-    call_with_memory_trap([](void *) {}, nullptr); // makes the thread's stack of traps
+    call_with_memory_trap([] {}); // makes the thread's stack of traps
     free_spare_areas();
     std::memset(block, 3, 100);
     std::memset(record, 3, 64);
-    for (auto &row : rows) {
+    for (const auto &row : rows) {
         for (const bool relocates : {false, true}) {
             SCOPED_TRACE(row.name);
             set_always_relocate(relocates ? 1 : 0);
             testing::internal::CaptureStdout();
             fail_allocation(row.nth, true);
             EXPECT_EQ(row.request(), nullptr);
-            const bool returned = call_with_memory_trap(
-                [](void *request) { (*static_cast<void *(**)()>(request))(); }, &row.request);
+            const bool returned = call_with_memory_trap(row.request);
             fail_allocation(NO_FAILURE, false);
             EXPECT_EQ(testing::internal::GetCapturedStdout(), std::string(row.report) + row.report);
             EXPECT_EQ(returned, *row.report == '\0');

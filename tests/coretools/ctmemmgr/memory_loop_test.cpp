@@ -47,6 +47,8 @@ const struct {
 } ROWS[] = {
     {"nothing is left", leave_nothing, 7, -1, 0, ""},
     {"a block each pass", leak_a_block, 6, -1, 2, "debug_memory_not_released: 40 bytes at "},
+    {"a block each pass of the first loop", [] { pass < 3 ? leak_a_block() : use_blocks(2); }, 6,
+     -1, 1, "debug_memory_not_released: 40 bytes at "},
     {"only blocks of 24 bytes", leak_a_block, 3, 24, 0, ""},
     {"a resized block", [] { leaked.push_back(relocmem_xar(getmem(8), 48, 0)); }, 3, -1, 1,
      "debug_memory_not_released: 48 bytes at "},

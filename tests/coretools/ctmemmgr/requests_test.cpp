@@ -111,8 +111,7 @@ TEST_F(Requests, OfEightThreadsLoseNothing) {
         use_memory(number, first_pool, 4000, [&](int step) {
             std::memset(zone_getmem(zone, 16), 1, 16);
             if (step % 16 == number) {
-                EXPECT_FALSE(
-                    call_with_memory_trap([](void *) { (void)zone_getmem(-1, 8); }, nullptr));
+                EXPECT_FALSE(call_with_memory_trap([] { (void)zone_getmem(-1, 8); }));
                 ASSERT_EQ(check_mem_pool(first_pool + step % 7), POOL_IS_VALID);
                 debug_memory_loop();
             } else if (step % 16 == number + 8) {
