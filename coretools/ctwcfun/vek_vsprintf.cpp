@@ -313,23 +313,20 @@ const char *end_of_plain_text(const char *text) {
 }
 
 bool append_all(formatting *call, const char *format) {
-    while (*format != '\0') {
+    bool fits = true;
+    while (fits && *format != '\0') {
         if (*format != '%') {
             const char *end = end_of_plain_text(format);
-            if (!append_bytes(call, format, static_cast<std::size_t>(end - format))) {
-                return false;
-            }
+            fits = append_bytes(call, format, static_cast<std::size_t>(end - format));
             format = end;
         } else if (format[1] == '%') {
-            if (!append_bytes(call, format, 1)) {
-                return false;
-            }
+            fits = append_bytes(call, format, 1);
             format += 2;
-        } else if (!append_directive(call, &format)) {
-            return false;
+        } else {
+            fits = append_directive(call, &format);
         }
     }
-    return append_bytes(call, "", 1);
+    return fits && append_bytes(call, "", 1);
 }
 
 } // namespace

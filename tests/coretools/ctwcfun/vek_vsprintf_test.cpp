@@ -180,6 +180,9 @@ TEST(Format, PrecisionKeepsCharactersWhole) {
 TEST(Format, OverlongPathIsReportedAndPrintsEmpty) {
     const child_result child = run_in_child([] {
         const std::string longest(255, 'x');
+        const char *buffer = format_into(nullptr, "");
+        dbg_fprintf(nullptr, "");
+        EXPECT_EQ(format_into(nullptr, ""), buffer); // a message gives its buffer back
         dbg_set_allow_print(1);
         vek_printf("before %pf|%pd after", (longest + 'x').c_str(), longest.c_str());
     });
