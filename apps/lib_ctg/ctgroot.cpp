@@ -56,38 +56,32 @@ bool is_same_directory(const char *first, const char *second) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
-// Length of what stands before the path of a root with a host: "host:" (a drive looks the same) or
-// "/////host".
-std::size_t host_text_length(vek_file *record, const char *root) {
-    char host[PFA_HOST_SIZE];
-    if (pfa_get_host(record, host) != PFA_E_NO_ERROR) {
-        return 0;
-    }
-    return std::strlen(host) + (root[0] == '/' ? 5 : 1);
-}
-
 bool names_host_or_device(vek_file *record) {
     return pfa_has_component(record, PFA_HOST) != 0 || pfa_has_component(record, PFA_DEVICE) != 0;
 }
 
-// The root's path is the rest of its text. A device, or a path relative to a host, names no
-// directory that this host could open.
+// Such a root is "host:" (a drive looks the same) or "/////host" and its path. A device, or a path
+// relative to a host, names no directory that this host could open.
 pfa_status resolve_host_root(vek_file *record, library_root *root) {
+    char host[PFA_HOST_SIZE];
     char path[PFA_PATH_SIZE];
-    const pfa_status status = pfa_get_path(record, path);
+    pfa_status status = pfa_get_host(record, host);
+    if (status == PFA_E_NO_ERROR) {
+        status = pfa_get_path(record, path);
+    }
     if (status != PFA_E_NO_ERROR) {
         return status;
     }
-    const std::size_t lead = host_text_length(record, root->text);
-    const std::string_view whole(root->text);
-    const std::string_view rest = whole.substr(std::min(lead, whole.size()));
-    const std::string_view parsed(path);
-    if (lead == 0 || !rest.starts_with('/') || parsed.size() != rest.size() + 1 ||
-        !parsed.starts_with(rest)) {
+    const std::size_t lead = std::strlen(host) + (root->text[0] == '/' ? 5 : 1);
+    const std::string_view text(root->text);
+    std::string_view parsed(path);
+    if (host[0] == '\0' || !parsed.starts_with('/') || parsed == "/") {
         return PFA_E_INVALID_NAME;
     }
     root->prefix_length = static_cast<int>(parsed.size());
-    return PFA_E_NO_ERROR;
+    parsed.remove_suffix(1); // the root's text has no final '/'
+    return text.size() == lead + parsed.size() && text.ends_with(parsed) ? PFA_E_NO_ERROR
+                                                                         : PFA_E_INVALID_NAME;
 }
 
 // The record's directory as text, without its final '/'. The layer keeps parent steps at the top of
