@@ -84,14 +84,4 @@ TEST_F(Library, StopsAtTheMostMembersThatTheListsHold) {
     xar_free(&src_list);
 }
 
-// A caller that scanned another directory than the root got the root's error when it could not be
-// opened; only the text of target_dir is the root.
-TEST_F(Library, ScanOfAnotherDirectoryWarns) {
-    std::strcpy(target_dir, root_.c_str());
-    const std::string missing = root_ + "/missing/";
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(scan_dir(missing.c_str(), static_cast<int>(root_.size()) + 1), CTG_FAILED);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Warning: No access to " + missing + "\n");
-}
-
 } // namespace

@@ -44,7 +44,6 @@ TEST(Status, IsThatOfTheFile) {
     EXPECT_EQ(pfaloc_call_FP(file, PfaGetFileSize, &size), PFA_E_NO_ERROR);
     EXPECT_EQ(size, INT_MAX);
     EXPECT_EQ(pfaloc_call_FPPP(missing, PfaGetFileTime, &read, &written, &changed), PFA_E_ERROR);
-    EXPECT_EQ(pfaloc_call_FP(missing, PfaGetMode, &mode), PFA_E_NO_ACCESS);
     EXPECT_EQ(pfaloc_call_FP(missing, PfaGetFileSize, &size), PFA_E_NO_ACCESS);
 }
 

@@ -3,7 +3,6 @@
 #include "basictk/baselib/inc/thrTrap.h"
 #include "coretools/ctdci/dci.h"
 #include "coretools/ctfileutil/objextension.h"
-#include "coretools/ctpfa/pfa_dir_filter.h"
 #include "coretools/ctpfa/pfadir.h"
 #include "coretools/ctpfa/pfadircache.h"
 #include "test_support.h"
@@ -13,22 +12,10 @@
 #include <cerrno>
 #include <csetjmp>
 #include <ctime>
-#include <map>
 
 #include <sys/stat.h>
 
 namespace {
-
-using kinds = std::map<std::string, int>;
-
-// Takes the directories and collects the kinds of all entries.
-constexpr pfa_dir_filter DIRECTORIES = {
-    nullptr,
-    [](vek_file *, const char *name, int kind, void *seen) {
-        (*static_cast<kinds *>(seen))[name] = kind;
-        return kind == PFA_DIRECTORY ? 0 : 1;
-    },
-};
 
 // A directory record used through the methods, which know no directory cache.
 struct directory : record {
@@ -46,9 +33,6 @@ struct directory : record {
     int close() { return pfaloc_call_FL(file, PfaDirClose); }
     int is_out_of_date(const std::string &location) {
         return pfaloc_call_FLP(file, PfaDirCacheInvalid, location.c_str());
-    }
-    int next_directory(vek_file *entry, kinds *seen) {
-        return pfaloc_call_FLPPPI(file, PfaDirReadNext, entry, &DIRECTORIES, seen, 1);
     }
 };
 
@@ -81,31 +65,6 @@ TEST(Directories, AreClosedOnARecordThatBecameAFile) {
     listed->type = OBJ_TYPE_NOT_YET;
     EXPECT_EQ(pfaloc_call_FL(listed, PfaFlushFile), PFA_E_INVALID_INPUT) << "no stream";
     EXPECT_EQ(pfa_close(listed), PFA_E_NO_ERROR);
-}
-
-TEST(Directories, AFilterTakesEntriesByTheirKinds) {
-    const scratch_tree tree;
-    tree.link("loop", "loop");
-    tree.link("missing", "none");
-    tree.link("to file", tree.file("file"));
-    tree.link("to directory", tree.dir("directory"));
-    const kinds expected = {{"loop", -ELOOP},
-                            {"missing", -ENOENT},
-                            {"to file", PFA_NO_DIRECTORY},
-                            {"to directory", PFA_DIRECTORY},
-                            {"file", PFA_NO_DIRECTORY},
-                            {"directory", PFA_DIRECTORY}};
-    directory listed(tree());
-    record entry;
-    for (int round = 0; round < 2; ++round) {
-        kinds seen;
-        EXPECT_EQ(listed.open(), PFA_E_NO_ERROR);
-        EXPECT_EQ(listed.next_directory(entry, &seen), PFA_E_NO_ERROR);
-        EXPECT_EQ(listed.next_directory(entry, &seen), PFA_E_NO_ERROR);
-        EXPECT_EQ(listed.next_directory(entry, &seen), PFA_E_QUIT);
-        EXPECT_EQ(seen, expected);
-        std::filesystem::remove(tree("directory")); // the host is asked once for each entry
-    }
 }
 
 TEST(Directories, OpeningFailsByTheReason) {

@@ -65,13 +65,6 @@ TEST(Claim, HostsDevicesAndPathsUpToTheirSize) {
     }
 }
 
-TEST(Claim, WithoutARestAllIsPath) {
-    record file("stale::old/part.prt");
-    EXPECT_EQ(pfa_put_location(file, "$dev1/a/b", PfaStdFilesystem), PFA_E_NO_ERROR);
-    EXPECT_STREQ(file->text, "dev1/a/b/partprt");
-    EXPECT_EQ(pfa_parse_location(file, nullptr, nullptr, PfaStdFilesystem), PFA_E_INVALID_INPUT);
-}
-
 // A location string, or its failing status.
 std::string location_string(vek_file *file, decltype(pfa_get_location) get) {
     char text[PFA_PATH_SIZE] = "";
