@@ -205,7 +205,7 @@ ctg_result take_entry(const scan_entry &entry, const scan_level *level) {
 }
 
 // Reads the open directory to its end. A read that cannot make an entry of a name has moved past
-// that name; the other failures would come back again and again, and end the listing.
+// that name; any other failure would come back again and again.
 ctg_result read_level(vek_file *directory, vek_file *record, const scan_level *level) {
     for (;;) {
         scan_entry entry = {record, PFA_E_NO_ERROR, PFA_NO_DIRECTORY};
@@ -216,17 +216,13 @@ ctg_result read_level(vek_file *directory, vek_file *record, const scan_level *l
         if (entry.status == PFA_E_OUT_OF_MEMORY) {
             return CTG_OUT_OF_MEMORY;
         }
-        if (entry.status == PFA_E_NO_ERROR || entry.status == PFA_E_INVALID_NAME) {
-            const ctg_result result = take_entry(entry, level);
-            if (result != CTG_DONE) {
-                return result;
-            }
-            continue;
-        }
-        report_unreadable_entry(level->path);
-        if (entry.status == PFA_E_NO_METHOD || entry.status == PFA_E_INACTIVE ||
-            entry.status == PFA_E_NOT_VALID || directory->location_handle == nullptr) {
+        if (entry.status != PFA_E_NO_ERROR && entry.status != PFA_E_INVALID_NAME) {
+            report_unreadable_entry(level->path);
             return CTG_DONE;
+        }
+        const ctg_result result = take_entry(entry, level);
+        if (result != CTG_DONE) {
+            return result;
         }
     }
 }

@@ -26,6 +26,7 @@ TEST(StdioLocation, OpensEachStreamInItsOwnDirection) {
         const bool reads = name == "stdio://in";
         const int if_reads = reads ? PFA_E_NO_ERROR : PFA_E_CANT_OPEN;
         const int if_writes = reads ? PFA_E_CANT_OPEN : PFA_E_NO_ERROR;
+        EXPECT_EQ(stream(name).call(PfaCloseFile), PFA_E_INVALID_INPUT) << "not open";
         EXPECT_EQ(stream(name).open(true, false), if_reads);
         EXPECT_EQ(stream(name).open(true, true), if_writes);
         EXPECT_EQ(stream(name).open(false, false), PFA_E_NO_ERROR);
@@ -64,7 +65,9 @@ TEST(StdioLocation, ListsThePatternAsTheOneEntry) {
     vek_file *directory = extract_pfa_dir(file);
     EXPECT_EQ(pfa_open_dir(directory), PFA_E_ERROR) << "nothing to list";
     ASSERT_EQ(pfa_open_dir_subset(directory, "err"), PFA_E_NO_ERROR);
-    EXPECT_EQ(pfa_read_dir(directory, entry), PFA_E_NO_ERROR);
+    int kind = -1;
+    EXPECT_EQ(pfa_read_dir_and_kind(directory, entry, &kind), PFA_E_NO_ERROR);
+    EXPECT_EQ(kind, PFA_NO_DIRECTORY);
     EXPECT_EQ(component(entry, PFA_DEVICE), "stdio://");
     EXPECT_EQ(component(entry, PFA_NAME), "err");
     EXPECT_EQ(pfa_read_dir(directory, entry), PFA_E_QUIT);

@@ -104,6 +104,18 @@ TEST_P(EachStream, OpeningFailsByTheReason) {
     EXPECT_EQ(file.open(buffered, true), PFA_E_INVALID_NAME);
 }
 
+TEST_P(EachStream, IsRefusedWithoutTheFileOrTheOutput) {
+    stream file(tree("part.prt"));
+    const int position = 0;
+    for (const int method : {PfaGetFilePosition, PfaSetFilePosition, PfaTruncateFile, PfaFputs}) {
+        EXPECT_EQ(file.call(method, &position), PFA_E_INVALID_INPUT) << method << " not open";
+    }
+    ASSERT_EQ(file.open(buffered, true), PFA_E_NO_ERROR);
+    for (const int method : {PfaGetFilePosition, PfaSetFilePosition, PfaTruncateFile, PfaFputs}) {
+        EXPECT_EQ(file.call(method, nullptr), PFA_E_INVALID_INPUT) << method << " null";
+    }
+}
+
 TEST_P(EachStream, Version1MayBeOnDiskWithoutAVersion) {
     const struct {
         const char *name;
