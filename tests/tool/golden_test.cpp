@@ -145,6 +145,8 @@ TEST(Golden, RootForms) {
             model.root = before + library.root;
             expect_built("/", model.root);
         }
+        EXPECT_EQ(build_catalog(host + (":/x/.." + library.root)).status, 0)
+            << "not the path's text";
     }
 }
 
