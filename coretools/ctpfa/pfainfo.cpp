@@ -12,36 +12,27 @@
 
 namespace {
 
-constexpr int HOST_NAME_SIZE = 64;
-constexpr int OFFICIAL_NAME_SIZE = 1025;
-
-// This machine's name, empty when the system doesn't give it.
+// This machine's name, empty if the system has none. Looked up once.
 const char *own_name() {
-    static char name[HOST_NAME_SIZE];
-    static bool known = false;
-    if (!known) {
-        known = true;
-        if (vek_get_hostname(name, HOST_NAME_SIZE) == 0) {
-            name[0] = '\0';
-        }
-        name[HOST_NAME_SIZE - 1] = '\0';
-    }
-    return name;
+    static char name[64];
+    static const bool known = vek_get_hostname(name, sizeof name) != 0;
+    return known ? name : "";
 }
 
-// The name under which the resolver knows this machine, empty when it does not. Copied, because the
-// next call overwrites what the resolver returned.
+// The name under which the resolver knows a host, null if it does not. The next call overwrites it.
+const char *official_name(const char *host) {
+    const hostent *entry = gethostbyname(host);
+    return entry != nullptr ? entry->h_name : nullptr;
+}
+
+// The same of this machine, empty if the resolver does not know it. Looked up once.
 const char *own_official_name() {
-    static char name[OFFICIAL_NAME_SIZE];
-    static bool known = false;
-    if (!known) {
-        known = true;
-        const hostent *entry = gethostbyname(own_name());
-        if (entry != nullptr && entry->h_name != nullptr) {
-            std::snprintf(name, sizeof name, "%s", entry->h_name);
-        }
-    }
-    return name;
+    static char copy[1025];
+    static const bool known = [] {
+        const char *name = official_name(own_name());
+        return std::snprintf(copy, sizeof copy, "%s", name != nullptr ? name : "") > 0;
+    }();
+    return known ? copy : "";
 }
 
 bool is_this_host(const char *host) {
@@ -49,12 +40,9 @@ bool is_this_host(const char *host) {
     if (own[0] != '\0' && strcasecmp(host, own) == 0) {
         return true;
     }
-    const char *official = own_official_name();
-    if (official[0] == '\0') {
-        return false;
-    }
-    const hostent *entry = gethostbyname(host);
-    return entry != nullptr && entry->h_name != nullptr && strcasecmp(entry->h_name, official) == 0;
+    const char *own_official = own_official_name();
+    const char *official = own_official[0] != '\0' ? official_name(host) : nullptr;
+    return official != nullptr && strcasecmp(official, own_official) == 0;
 }
 
 } // namespace

@@ -107,6 +107,8 @@ TEST(Component, FindsTheLastPieceBetweenSeparators) {
         EXPECT_EQ(end, 4);
     }
     EXPECT_EQ(pfa_last_delimited_range("a/bc/d", 1, 2, '/', &start, &end), 0) << "it is empty";
+    EXPECT_EQ(pfa_last_delimited_range("a/bc/d", 2, 2, '/', &start, &end), 0);
+    EXPECT_EQ(start, 2) << "where the empty range begins";
     EXPECT_EQ(pfa_last_sep_in_range("a/bc/d", 1, 4, '/'), 1);
     EXPECT_EQ(pfa_last_sep_in_range("a/bc/d", 2, 4, '/'), -1);
 }
@@ -233,6 +235,7 @@ TEST(BadArguments, TextsAndNumbersAreRefused) {
     EXPECT_EQ(pfa_parse_to_vek_file(pfa_get_cur_dir(), "x"), PFA_E_INVALID_INPUT);
     EXPECT_EQ(pfa_location_append(file, file, "x"), PFA_E_INVALID_INPUT);
     EXPECT_EQ(pfa_make_subdir(folder, too_long.c_str(), file), PFA_E_INVALID_NAME);
+    EXPECT_EQ(pfa_make_subdir(file, "s", folder), PFA_E_NOT_VALID);
     EXPECT_TRUE(same_bytes(before, file));
 }
 
