@@ -26,13 +26,10 @@ void drop_file_part(vek_file *record) {
 
 // Asks the location for the directory above its top.
 pfa_status parent_of_root(vek_file *record, vek_file *parent) {
-    const std::int32_t type = parent->location_type;
-    parent->location_type = record->location_type; // the dispatch wants two records of one type
-    if (pfaloc_call_FF(record, PfaMakeParent, parent) == 0) {
-        return PFA_E_NO_ERROR;
-    }
-    parent->location_type = type;
-    return PFA_E_ROOT_DIR;
+    return pfa_all_or_nothing(parent, [&] {
+        parent->location_type = record->location_type; // the dispatch wants two records of one type
+        return pfaloc_call_FF(record, PfaMakeParent, parent) == 0 ? PFA_E_NO_ERROR : PFA_E_ROOT_DIR;
+    });
 }
 
 pfa_status parent_of_unlocated(vek_file *record, vek_file *parent) {

@@ -217,6 +217,7 @@ TEST(BadArguments, NullAndFreedRecordsAreRefused) {
         EXPECT_EQ(pfa_fopen(bad, PFA_OWN_VERSION, "r"), PFA_E_NOT_VALID);
         EXPECT_EQ(pfa_close(bad), PFA_E_NOT_VALID);
         EXPECT_EQ(pfa_make_parent(bad, file), PFA_E_NOT_VALID);
+        EXPECT_EQ(pfa_make_absolute_path(bad), PFA_E_NOT_VALID);
         EXPECT_EQ(pfa_has_location(bad, nullptr), 0);
         EXPECT_EQ(pfa_is_local(bad), -1);
     }
