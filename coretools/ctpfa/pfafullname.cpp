@@ -95,13 +95,7 @@ pfa_status write_parts(const vek_file *record, int include, bool lower, char *ou
 } // namespace
 
 int pfa_no_mixed_case(const vek_file *record) {
-    if (pfa_is_valid(record) == 0) {
-        return 1;
-    }
-    if (record->type == OBJ_TYPE_NO_MEMBER || record->type == OBJ_TYPE_NOT_YET) {
-        return 0;
-    }
-    return type_to_mixed_case_OK(record->type) == 0 ? 1 : 0;
+    return pfa_is_valid(record) == 0 || type_to_mixed_case_OK(record->type) == 0 ? 1 : 0;
 }
 
 pfa_status pfa_get_full_name(const vek_file *record, char *out) {
