@@ -52,11 +52,17 @@ TEST_F(Blocks, ThatAreDamagedAreReportedAndNotTouched) {
     // Without the check word of a 64-bit host an aligned address is followed.
     constexpr std::uintptr_t NO_BLOCK = sizeof(void *) == 4 ? 0x10001 : 0x10000;
     set_wlx_exit_func([](int) {});
-    for (block_header **link : {&trailer_of(header_of(blocks[0]))->next, &middle->prev,
-                                &trailer_of(middle)->next, &header_of(blocks[2])->prev}) {
+    const std::pair<const char *, block_header **> links[] = {
+        {"next of the one before it", &trailer_of(header_of(blocks[0]))->next},
+        {"prev", &middle->prev},
+        {"next", &trailer_of(middle)->next},
+        {"prev of the one behind it", &header_of(blocks[2])->prev},
+    };
+    for (const auto &[name, link] : links) {
         for (const std::uintptr_t wild : {std::uintptr_t{0}, NO_BLOCK}) {
             block_header *const right =
                 std::exchange(*link, reinterpret_cast<block_header *>(wild));
+            SCOPED_TRACE(name);
             testing::internal::CaptureStdout();
             EXPECT_EQ(rlsmem(blocks[1]), 0);
             EXPECT_EQ(relocmem_xar(blocks[1], 80, 0), nullptr);
@@ -135,7 +141,7 @@ TEST_F(Blocks, GetTheSpareAreasOfPoolsBeforeTheyFail) {
         fail_allocation(0, false);
         void *const data = relocmem_xar(block, 5000, 0);
         fail_allocation(NO_FAILURE, false);
-        EXPECT_NE(data, nullptr);
+        EXPECT_NE(data, nullptr) << "in place of " << block;
         EXPECT_FALSE(free_spare_areas());
         rlsmem(data);
     }
