@@ -68,18 +68,24 @@ bool comes_before(const sort_key &first, const sort_key &second) {
     return comp_func(&a, &b) < 0;
 }
 
-// Returns the keys of the members in order, null without memory. Caller frees.
-sort_key *sorted_keys(int members) {
+// Fills sorted_list, which has an element for each member, in order. The entries still borrow the
+// members' texts. False without memory. The keys are released before the texts are copied, when a
+// run needs most memory.
+bool fill_in_order(int members) {
     auto *keys = static_cast<sort_key *>(getmem(members * static_cast<int>(sizeof(sort_key))));
     if (keys == nullptr) {
-        return nullptr;
+        return false;
     }
     const std::size_t prefix = shared_prefix_length(members);
     for (int k = 0; k < members; ++k) {
         keys[k] = {first_bytes_of(src_list[k]->name + prefix), src_list[k]->type, k};
     }
     std::sort(keys, keys + members, comes_before);
-    return keys;
+    for (int k = 0; k < members; ++k) {
+        sorted_list[k] = entry_of(keys[k].member);
+    }
+    rlsmem(keys);
+    return true;
 }
 
 char *copy_text(const char *text) {
@@ -90,14 +96,14 @@ char *copy_text(const char *text) {
     return block;
 }
 
-// Gives the entries of sorted_list copies of their texts, which then lie in memory in the order in
-// which they are written and released. False without memory; the list is released all the same.
-bool copy_members(const sort_key *keys, int members) {
+// Gives the entries texts of their own, which then lie in memory in the order in which they are
+// written and released. False without memory: the list then ends behind the entry that failed.
+bool copy_texts(int members) {
     for (int k = 0; k < members; ++k) {
-        const sort_entry member = entry_of(keys[k].member);
-        sort_entry &copy = sorted_list[k];
-        copy = {member.type, copy_text(member.name), copy_text(member.path)};
-        if (copy.name == nullptr || copy.path == nullptr) {
+        sort_entry &entry = sorted_list[k];
+        entry = {entry.type, copy_text(entry.name), copy_text(entry.path)};
+        if (entry.name == nullptr || entry.path == nullptr) {
+            xar_shrink(&sorted_list, members - k - 1);
             return false;
         }
     }
@@ -202,10 +208,7 @@ ctg_result sort_catalog() {
     if (members == 0) {
         return CTG_DONE;
     }
-    sort_key *keys = sorted_keys(members);
-    const bool copied = keys != nullptr && copy_members(keys, members);
-    rlsmem(keys);
-    return copied ? CTG_DONE : CTG_OUT_OF_MEMORY;
+    return fill_in_order(members) && copy_texts(members) ? CTG_DONE : CTG_OUT_OF_MEMORY;
 }
 
 int comp_func(const void *first, const void *second) {
