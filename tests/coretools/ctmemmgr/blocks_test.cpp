@@ -1,6 +1,8 @@
-// General blocks: totals, fill patterns, damage, exhausted memory and allocation replay.
+// General blocks: totals, fill patterns, damage, exhausted memory, allocation replay and memory
+// loops.
 #include "coretools/ctmemmgr/alloc_replay.h"
 #include "coretools/ctmemmgr/block_internal.h"
+#include "coretools/ctmemmgr/memory_loop.h"
 #include "coretools/ctmemmgr/memory_trap.h"
 #include "coretools/ctmemmgr/pools_internal.h"
 #include "coretools/ctmemmgr/zones.h"
@@ -10,8 +12,7 @@
 #include <cstring>
 #include <string>
 #include <utility>
-
-#include <gtest/gtest.h>
+#include <vector>
 
 namespace {
 
@@ -167,6 +168,70 @@ TEST_F(Blocks, ReplayReportsTheBlocksOfTheFile) {
     EXPECT_EQ(testing::internal::GetCapturedStdout(), report);
     std::for_each(std::begin(data), std::end(data), rlsmem);
     std::fclose(file);
+}
+
+std::vector<void *> leaked;
+void *kept_for_a_pass = nullptr;
+int pass = 0;
+int callbacks = 0;
+
+void use_blocks(int count) {
+    for (int i = 0; i < count; i++) {
+        rlsmem(getmem(40));
+    }
+}
+
+void leak_a_block() {
+    void *data = getmem(24);
+    leaked.push_back(getmem(40));
+    rlsmem(data);
+}
+
+TEST_F(Blocks, ThatEveryPassOfALoopLeavesAreReported) {
+    static const int pool = create_mem_pool("loop", 50);
+    const struct {
+        const char *name;
+        void (*operation)();
+        int passes, size, reports;
+        std::string output; // its start
+    } rows[] = {
+        {"a block of the pass before", [] { rlsmem(std::exchange(kept_for_a_pass, getmem(40))); },
+         7, -1, 0, ""},
+        {"a block", leak_a_block, 6, -1, 2, "debug_memory_not_released: 40 bytes at "},
+        {"none of 24 bytes", leak_a_block, 3, 24, 0, ""},
+        {"a pool record", [] { leaked.push_back(getmem_pool(pool)); }, 3, -1, 1,
+         "debug_memory_not_released: 50 bytes at "},
+        {"passes differ", [] { use_blocks(pass + 1); }, 3, -1, 0,
+         "Two previous loops had different numbers of memory allocations.\n"
+         "Cancelling memory loop handling.  Try again.\n"},
+        {"the third pass allocates more", [] { use_blocks(pass == 2 ? 3 : 2); }, 3, -1, 0,
+         "debug_memory_loop_alloc: too many allocations. Cancelling memory loop.\n"},
+    };
+    leaked = {getmem_pool(pool)}; // its area is there
+    set_debug_memory_func([] {
+        callbacks++;
+        use_blocks(1); // neither counted nor reported
+    });
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.name);
+        callbacks = 0;
+        set_debug_memory_loop_size(row.size);
+        testing::internal::CaptureStdout();
+        for (pass = 0; pass < row.passes; pass++) {
+            debug_memory_loop();
+            row.operation();
+        }
+        const std::string output = testing::internal::GetCapturedStdout();
+        EXPECT_EQ(output.substr(0, row.output.size()), row.output);
+        EXPECT_EQ(callbacks, row.reports);
+        const bool given_up = output.find("Cancelling") != std::string::npos;
+        EXPECT_EQ(get_in_debug_memory_loop(), given_up ? 0 : 1);
+        debug_cancel_memory_loop();
+    }
+    set_debug_memory_func(nullptr);
+    set_debug_memory_loop_size(MEMORY_LOOP_ALL_SIZES);
+    rlsmem(kept_for_a_pass);
+    std::for_each(leaked.begin(), leaked.end(), rlsmem);
 }
 
 } // namespace

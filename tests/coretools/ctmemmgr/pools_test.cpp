@@ -4,12 +4,9 @@
 #include "coretools/ctmemmgr/zones.h"
 #include "tests/coretools/ctmemmgr/memory_test.h"
 
-#include <algorithm>
 #include <cstring>
 #include <utility>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -46,21 +43,14 @@ TEST_F(Pools, ThatAreGeneralServeTheirRoundedSize) {
     void *const data = relocmem_xar(getmem_pool(pool + 1), 1002, 0);
     EXPECT_EQ(mempool_of_slot(data), pool);
     rlsmem(data);
-    for (void (*switch_pools_off)(int) : {set_clump_mode_off, set_clump_mode_off_low}) {
-        switch_pools_off(1);
-        EXPECT_EQ(find_non_id_clump(1008), -1);
-        switch_pools_off(0);
-    }
-    for (const int size : {1, 1000, 2043, 32761, 65536, INT32_MAX}) {
+    for (const int size : {1000, 2048, INT32_MAX}) {
         EXPECT_EQ(find_non_id_clump(size), -1) << size;
     }
-    for (const int number : {-1, -8, 499, 500, 1 << 30}) {
+    for (const int number : {-1, 499, 500}) {
         EXPECT_EQ(getmem_pool(number), nullptr) << number;
     }
     set_automatic_clumps_on(1);
-    const int automatic = find_non_id_clump(2048);
-    EXPECT_STREQ(mem_pool_name(automatic), "");
-    EXPECT_EQ(find_non_id_clump(2043), automatic);
+    EXPECT_EQ(find_non_id_clump(2043), find_non_id_clump(2048));
     EXPECT_EQ(find_non_id_clump(2049), -1);
     set_automatic_clumps_on(0);
 }
@@ -69,9 +59,7 @@ using Zones = MemoryTest;
 
 TEST_F(Zones, ServeWhatFitsInAChunk) {
     const int zone = zone_open(1201); // chunks of 1208 bytes
-    const int closed = zone_open(1201);
-    zone_close(closed);
-    before = get_memory_statistics();
+    before = get_memory_statistics(); // with the table of zones
     for (int i = 0; i < 600; i++) {
         const std::size_t size = i % 50 == 0 ? 1208u : static_cast<unsigned>(i) * 7 % 90 + 1;
         void *piece = zone_getmem(zone, static_cast<int>(size));
@@ -82,16 +70,12 @@ TEST_F(Zones, ServeWhatFitsInAChunk) {
             zone_empty(zone);
         }
     }
-    for (const int wrong : {-1, closed, 32767}) {
-        EXPECT_EQ(zone_getmem(wrong, 8), nullptr) << wrong;
-    }
     for (const int size : {-1, 0, 1209, INT32_MAX}) {
         EXPECT_EQ(zone_getmem(zone, size), nullptr) << size;
     }
     zone_close(zone);
-    for (const int chunk : {-8, 0, INT32_MAX}) {
-        EXPECT_EQ(zone_open(chunk), -1) << chunk;
-    }
+    EXPECT_EQ(zone_getmem(zone, 8), nullptr);
+    EXPECT_EQ(zone_open(INT32_MAX), -1);
     EXPECT_EQ(zone_open(8), zone);
     zone_close(zone);
 }

@@ -1,18 +1,19 @@
-// Random requests for blocks and pool records beside a model, on one thread and on eight.
+// Requests for blocks and pool records: at random beside a model, on one thread and on eight, and
+// the first of a process.
 #include "coretools/ctmemmgr/memory_loop.h"
 #include "coretools/ctmemmgr/memory_trap.h"
 #include "coretools/ctmemmgr/pools_internal.h"
 #include "coretools/ctmemmgr/zones.h"
 #include "tests/coretools/ctmemmgr/memory_test.h"
+#include "tests/support/child_process.h"
 
+#include <atomic>
 #include <cstring>
 #include <functional>
 #include <random>
 #include <string>
 #include <utility>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -126,6 +127,30 @@ TEST_F(Requests, OfEightThreadsLoseNothing) {
     EXPECT_GE(kept, 0);
     EXPECT_LE(kept, 2); // the list of released blocks
     before = get_memory_statistics();
+}
+
+// Lock and unlock read the pointer of the lock twice. A call that began before the first request
+// made the lock then released what it had never locked, and the process ended.
+TEST(StartUp, AnyCallMayMeetTheFirstRequest) {
+    expect_in_own_process([] { // the memory layer is not initialised there
+        for (int attempt = 0; attempt < 180; ++attempt) {
+            const child_result child = run_in_child([] {
+                std::atomic<bool> requested{false};
+                run_on_threads(2, [&](int number) {
+                    if (number == 1) {
+                        rlsmem(getmem(1));
+                        requested = true;
+                    }
+                    while (!requested) {
+                        mem_pool_name(0);
+                        get_memory_statistics();
+                        debug_cancel_memory_loop();
+                    }
+                });
+            });
+            ASSERT_EQ(child.status, 0) << child.err;
+        }
+    });
 }
 
 } // namespace
