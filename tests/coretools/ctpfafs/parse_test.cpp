@@ -16,8 +16,8 @@ std::string claim(const std::string &name) {
     record file;
     std::int16_t rest = -1;
     const int result = pfa_parse_location(file, name.c_str(), &rest, PfaStdFilesystem);
-    const std::string parts = component(file, PFA_HOST) + "," + component(file, PFA_DEVICE) + "," +
-                              component(file, PFA_PATH) + ",";
+    const std::string parts =
+        part(file, PFA_HOST) + "," + part(file, PFA_DEVICE) + "," + part(file, PFA_PATH) + ",";
     return result == 0 ? parts + std::to_string(rest) : std::to_string(result);
 }
 
@@ -108,15 +108,6 @@ TEST(LocationText, IsWrittenInBothFormsAndReadBack) {
             EXPECT_STREQ(again->text, file->text) << "not read back";
         }
     }
-}
-
-TEST(LocationText, IsNotCut) {
-    record file("hostx:/usr/lib/");
-    char text[32] = "";
-    std::int16_t length = 0;
-    EXPECT_EQ(pfaloc_call_FPPS(file, PfaGetLocationString, text, &length, 15), PFA_E_ERROR);
-    EXPECT_STREQ(text, "");
-    EXPECT_EQ(pfaloc_call_FPPS(file, PfaGetLocationString, text, &length, 16), PFA_E_NO_ERROR);
 }
 
 } // namespace

@@ -1,10 +1,8 @@
-// Streams, buffered and at the descriptor, and files by name.
-#include "coretools/ctfileutil/objextension.h"
-#include "coretools/ctpfa/pfadir.h"
-#include "coretools/ctpfa/pfaput.h"
+// Streams: buffered, at the descriptor, and the standard ones.
 #include "test_support.h"
 #include "tests/support/failing_malloc.h"
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 namespace {
@@ -33,17 +31,6 @@ TEST_P(EachStream, WritesWhatItIsGiven) {
     EXPECT_EQ(pfaloc_call_F(file, PfaDeleteFile), PFA_E_NO_ERROR);
     EXPECT_EQ(pfaloc_call_F(file, PfaDeleteFile), PFA_E_ERROR);
     EXPECT_EQ(file.call(PfaTruncateFile, &length), PFA_E_ERROR);
-}
-
-TEST_P(EachStream, IsNotLostOnARecordThatBecameADirectory) {
-    stream file(tree("part.prt"));
-    record entry;
-    ASSERT_EQ(file.open(buffered, true), PFA_E_NO_ERROR);
-    ASSERT_EQ(pfa_put_obj_type(file, OBJ_TYPE_DIRECTORY), PFA_E_NO_ERROR);
-    EXPECT_EQ(pfaloc_call_FLPP(file, PfaDirOpen, "/", nullptr), PFA_E_INVALID_INPUT);
-    EXPECT_EQ(pfa_read_dir(file, entry), PFA_E_INVALID_INPUT);
-    EXPECT_EQ(file.call(PfaFlushFile), PFA_E_INVALID_INPUT);
-    EXPECT_EQ(pfa_close(file), PFA_E_NO_ERROR);
 }
 
 TEST_P(EachStream, ReadsLines) {
@@ -95,7 +82,11 @@ TEST_P(EachStream, OpeningFailsByTheReason) {
     EXPECT_EQ(missing.open(buffered, false), PFA_E_ERROR);
     EXPECT_EQ(directory.open(buffered, false), PFA_E_INVALID_INPUT);
     const auto open = [&] { return kept.open(buffered, true); };
-    EXPECT_EQ(in_child(use_up_descriptors, open), PFA_E_TOO_MANY_OPEN);
+    const auto leave_no_descriptor = [] {
+        const rlimit none{3, 3};
+        setrlimit(RLIMIT_NOFILE, &none);
+    };
+    EXPECT_EQ(in_child(leave_no_descriptor, open), PFA_E_TOO_MANY_OPEN);
     EXPECT_EQ(in_child([] { fail_allocation(0, true); }, open), PFA_E_OUT_OF_MEMORY);
     EXPECT_EQ(tree.content("kept"), "content") << "not truncated when memory ran out";
     // A stored '^' is written as "..", which makes this name too long to be built.
@@ -103,19 +94,6 @@ TEST_P(EachStream, OpeningFailsByTheReason) {
     ASSERT_EQ(pfa_put_component(file, PFA_PATH, "^/^/^/^/"), PFA_E_NO_ERROR);
     ASSERT_EQ(pfa_put_component(file, PFA_NAME, std::string(250, 'n').c_str()), PFA_E_NO_ERROR);
     EXPECT_EQ(file.open(buffered, true), PFA_E_INVALID_NAME);
-}
-
-TEST_P(EachStream, IsRefusedWithoutTheFileOrTheOutput) {
-    stream file(tree("part.prt"));
-    const int methods[] = {PfaGetFilePosition, PfaSetFilePosition, PfaTruncateFile, PfaFputs};
-    const int position = 0;
-    for (const int method : methods) {
-        EXPECT_EQ(file.call(method, &position), PFA_E_INVALID_INPUT) << method << " not open";
-    }
-    ASSERT_EQ(file.open(buffered, true), PFA_E_NO_ERROR);
-    for (const int method : methods) {
-        EXPECT_EQ(file.call(method, nullptr), PFA_E_INVALID_INPUT) << method << " null";
-    }
 }
 
 TEST_P(EachStream, Version1MayBeOnDiskWithoutAVersion) {
@@ -186,52 +164,56 @@ TEST(Streams, AFifoIsReadLineByLine) {
     EXPECT_EQ(file.read(PfaFgets), "0");
 }
 
-// A rename that the host refused used to unlink the target and try again. The second try failed
-// too where a directory was to move into itself, or was not the user's to move, and the target was
-// gone.
-TEST(Files, ARefusedRenameKeepsBoth) {
-    const scratch_tree tree, elsewhere("/dev/shm");
-    tree.dir("open", 0777);
-    tree.dir("outer");
-    // Its parents may be written, so only the second try finds that it may not be moved.
-    tree.dir("open/fixed", 0555);
-    const struct {
-        const char *name;
-        void (*prepare)();
-        std::string from, to;
-        const char *kept;
-    } rows[] = {
-        {"other file system", as_before, elsewhere.file("from"), tree("open/to"), "open/to"},
-        {"directory may not be moved", drop_rights, tree("open/fixed"), tree("new/to"), "new/to"},
-        {"directory into itself", as_before, tree("outer"), tree("outer/to"), "outer/to"},
-        {"file onto directory", as_before, tree.file("file"), tree("full"), "full/inner"},
-    };
-    tree.dir("new", 0777);
-    for (const auto &[name, prepare, from, to, kept] : rows) {
-        SCOPED_TRACE(name);
-        tree.file(kept, "old");
-        record file(from);
-        const auto rename = [&, from = from, to = to] {
-            return pfaloc_call_FPP(file, PfaRenameFile, from.c_str(), to.c_str());
-        };
-        EXPECT_EQ(in_child(prepare, rename), PFA_E_ERROR);
-        EXPECT_EQ(tree.content(kept), "old");
+// The process's standard streams by name.
+TEST(StdioLocation, ClaimsThreeNamesAndWritesThemBack) {
+    for (const std::string name : {"stdio://in", "stdio://out", "stdio://err"}) {
+        record file(name);
+        EXPECT_EQ(file->location_type, PfaStdio) << name;
+        EXPECT_EQ(location_of(file) + part(file, PFA_NAME), name);
+    }
+    for (const char *name : {"stdio://x", "stdio://inn", "stdio:/err", "xstdio://in", "stdio"}) {
+        EXPECT_EQ(record(name)->location_type, PfaStdFilesystem) << name;
     }
 }
 
-TEST(Files, ARenameReplacesTheTarget) {
+TEST(StdioLocation, OpensEachStreamInItsOwnDirection) {
+    for (const std::string name : {"stdio://in", "stdio://out", "stdio://err"}) {
+        SCOPED_TRACE(name);
+        const bool reads = name == "stdio://in";
+        const int if_reads = reads ? PFA_E_NO_ERROR : PFA_E_CANT_OPEN;
+        const int if_writes = reads ? PFA_E_CANT_OPEN : PFA_E_NO_ERROR;
+        EXPECT_EQ(stream(name).call(PfaCloseFile), PFA_E_INVALID_INPUT) << "not open";
+        EXPECT_EQ(stream(name).open(true, false), if_reads);
+        EXPECT_EQ(stream(name).open(true, true), if_writes);
+        EXPECT_EQ(stream(name).open(false, false), PFA_E_NO_ERROR);
+        EXPECT_EQ(stream(name).open(false, true), if_writes);
+        EXPECT_EQ(pfaloc_call_FII(stream(name), PfaAccess, R_OK, 0), reads);
+        EXPECT_EQ(pfaloc_call_FII(stream(name), PfaAccess, W_OK, 0), !reads);
+    }
+}
+
+TEST(StdioLocation, LendsTheStreamAndLeavesItOpen) {
     const scratch_tree tree;
-    // As long as a name can be: nothing that a rename tries on the way may be longer.
-    const std::string to = tree.file(std::string(255, 't'), "old");
-    const auto rename = [&](const std::string &from) {
-        return pfaloc_call_FPP(record(from), PfaRenameFile, from.c_str(), to.c_str());
+    tree.file("in", "first\nab\xff\xff\ncd\nrest");
+    const auto use_both = [&] {
+        ASSERT_NE(std::freopen(tree("in").c_str(), "r", stdin), nullptr);
+        ASSERT_NE(std::freopen(tree("out").c_str(), "w", stdout), nullptr);
+        stream in("stdio://in"), out("stdio://out");
+        EXPECT_EQ(in.open(true, false), PFA_E_NO_ERROR);
+        EXPECT_EQ(out.open(true, true), PFA_E_NO_ERROR);
+        EXPECT_EQ(in.read(PfaFgets), "0first\n");
+        EXPECT_EQ(out.call(PfaFputs, "first "), PFA_E_NO_ERROR);
+        int end = -1;
+        EXPECT_EQ(pfaloc_call_FLFLPP(in, PfaCopyThruCookie, out, "\xff\xff", &end), PFA_E_NO_ERROR);
+        EXPECT_EQ(in.read(PfaReadFile, 5), "0\ncd\nr");
+        EXPECT_EQ(out.write(" then", 5), PFA_E_NO_ERROR);
+        EXPECT_EQ(pfa_close(in), PFA_E_NO_ERROR);
+        EXPECT_EQ(pfa_close(out), PFA_E_NO_ERROR);
+        EXPECT_EQ(std::getchar(), 'e');
+        std::printf(" still open\n");
     };
-    EXPECT_EQ(rename(tree.file("from", "new")), PFA_E_NO_ERROR);
-    EXPECT_EQ(read_file(to), "new");
-    EXPECT_EQ(rename(tree.dir("directory")), PFA_E_NO_ERROR);
-    EXPECT_TRUE(std::filesystem::is_directory(to));
-    using entries = std::filesystem::directory_iterator;
-    EXPECT_EQ(std::distance(entries(tree.path), entries()), 1) << "the old target is left";
+    EXPECT_EQ(run_in_child(use_both).status, 0);
+    EXPECT_EQ(tree.content("out"), "first ab then still open\n");
 }
 
 } // namespace

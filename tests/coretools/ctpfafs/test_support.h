@@ -18,11 +18,6 @@ using texts = std::vector<std::string>;
 
 using record = scoped_record;
 
-inline std::string component(const record &file, int index) {
-    return std::string(file->text + file->bounds[index].start,
-                       file->text + file->bounds[index].end);
-}
-
 struct stream : record {
     using record::scoped_record;
 
