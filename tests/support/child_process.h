@@ -19,6 +19,3 @@ void expect_in_own_process(void (*body)());
 
 // For a child: becomes an ordinary user. Does nothing unless the process is root's.
 void drop_rights();
-
-// For a child: lets it open no file beyond the standard streams.
-void use_up_descriptors();

@@ -1,7 +1,6 @@
 #include "tests/support/failing_malloc.h"
 
 #include <atomic>
-#include <cstddef>
 #include <cstdlib>
 
 extern "C" {

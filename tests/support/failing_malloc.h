@@ -1,6 +1,4 @@
-// Makes malloc and realloc fail on request. The programs that CMake's vek_make_malloc_fail names
-// link a core whose own calls of malloc, realloc and free come through here; calls of the C and
-// C++ libraries and of the tests do not.
+// Makes the core's own calls of malloc and realloc fail, in a program that links failing_core.
 #pragma once
 
 #include <climits>

@@ -59,9 +59,8 @@ void put_state(vek_file *record, const std::string &state) {
         std::getline(in, field, '|');
         (void)pfa_put_component(record, index, field.c_str());
     }
-    in >> record->version;
-    in.ignore(1);
-    in >> record->type;
+    char bar;
+    in >> record->version >> bar >> record->type;
 }
 
 bool same_bytes(const vek_file &one, const vek_file *other) {

@@ -8,22 +8,9 @@
 
 namespace fs = std::filesystem;
 
-namespace {
-
-std::string with_parents(const fs::path &path) {
-    fs::create_directories(path.parent_path());
-    return path;
-}
-
-} // namespace
-
 std::string read_file(const std::string &path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
-}
-
-void write_file(const std::string &path, const std::string &text) {
-    std::ofstream(path, std::ios::binary) << text;
 }
 
 scratch_tree::scratch_tree(const std::string &where) : path(where + "/vek_test_XXXXXX") {
@@ -44,19 +31,21 @@ scratch_tree::~scratch_tree() {
 }
 
 std::string scratch_tree::dir(const std::string &name, unsigned mode) const {
-    fs::create_directory(with_parents(path + name));
+    fs::create_directories(path + name);
     fs::permissions(path + name, fs::perms(mode));
     return path + name;
 }
 
 std::string scratch_tree::file(const std::string &name, const std::string &text,
                                unsigned mode) const {
-    write_file(with_parents(path + name), text);
+    fs::create_directories(fs::path(path + name).parent_path());
+    std::ofstream(path + name, std::ios::binary) << text;
     fs::permissions(path + name, fs::perms(mode));
     return path + name;
 }
 
 std::string scratch_tree::link(const std::string &name, const std::string &target) const {
-    fs::create_symlink(target, with_parents(path + name));
+    fs::create_directories(fs::path(path + name).parent_path());
+    fs::create_symlink(target, path + name);
     return path + name;
 }

@@ -5,14 +5,12 @@
 
 // Empty if there is no such file.
 std::string read_file(const std::string &path);
-void write_file(const std::string &path, const std::string &text);
 
 // A new directory below `where`, removed with everything in it. Names are relative to it.
 struct scratch_tree {
     explicit scratch_tree(const std::string &where = "/tmp");
     ~scratch_tree();
     scratch_tree(const scratch_tree &) = delete;
-    scratch_tree &operator=(const scratch_tree &) = delete;
 
     std::string operator()(const std::string &name = "") const { return path + name; }
 
