@@ -10,9 +10,7 @@
 #include "coretools/ctpfa/pfamem.h"
 #include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfastream.h"
-#include "coretools/ctpfa/pfavers.h"
 #include "tests/support/child_process.h"
-#include "tests/support/failing_malloc.h"
 #include "tests/support/path_records.h"
 #include "tests/support/scratch_tree.h"
 
@@ -62,100 +60,63 @@ TEST(DirPath, ParentAndOwnDirectory) {
     }
 }
 
-void expect_home_once() {
-    scoped_record record;
-    unsetenv("HOME");
-    EXPECT_EQ(pfa_get_home_dir(record), PFA_E_ERROR);
-    for (const std::string &bad : {std::string("~/x"), std::string(300, 'h')}) {
-        setenv("HOME", bad.c_str(), 1);
-        EXPECT_EQ(pfa_get_home_dir(record), PFA_E_ERROR);
-        EXPECT_EQ(pfa_parse_to_vek_file(record, "~/x"), PFA_E_INVALID_INPUT);
-    }
-    setenv("HOME", "/u/me.prt.2", 1);
-    EXPECT_EQ(pfa_get_home_dir(nullptr), PFA_E_NOT_VALID);
-    setenv("HOME", "/later", 1);
-    EXPECT_EQ(pfa_get_home_dir(record), PFA_E_NO_ERROR);
-    EXPECT_EQ(state_of(record), "/u/me.prt.2/||DIR|0|-5");
-
-    const std::string n246(246, 'n');
-    const auto full_name_of = [&](const std::string &text) {
-        char name[PFA_PATH_SIZE];
-        EXPECT_EQ(pfa_parse_to_vek_file(record, text.c_str()), PFA_E_NO_ERROR);
-        EXPECT_EQ(pfa_get_full_name(record, name), PFA_E_NO_ERROR);
-        return std::string(name);
-    };
-    EXPECT_EQ(full_name_of("~"), "/u/me.prt.2/");
-    EXPECT_EQ(full_name_of("~\\x"), "/u/me.prt.2/x");
-    EXPECT_EQ(full_name_of("$HOME/x"), "/later/x");
-    EXPECT_EQ(full_name_of("~/" + n246 + "n"), "/u/me.prt.2/" + n246 + "n");
-    EXPECT_EQ(pfa_parse_to_vek_file(record, ("~/" + n246 + "nn").c_str()), PFA_E_INVALID_INPUT);
-    EXPECT_EQ(pfa_parse_to_vek_file(record, "~you/x"), PFA_E_INVALID_INPUT);
-}
-
 TEST(CurDirDeathTest, HomeIsReadOnce) {
-    expect_in_own_process(expect_home_once);
-}
+    expect_in_own_process([] {
+        scoped_record record;
+        unsetenv("HOME");
+        EXPECT_EQ(pfa_get_home_dir(record), PFA_E_ERROR);
+        for (const std::string &bad : {std::string("~/x"), std::string(300, 'h')}) {
+            setenv("HOME", bad.c_str(), 1);
+            EXPECT_EQ(pfa_get_home_dir(record), PFA_E_ERROR);
+            EXPECT_EQ(pfa_parse_to_vek_file(record, "~/x"), PFA_E_INVALID_INPUT);
+        }
+        setenv("HOME", "/u/me.prt.2", 1);
+        EXPECT_EQ(pfa_get_home_dir(record), PFA_E_NO_ERROR);
+        setenv("HOME", "/later", 1);
+        EXPECT_EQ(pfa_get_home_dir(record), PFA_E_NO_ERROR);
+        EXPECT_EQ(state_of(record), "/u/me.prt.2/||DIR|0|-5");
 
-void expect_working_directory_once() {
-    const scratch_tree tree;
-    EXPECT_EQ(get_Cur_Dir(), nullptr);
-    std::filesystem::current_path(tree.path);
-    vek_file *current = pfa_get_cur_dir();
-    std::filesystem::current_path("/");
-    EXPECT_EQ(pfa_get_cur_dir(), current);
-    EXPECT_EQ(location_of(current), tree.path);
-    scoped_record relative("x/"), absolute(tree.path);
-    load_pfa_cur_dir(relative); // no place: reads that of the process
-    EXPECT_EQ(location_of(current), "/");
-    EXPECT_EQ(pfa_open_dir(current), PFA_E_NO_ERROR);
-    load_pfa_cur_dir(absolute);
-    EXPECT_EQ(location_of(current), tree.path);
-    EXPECT_EQ(current->flags, 0u) << "the listing is closed";
-    EXPECT_EQ(pfa_make_absolute_path(relative), PFA_E_NO_ERROR);
-    EXPECT_EQ(location_of(relative), tree.path + "x/");
-
-    // A working directory whose name reads as another is not taken for that one.
-    std::filesystem::current_path(tree.dir("a\\b"));
-    load_pfa_cur_dir(nullptr);
-    EXPECT_EQ(location_of(current), "");
-    // Nor is one that exists no more.
-    std::filesystem::remove_all(tree.path);
-    load_pfa_cur_dir(absolute);
-    load_pfa_cur_dir(nullptr);
-    EXPECT_EQ(location_of(current), "");
-    EXPECT_EQ(pfa_make_parent(current, absolute), PFA_E_ROOT_DIR);
-    EXPECT_EQ(pfa_open_dir(scoped_record("y/")), PFA_E_INVALID_NAME);
+        EXPECT_EQ(pfa_parse_to_vek_file(record, "~\\x"), PFA_E_NO_ERROR);
+        EXPECT_EQ(state_of(record), "/u/me.prt.2/|x||0|-6");
+        EXPECT_EQ(pfa_parse_to_vek_file(record, "$HOME/x"), PFA_E_NO_ERROR);
+        EXPECT_EQ(state_of(record), "/later/|x||0|-6");
+        EXPECT_EQ(pfa_parse_to_vek_file(record, "~you/x"), PFA_E_INVALID_INPUT);
+        const std::string too_long = "~/" + std::string(PFA_PATH_SIZE - 12, 'n');
+        EXPECT_EQ(pfa_parse_to_vek_file(record, too_long.c_str()), PFA_E_INVALID_INPUT);
+    });
 }
 
 TEST(CurDirDeathTest, TheWorkingDirectoryIsReadOnce) {
-    expect_in_own_process(expect_working_directory_once);
-}
+    expect_in_own_process([] {
+        const scratch_tree tree;
+        EXPECT_EQ(get_Cur_Dir(), nullptr);
+        std::filesystem::current_path(tree.path);
+        vek_file *current = pfa_get_cur_dir();
+        std::filesystem::current_path("/");
+        EXPECT_EQ(pfa_get_cur_dir(), current);
+        EXPECT_EQ(location_of(current), tree.path);
+        scoped_record relative("x/"), absolute(tree.path);
+        load_pfa_cur_dir(relative); // no place: reads that of the process
+        EXPECT_EQ(location_of(current), "/");
+        EXPECT_EQ(pfa_open_dir(current), PFA_E_NO_ERROR);
+        load_pfa_cur_dir(absolute);
+        EXPECT_EQ(location_of(current), tree.path);
+        EXPECT_EQ(current->flags, 0u) << "the listing is closed";
+        EXPECT_EQ(pfa_make_absolute_path(relative), PFA_E_NO_ERROR);
+        EXPECT_EQ(location_of(relative), tree.path + "x/");
 
-// Out of memory for '~', a name counted as one that cannot be expanded, and out of memory for a
-// listing, a directory as one that may not be read.
-void expect_out_of_memory() {
-    const scratch_tree tree;
-    setenv("HOME", tree.path.c_str(), 1);
-    scoped_record record;
-    int version = 0;
-    const auto result_with_memory_enough = [](const auto &operation) {
-        pfa_status result = PFA_E_OUT_OF_MEMORY;
-        for (long allocation = 0; result == PFA_E_OUT_OF_MEMORY; ++allocation) {
-            fail_allocation(allocation, true);
-            result = operation();
-            fail_allocation(NO_FAILURE, false);
-        }
-        return result;
-    };
-    const auto parse = [&] { return pfa_parse_to_vek_file(record, "~/bolt.prt"); };
-    const auto search = [&] { return pfa_get_file_vers(record, PFA_NEXT_VERSION, &version); };
-    EXPECT_EQ(result_with_memory_enough(parse), PFA_E_NO_ERROR);
-    EXPECT_EQ(result_with_memory_enough(search), PFA_E_NO_ERROR);
-    EXPECT_EQ(version, 1);
-}
-
-TEST(CurDirDeathTest, OutOfMemoryIsItsOwnResult) {
-    expect_in_own_process(expect_out_of_memory);
+        // A working directory whose name reads as another is not taken for that one.
+        std::filesystem::current_path(tree.dir("a\\b"));
+        load_pfa_cur_dir(nullptr);
+        EXPECT_EQ(location_of(current), "");
+        // Nor is one that exists no more.
+        std::filesystem::remove_all(tree.path);
+        load_pfa_cur_dir(absolute);
+        load_pfa_cur_dir(nullptr);
+        EXPECT_EQ(location_of(current), "");
+        EXPECT_EQ(pfa_make_parent(current, absolute), PFA_E_ROOT_DIR);
+        EXPECT_EQ(pfa_open_dir(scoped_record("y/")), PFA_E_INVALID_NAME);
+    });
 }
 
 // Whatever the form of the name, the listing is found, and nothing is expanded.
