@@ -10,7 +10,7 @@
 #include <algorithm>
 #include <cstdio>
 
-// The innermost lock of the memory layer: nothing else is locked while it is held.
+// Innermost of the allocator: only a report is locked while it is held.
 std::atomic<thrMutex *> memmgr_lock{nullptr};
 
 namespace {

@@ -2,8 +2,10 @@
 //
 // A pool (in names also "clump") is known by its number. An explicit pool belongs to the subsystem
 // that made it; a general pool serves every getmem() request of its rounded size. A record is zero
-// and 8-byte aligned, is recognised by its address alone, and is released with rlsmem(). Threads,
-// exhausted memory: as in getmem.h.
+// and 8-byte aligned, is recognised by the tag in the two bytes before it, and is released with
+// rlsmem(). Pointers given to the functions below must have such bytes: a block, a record. A record
+// whose header is damaged ends the process. Exhausted memory: as in getmem.h. The pools are locked
+// while threading is on, whatever the counters say.
 #pragma once
 
 constexpr int CLUMP_LIMIT = 500;            // pools
@@ -22,8 +24,8 @@ int register_clump(const char *name, int size);
 // The same with POOL_EXPLICIT.
 int create_mem_pool(const char *name, int record_size);
 
-// Returns the general pool for a request of `size` bytes, or -1. A size that is not positive ends
-// the process.
+// Returns the general pool for a request of `size` bytes, or -1, as while the general pools are
+// off. Else a size that is not positive ends the process.
 int find_non_id_clump(int size);
 
 // Returns a record; null if there is no such pool. `xar` other than 0 marks the record as an

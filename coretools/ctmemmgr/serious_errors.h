@@ -8,9 +8,9 @@
 //                                                   (thrTrap.h); its own report is a dbg_err_crash,
 //                                                   so silent by default
 //
-// `name` is the place that reports; `format` and its arguments are vek_vsprintf's. Both may be
-// null: the text that needs them is left out. Everything is printed on standard output. Any thread
-// may call; reports of one function do not mix.
+// `name` is the place that reports; `format` and its arguments are vek_vsprintf's. Without a format
+// the name stands alone; without a name nothing is printed. Everything is printed on standard
+// output. Any thread may call; reports of one function do not mix.
 #pragma once
 
 // A serious internal error. Returns 0, and does nothing, while the verbose mode is off or another
@@ -52,8 +52,8 @@ void set_dbg_err_crash(int what_it_does);
 //   else RUN_MODE_REGRESSION or RUN_MODE_NO_CALLBACK    not called
 //   else                                                called if the environment has
 //                                                       DBG_ERR_SHOW_DIALOG
-// `message` is the whole text, null if there is none, and lives until the callback returns. The
-// setter returns the callback that was installed before.
+// `message` is the text that was printed, null in the user run mode and without a name or format;
+// it lives until the callback returns. The setter returns the callback that was installed before.
 using dbg_crash_callback = int (*)(const char *name, const char *message);
 dbg_crash_callback set_dbg_err_crash_callback(dbg_crash_callback callback);
 

@@ -1,7 +1,8 @@
 // Extensible arrays: growable arrays of fixed-size elements, indexed like plain ones.
 //
-// A handle is the address of the first element. Operations that may move or release an array take
-// the address of the caller's handle and update it; all other copies of the handle are then stale.
+// An array is known by the address of its first element, null for none. Operations take `handle`,
+// the address of the variable that holds it. Those that move or release the array update the
+// variable; all other copies of it are then stale.
 // Elements that come into use are zero. Not locked: threads that share an array serialise its use.
 // The bookkeeping is described in xar_layout.h.
 //
@@ -17,9 +18,10 @@
 #include <cstring>
 #include <type_traits>
 
-// Returns a new array of `count` elements of `element_size` bytes (1 to XAR_MAXIMUM_ELEMENT_SIZE),
-// whose first growth step is `step` elements (XAR_MAXIMUM_STEP at most are kept). Null, and nothing
-// is made, if count and step are both 0. Release with xar_free().
+// Returns a new array of `count` elements of `element_size` bytes (1 to XAR_MAXIMUM_ELEMENT_SIZE).
+// `step`, at least 1, is the number of elements by which it first grows: XAR_MAXIMUM_STEP at most,
+// and 2 in place of 1 for an empty array of elements below 128 bytes. Null, and nothing is made, if
+// count and step are both 0. Release with xar_free().
 [[nodiscard]] void *xar_alloc(int count, int element_size, int step);
 // The same in a zone, which owns the memory; a negative zone is the general allocator.
 [[nodiscard]] void *zone_xar_alloc(int zone, int count, int element_size, int step);

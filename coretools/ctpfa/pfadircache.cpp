@@ -223,8 +223,8 @@ bool may_be_evicted(int index) {
     return is_entry_in_use(index) && !is_lent(index);
 }
 
-// Returns when the entry unused for longest of those that may go was used, `limit` if none was used
-// before that.
+// Returns the time of the last use of the least recently used entry that may go, `limit` if none
+// was used before that.
 std::time_t earliest_use(std::time_t limit) {
     const int count = xar_count(&dir_cache);
     for (int i = 0; i < count; ++i) {

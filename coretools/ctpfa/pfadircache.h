@@ -7,16 +7,18 @@
 // A listing is used again only while it is fresh. It is dropped
 //   - when the layer changes the directory, through the notices below,
 //   - at the next open of the directory, if method "PfaDirCacheInvalid" of its location says so
-//     (the standard filesystem compares the directory's modification time with that of the listing
-//     and trusts no listing read in the second of the last change),
+//     (the standard filesystem compares the directory's modification time with that of the listing,
+//     trusts no listing read in the second of the last change, and none that the user may no longer
+//     read), while a memory loop runs, or if the listing is of another location type,
 //   - when 256 or more directories are cached and another one needs its place: the one unused for
 //     longest that is not on loan and was not used within this second. If there is none, the table
-//     grows: 256 is no bound.
+//     grows: 256 is no hard limit.
 // A listing that is on loan is only marked as stale, and dropped at its next look-up.
 //
-// The cache never fails: if memory runs out, a listing is not cached. It is process-wide, unlocked
-// and lives until the process ends; directory work runs on one thread. Methods of location types
-// and release functions of application data may call back into the layer.
+// The cache never fails: if memory runs out, the allocator reports it and the listing is not
+// cached. It is process-wide, unlocked and lives until the process ends; directory work runs on one
+// thread. Methods of location types and release functions of application data may call back into
+// the layer.
 #pragma once
 
 #include "coretools/ctpfa/vek_file.h"

@@ -2,9 +2,9 @@
 //   location   what the location type that claims the name takes as its own, up to the last
 //              separator (for the standard filesystem: pfafs_parse.cpp)
 //   name       the rest, up to the extension
-//   extension  after the last '.' that is neither the first nor the last character
-//   version    a trailing '.' and a number of 16 bits, which may have a sign and does not start
-//              with 0
+//   extension  after the last '.', unless that is the first or the last character
+//   version    a trailing '.' and a number of 16 bits, which may have a '-' and does not start
+//              with 0; cut off before the extension is looked for
 // A rest that starts with '.' is all name; no rest at all names a directory. The split is in
 // pfasplit.cpp, expansion in pfapars_expand.cpp, what happens to "//" and ".." in path_text.cpp.
 //
@@ -40,6 +40,7 @@ pfa_status pfa_parse_to_vek_file_private(vek_file *record, const vek_file *base,
 //   PFA_E_NO_ERROR
 //   PFA_E_NOT_VALID      the record is null or not valid
 //   PFA_E_INVALID_INPUT  the text is null or too long
+//   PFA_E_ERROR          the location type claims more than the text has
 //   otherwise            the result of pfa_parse_location
 pfa_status parse_to_pfa(vek_file *record, int parse_location, const char *text);
 

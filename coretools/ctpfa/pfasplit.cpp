@@ -49,7 +49,7 @@ name_parts split_name(std::string_view name) {
         return parts;
     }
     int version = 0;
-    // "-03" is read, but would be written as "-3": part of a name it is no version.
+    // "-03" is read, but would be written as "-3": in a name it does not count as a version.
     // is_vers_string() takes it, since the search for versions only compares the number.
     const auto is_version = [&version](std::string_view text) {
         return !text.starts_with("-0") && read_version(text, &version);

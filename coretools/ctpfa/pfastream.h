@@ -45,8 +45,8 @@ pfa_status pfa_fopen(vek_file *record, int selector, const char *mode);
 //   or the result of "PfaCloseFile"; for a directory PFA_E_NO_ERROR
 pfa_status pfa_close(vek_file *record);
 
-// Writes `count` bytes, converted as the record's encode word (pfa_encode) says. Nothing is looked
-// at or written for a count of 0.
+// Writes `count` bytes, converted as the record's encode word (pfa_encode) says. A count of 0
+// writes nothing and asks only for a valid record.
 //   PFA_E_INACTIVE       the record is closed
 //   PFA_E_INVALID_INPUT  a negative count, null bytes, an unknown encode word, or a text that ends
 //                        inside a character; what comes before that character has been written
@@ -55,6 +55,6 @@ pfa_status pfa_write_file(vek_file *record, int count, const char *bytes);
 
 // Formats a text of any length as vek_vsprintf() does and writes it as pfa_write_file() does.
 //   PFA_E_INACTIVE  the record is closed
-//   PFA_E_ERROR     the format gives no text
+//   PFA_E_ERROR     the format gives no text, or memory runs out
 //   or a result of pfa_write_file()
 pfa_status pfa_fprintf(vek_file *record, const char *format, ...);
