@@ -49,22 +49,20 @@ TEST(PathRecordLife, OpenRecordsAndTheCurrentDirectoryAreNotFreed) {
 }
 
 // Memory runs out at each step of the first allocation and comes back: nothing is left half made.
-void expect_memory_may_run_out() {
-    rlsmem(getmem(1)); // the allocator itself cannot start without memory
-    vek_file *record = nullptr;
-    for (const long succeeding : {0, 1}) { // no registry of location types; no pool
-        fail_allocation(succeeding, true);
-        EXPECT_EQ(pfa_alloc_vek_file(&record), PFA_E_NO_SPACE) << succeeding;
-        EXPECT_EQ(record, nullptr);
-    }
-    fail_allocation(NO_FAILURE, false);
-    ASSERT_EQ(pfa_alloc_vek_file(&record), PFA_E_NO_ERROR);
-    EXPECT_EQ(pfa_parse_to_vek_file(record, "/x/b.prt.3"), PFA_E_NO_ERROR);
-    EXPECT_EQ(state_of(record), "/x/|b|prt|3|2");
-}
-
 TEST(PathRecordLife, MemoryThatRunsOutIsReportedAndHarmless) {
-    expect_in_own_process(expect_memory_may_run_out);
+    expect_in_own_process([] {
+        rlsmem(getmem(1)); // the allocator itself cannot start without memory
+        vek_file *record = nullptr;
+        for (const long succeeding : {0, 1}) { // no registry of location types; no pool
+            fail_allocation(succeeding, true);
+            EXPECT_EQ(pfa_alloc_vek_file(&record), PFA_E_NO_SPACE) << succeeding;
+            EXPECT_EQ(record, nullptr);
+        }
+        fail_allocation(NO_FAILURE, false);
+        ASSERT_EQ(pfa_alloc_vek_file(&record), PFA_E_NO_ERROR);
+        EXPECT_EQ(pfa_parse_to_vek_file(record, "/x/b.prt.3"), PFA_E_NO_ERROR);
+        EXPECT_EQ(state_of(record), "/x/|b|prt|3|2");
+    });
 }
 
 std::string hex(const vek_file *record) {
@@ -73,49 +71,29 @@ std::string hex(const vek_file *record) {
     return text;
 }
 
-void expect_debugging_registry() {
-    scoped_record early, one;
-    report_capture output;
-    pfa_set_mem_debug(1);
-    vek_file *two = nullptr;
-    EXPECT_EQ(pfa_alloc_vek_file(&two), PFA_E_NO_ERROR);
-    const std::string at = hex(two) + "\n (INFO MESSAGE)\n";
-    EXPECT_EQ(output.printed(), "pfa_alloc_vek_file:  Created new pfa at: " + at);
-    EXPECT_EQ(pfa_put_component(one, PFA_NAME, "one"), PFA_E_NO_ERROR);
-    EXPECT_EQ(pfa_put_component(two, PFA_NAME, "two"), PFA_E_NO_ERROR);
-    pfa_mem_debug(one, 1);
-    EXPECT_EQ(output.printed(), "");
-    char expected[200];
-    std::snprintf(expected, sizeof expected, "2 allocated pfas0, at %p, two\n1, at %p, one\n",
-                  static_cast<void *>(two), static_cast<void *>(one.file));
-    pfa_mem_debug(nullptr, 1);
-    EXPECT_EQ(output.printed(), expected);
-
-    pfa_mem_debug(one, 1);
-    EXPECT_EQ(output.take(), "double allocation at " + hex(one));
-    pfa_mem_debug(early, 0);
-    EXPECT_EQ(output.take(), "freeing unknown pfa at " + hex(early));
-    pfa_mem_debug(one, 0);
-    EXPECT_EQ(output.printed(), "");
-    EXPECT_EQ(pfa_put_component(one, PFA_NAME, "changed"), PFA_E_NO_ERROR);
-    pfa_mem_debug(one, 0);
-    EXPECT_EQ(output.take(), "freeing one, now changed, at " + hex(one) + " twice");
-    pfa_mem_debug(nullptr, 0);
-    EXPECT_EQ(output.printed(), "total of 1 pfas, 2 entries");
-    pfa_mem_debug(one, 1);
-    EXPECT_EQ(output.printed(), "") << "the address has come back";
-
-    EXPECT_EQ(pfa_free_vek_file(&two), PFA_E_NO_ERROR);
-    EXPECT_EQ(output.printed(), "pfa_free_vek_file:  Freeing pfa at: " + at);
-    EXPECT_EQ(pfa_free_vek_file(&two), PFA_E_NOT_VALID);
-    EXPECT_EQ(output.printed(), "pfa_free_vek_file:  Not freeing NULL pfa\n (INFO MESSAGE)\n");
-    pfa_mem_debug(nullptr, 0);
-    EXPECT_EQ(output.printed(), "total of 1 pfas, 2 entries");
-    pfa_set_mem_debug(0);
-}
-
 TEST(PathRecordLife, TheDebuggingRegistryReportsWhatIsWrong) {
-    expect_in_own_process(expect_debugging_registry);
+    expect_in_own_process([] {
+        scoped_record early, one;
+        report_capture output;
+        pfa_set_mem_debug(1);
+        EXPECT_EQ(pfa_put_component(one, PFA_NAME, "one"), PFA_E_NO_ERROR);
+        pfa_mem_debug(one, 1);
+        EXPECT_EQ(output.printed(), "");
+        pfa_mem_debug(one, 1);
+        EXPECT_EQ(output.take(), "double allocation at " + hex(one));
+        pfa_mem_debug(early, 0);
+        EXPECT_EQ(output.take(), "freeing unknown pfa at " + hex(early));
+        pfa_mem_debug(one, 0);
+        EXPECT_EQ(output.printed(), "");
+        EXPECT_EQ(pfa_put_component(one, PFA_NAME, "changed"), PFA_E_NO_ERROR);
+        pfa_mem_debug(one, 0);
+        EXPECT_EQ(output.take(), "freeing one, now changed, at " + hex(one) + " twice");
+        pfa_mem_debug(one, 1);
+        EXPECT_EQ(output.printed(), "") << "the address has come back";
+        pfa_mem_debug(nullptr, 0);
+        EXPECT_EQ(output.printed(), "total of 1 pfas, 1 entries");
+        pfa_set_mem_debug(0);
+    });
 }
 
 } // namespace
