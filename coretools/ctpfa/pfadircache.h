@@ -38,7 +38,8 @@ int pfa_dir_cache_update(vek_file *record);
 // absolute name ends in '/', as location texts do.
 int pfa_dir_name_update_cache(const char *directory_name);
 
-// Forced caching: a listing is used again without asking its location. PFA_E_NOT_CACHABLE of
+// Forced caching: a listing is used again without asking its location, also to find the next
+// version of a file. PFA_E_NOT_CACHABLE of
 // "PfaDirOpen" is overruled, unless "PfaIsVirtualFolder" returns 0.
 
 // For all directories (1) or not (0, the default).

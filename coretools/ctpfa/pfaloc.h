@@ -2,7 +2,7 @@
 //
 // Every operation of the file access layer calls a method of the record's location type. To write a
 // location type, implement the methods you want to offer with the parameters and contracts given in
-// pfaloc_methods.def, choose one of the unused numbers of locTypeNames, and register:
+// pfaloc_methods.def, choose one of the free numbers given there, and register:
 //
 //     int list_path_idx(vek_file *) { return PFA_PATH; }
 //     int list_claim(vek_file *record, const char *name, const char *colon, std::int16_t *rest);

@@ -31,7 +31,8 @@ const char *binary_mode(const char *mode);
 // Opens the record as a stream. `selector` is a pfa_version_selector; the version opened is stored
 // in the record, also if the open then fails. `mode` is that of fopen(). A record without a
 // location type becomes one of the standard filesystem. A mode that does not begin with 'r' drops
-// the cached listing of the file's directory; "r+" adds no entry and keeps it.
+// the cached listing of the file's directory, if the location type gives the host's name of the
+// file (else it drops the listing itself); "r+" adds no entry and keeps it.
 //   PFA_E_CANT_OPEN      the record is open already or lies on another host; PFA_NEXT_VERSION in a
 //                        mode without 'w'; or the version does not fit in 16 bits
 //   PFA_E_INVALID_INPUT  a null mode or another selector

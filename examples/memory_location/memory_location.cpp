@@ -3,6 +3,7 @@
 #include "memory_location.h"
 
 #include "coretools/ctpfa/pfacomponent.h"
+#include "coretools/ctpfa/pfadircache.h"
 #include "coretools/ctpfa/pfaget.h"
 #include "coretools/ctpfa/pfaloc.h"
 #include "coretools/ctpfa/pfamem.h"
@@ -30,12 +31,13 @@ int claim(vek_file *record, const char *name, const char *, std::int16_t *rest) 
     if (name == nullptr || !std::string_view(name).starts_with("mem:/")) {
         return PFA_E_NOT_FOUND; // declined; any failure does
     }
-    const std::string path = name + PREFIX.size();
-    const std::size_t length = rest == nullptr ? path.size() : path.rfind('/') + 1;
+    const std::string_view path = name + PREFIX.size();
+    const bool is_all = rest == nullptr || path.ends_with("/..") || path.ends_with("/.");
+    const std::size_t length = is_all ? path.size() : path.rfind('/') + 1;
     if (rest != nullptr) {
         *rest = static_cast<std::int16_t>(PREFIX.size() + length);
     }
-    return pfa_put_path(record, path.substr(0, length).c_str());
+    return pfa_put_path(record, std::string(path.substr(0, length)).c_str());
 }
 
 // "mem:/parts/", which claim() takes back; also the neutral form, as it has '/' and ".." only.
@@ -57,28 +59,55 @@ int location_string(vek_file *record, char *out, std::int16_t *length, int capac
 
 int is_folder(vek_file *record) {
     char name[PFA_PATH_SIZE];
-    if (pfa_get_full_name(record, name) != PFA_E_NO_ERROR) {
+    if (pfa_get_full_name_mixed_case(record, name, 0) != PFA_E_NO_ERROR) {
         return PFA_E_NO_ERROR;
     }
     return memory_directories.contains(std::string(name) + "/") ? PFA_E_EXIST : PFA_E_NO_ERROR;
 }
 
-// Files: while one is open, the location handle points to this.
+// What the location handle points to while something is open. A record can be changed meanwhile, so
+// that its handle holds something else than its name asks for. Hence each block begins with a kind,
+// and none of those that the types of the system use.
+enum class memory_kind : int { stream = 100, listing };
+
 struct memory_stream {
+    static constexpr memory_kind KIND = memory_kind::stream;
+    memory_kind kind;
     std::string *bytes; // those of the file, which must not be removed meanwhile
     std::size_t position;
 };
 
-memory_stream *stream_in(void **handle) {
-    return static_cast<memory_stream *>(*handle);
+// The directory cache may keep it after the record has been closed, and start it again.
+struct memory_listing {
+    static constexpr memory_kind KIND = memory_kind::listing;
+    memory_kind kind;
+    std::vector<std::string> names;
+    std::size_t next;
+};
+
+// Returns the block in a location handle; null unless it is of this kind.
+template <class Block>
+Block *block_in(void **handle) {
+    const bool fits = *handle != nullptr && *static_cast<memory_kind *>(*handle) == Block::KIND;
+    return fits ? static_cast<Block *>(*handle) : nullptr;
 }
 
-// The host does not know the file, so the host's name of it stays empty.
+int close_any(vek_file *, void **handle) {
+    delete block_in<memory_stream>(handle);
+    delete block_in<memory_listing>(handle);
+    *handle = nullptr;
+    return PFA_E_NO_ERROR;
+}
+
+// Files.
+
+// The host does not know the file, so the host's name of it stays empty, and the cached listing of
+// its directory is dropped here.
 int open_file(vek_file *record, void **handle, char *, const char *mode, int) {
     char directory[PFA_PATH_SIZE];
     char name[PFA_PATH_SIZE];
     if (pfa_get_location(record, directory, nullptr) != PFA_E_NO_ERROR ||
-        pfa_get_file_name(record, PFA_NAME_AND_VERSION, name) != PFA_E_NO_ERROR) {
+        pfa_get_file_name_mixed_case(record, PFA_NAME_AND_VERSION, name, 0) != PFA_E_NO_ERROR) {
         return PFA_E_INVALID_NAME;
     }
     const auto found = memory_directories.find(directory);
@@ -89,44 +118,40 @@ int open_file(vek_file *record, void **handle, char *, const char *mode, int) {
     if (mode[0] == 'w') {
         bytes.clear();
     }
-    *handle = new memory_stream{&bytes, mode[0] == 'a' ? bytes.size() : 0};
-    return PFA_E_NO_ERROR;
-}
-
-int close_file(vek_file *, void **handle) {
-    delete stream_in(handle);
-    *handle = nullptr;
+    if (mode[0] != 'r') {
+        pfa_dir_cache_update(record);
+    }
+    *handle = new memory_stream{memory_stream::KIND, &bytes, mode[0] == 'a' ? bytes.size() : 0};
     return PFA_E_NO_ERROR;
 }
 
 int read_file(vek_file *, void **handle, void *buffer, int *count, int size) {
-    memory_stream *stream = stream_in(handle);
-    const std::size_t left = stream->bytes->size() - stream->position;
-    const std::size_t taken = std::min(left, static_cast<std::size_t>(size));
-    std::memcpy(buffer, stream->bytes->data() + stream->position, taken);
+    auto *stream = block_in<memory_stream>(handle);
+    if (stream == nullptr) {
+        return PFA_E_INACTIVE;
+    }
+    // Another record may have cut the file meanwhile.
+    stream->position = std::min(stream->position, stream->bytes->size());
+    const std::size_t taken = stream->bytes->copy(static_cast<char *>(buffer),
+                                                  static_cast<std::size_t>(size), stream->position);
     stream->position += taken;
     *count = static_cast<int>(taken);
     return taken == 0 ? PFA_E_QUIT : PFA_E_NO_ERROR;
 }
 
 int write_file(vek_file *, void **handle, const void *bytes, int size, int) {
-    memory_stream *stream = stream_in(handle);
+    auto *stream = block_in<memory_stream>(handle);
+    if (stream == nullptr) {
+        return PFA_E_INACTIVE;
+    }
+    stream->position = std::min(stream->position, stream->bytes->size());
     const std::size_t count = static_cast<std::size_t>(size);
     stream->bytes->replace(stream->position, count, static_cast<const char *>(bytes), count);
     stream->position += count;
     return PFA_E_NO_ERROR;
 }
 
-// Directories: while one is open, the location handle points to this. The directory cache may keep
-// it after the record has been closed, and start it again.
-struct memory_listing {
-    std::vector<std::string> names;
-    std::size_t next;
-};
-
-memory_listing *listing_in(void **handle) {
-    return static_cast<memory_listing *>(*handle);
-}
+// Directories.
 
 std::vector<std::string> names_in(const char *location) {
     std::vector<std::string> names;
@@ -137,20 +162,23 @@ std::vector<std::string> names_in(const char *location) {
 }
 
 int open_directory(vek_file *, void **handle, const char *location, const char *) {
-    if (*handle != nullptr) {
-        listing_in(handle)->next = 0;
+    if (auto *listing = block_in<memory_listing>(handle)) {
+        listing->next = 0;
         return PFA_E_NO_ERROR;
     }
-    if (!memory_directories.contains(location)) {
+    if (*handle != nullptr || !memory_directories.contains(location)) {
         return PFA_E_NOT_FOUND;
     }
-    *handle = new memory_listing{names_in(location), 0};
+    *handle = new memory_listing{memory_listing::KIND, names_in(location), 0};
     return PFA_E_NO_ERROR;
 }
 
 int read_next(vek_file *directory, void **handle, vek_file *entry, const pfa_dir_filter *filter,
               void *argument, int with_kind) {
-    memory_listing *listing = listing_in(handle);
+    auto *listing = block_in<memory_listing>(handle);
+    if (listing == nullptr) {
+        return PFA_E_INVALID_INPUT;
+    }
     while (listing->next < listing->names.size()) {
         const char *name = listing->names[listing->next++].c_str();
         if (pfa_filter_takes(filter, directory, name, with_kind != 0, PFA_NO_DIRECTORY, argument)) {
@@ -160,14 +188,9 @@ int read_next(vek_file *directory, void **handle, vek_file *entry, const pfa_dir
     return PFA_E_QUIT;
 }
 
-int close_directory(vek_file *, void **handle) {
-    delete listing_in(handle);
-    *handle = nullptr;
-    return PFA_E_NO_ERROR;
-}
-
 int listing_is_stale(vek_file *, void **handle, const char *location) {
-    return listing_in(handle)->names != names_in(location);
+    const auto *listing = block_in<memory_listing>(handle);
+    return listing == nullptr || listing->names != names_in(location);
 }
 
 bool register_methods() {
@@ -182,12 +205,12 @@ bool register_methods() {
     pfa_loc_method_register(MEMORY_LOCATION, PfaGetNeutralLocation, location_string);
     pfa_loc_method_register(MEMORY_LOCATION, PfaIsFolder, is_folder);
     pfa_loc_method_register(MEMORY_LOCATION, PfaFopen, open_file);
-    pfa_loc_method_register(MEMORY_LOCATION, PfaCloseFile, close_file);
+    pfa_loc_method_register(MEMORY_LOCATION, PfaCloseFile, close_any);
     pfa_loc_method_register(MEMORY_LOCATION, PfaReadFile, read_file);
     pfa_loc_method_register(MEMORY_LOCATION, PfaWriteFile, write_file);
     pfa_loc_method_register(MEMORY_LOCATION, PfaDirOpen, open_directory);
     pfa_loc_method_register(MEMORY_LOCATION, PfaDirReadNext, read_next);
-    pfa_loc_method_register(MEMORY_LOCATION, PfaDirClose, close_directory);
+    pfa_loc_method_register(MEMORY_LOCATION, PfaDirClose, close_any);
     pfa_loc_method_register(MEMORY_LOCATION, PfaDirCacheInvalid, listing_is_stale);
     return pfa_loc_register_setup(NoLocation) == 1;
 }
