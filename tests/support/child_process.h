@@ -7,7 +7,9 @@
 struct child_result {
     int status; // the exit status, or minus the number of the signal that ended the child
     std::string out;
-    std::string err;
+    std::string err = {};
+
+    bool operator==(const child_result &) const = default;
 };
 
 // Runs `body` in a child and collects its output. The status is 1 if an expectation failed there.

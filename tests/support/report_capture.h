@@ -19,7 +19,6 @@ struct report_capture {
         testing::internal::CaptureStdout();
     }
     ~report_capture() { testing::internal::GetCapturedStdout(); }
-    report_capture(const report_capture &) = delete;
 
     // What was printed since the last call.
     std::string printed() {

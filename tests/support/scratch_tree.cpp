@@ -13,21 +13,21 @@ std::string read_file(const std::string &path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-scratch_tree::scratch_tree(const std::string &where) : path(where + "/vek_test_XXXXXX") {
-    path = std::string(mkdtemp(path.data())) + "/";
+scratch_tree::scratch_tree(const std::string &where) : top(where + "/vek_test_XXXXXX") {
+    path = std::string(mkdtemp(top.data())) + "/";
     dir("");
 }
 
 scratch_tree::~scratch_tree() {
     // A test may have left directories that not even their owner can read.
     std::error_code ignored;
-    dir("", 0700);
-    for (const fs::directory_entry &entry : fs::recursive_directory_iterator(path, ignored)) {
+    fs::permissions(top, fs::perms::owner_all, ignored);
+    for (const fs::directory_entry &entry : fs::recursive_directory_iterator(top, ignored)) {
         if (entry.is_directory(ignored) && !entry.is_symlink(ignored)) {
             fs::permissions(entry, fs::perms::owner_all, ignored);
         }
     }
-    fs::remove_all(path, ignored);
+    fs::remove_all(top, ignored);
 }
 
 std::string scratch_tree::dir(const std::string &name, unsigned mode) const {

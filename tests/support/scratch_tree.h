@@ -6,7 +6,7 @@
 // Empty if there is no such file.
 std::string read_file(const std::string &path);
 
-// A new directory below `where`, removed with everything in it. Names are relative to it.
+// A new directory below `where`, removed with everything in it.
 struct scratch_tree {
     explicit scratch_tree(const std::string &where = "/tmp");
     ~scratch_tree();
@@ -22,5 +22,6 @@ struct scratch_tree {
 
     std::string content(const std::string &name) const { return read_file(path + name); }
 
-    std::string path; // ends in '/'
+    std::string top;  // what is removed
+    std::string path; // what names are relative to: top and '/'
 };

@@ -10,13 +10,11 @@
 inline void run_on_threads(int count, const std::function<void(int)> &body) {
     EnableThreading();
     thrThread::c_iActiveThreadsInUse = count;
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (int i = 0; i < count; ++i) {
         threads.emplace_back(body, i);
     }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
+    threads.clear(); // joins them
     thrThread::c_iActiveThreadsInUse = 0;
     DisableThreading();
 }

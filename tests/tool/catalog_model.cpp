@@ -11,6 +11,17 @@
 
 namespace fs = std::filesystem;
 
+const std::vector<type_row> type_table = [] {
+    std::vector<type_row> rows;
+    std::ifstream file(VEK_TYPE_TABLE);
+    std::string heading;
+    std::getline(file, heading);
+    for (type_row row; file >> row.code >> row.extension >> row.name_length;) {
+        rows.push_back(row);
+    }
+    return rows;
+}();
+
 namespace {
 
 // The longest paths that are read. A directory's record takes four characters more.
@@ -24,11 +35,32 @@ constexpr char ALPHABET[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxy
 // A version is a number of 16 signed bits, not 0 and without leading zeros.
 std::string without_version(const std::string &name) {
     const std::size_t dot = name.rfind('.');
-    const std::string version = name.substr(dot + 1);
-    const long number = std::strtol(version.c_str(), nullptr, 10);
-    const bool is_version = std::to_string(number) == version && number != 0 &&
-                            number == static_cast<std::int16_t>(number);
+    const long number = std::strtol(name.c_str() + dot + 1, nullptr, 10);
+    const bool is_version = number != 0 && number == static_cast<std::int16_t>(number) &&
+                            name.substr(dot + 1) == std::to_string(number);
     return name.substr(0, is_version ? dot : name.npos);
+}
+
+// The member that a file name makes; type 0 when it makes none.
+model_member model_of_name(const std::string &file_name) {
+    const std::string rest = without_version(file_name);
+    const std::size_t dot = rest.rfind('.');
+    if (dot == rest.npos || rest[0] == '.') {
+        return {};
+    }
+    const std::string name = rest.substr(0, dot);
+    std::string extension = rest.substr(dot + 1);
+    std::transform(extension.begin(), extension.end(), extension.begin(), ::tolower);
+    const auto row = std::find_if(type_table.begin(), type_table.end(), [&](const type_row &at) {
+        return strcasecmp(at.extension.c_str(), extension.c_str()) == 0;
+    });
+    if (row == type_table.end() || row->code <= 0 || extension == "-" ||
+        name.size() >= std::max<std::size_t>(32, row->name_length)) {
+        return {};
+    }
+    const bool valid = TAKES_ANY_NAME.contains(row->code) ||
+                       (name[0] != '-' && name.find_first_not_of(ALPHABET) == name.npos);
+    return valid ? model_member{row->code, name, "", extension} : model_member();
 }
 
 // above holds the directories from the root down; relative names the last, and ends in '/' unless
@@ -59,42 +91,6 @@ void read_directory(model_library *library, const std::string &relative,
 }
 
 } // namespace
-
-const std::vector<type_row> &type_table() {
-    static const std::vector<type_row> rows = [] {
-        std::vector<type_row> read;
-        std::ifstream file(VEK_TYPE_TABLE);
-        std::string heading;
-        std::getline(file, heading);
-        for (type_row row; file >> row.code >> row.extension >> row.name_length;) {
-            read.push_back(row);
-        }
-        return read;
-    }();
-    return rows;
-}
-
-model_member model_of_name(const std::string &file_name) {
-    const std::string rest = without_version(file_name);
-    const std::size_t dot = rest.rfind('.');
-    if (dot == rest.npos || rest[0] == '.') {
-        return {};
-    }
-    const std::string name = rest.substr(0, dot);
-    std::string extension = rest.substr(dot + 1);
-    std::transform(extension.begin(), extension.end(), extension.begin(), ::tolower);
-    const auto row =
-        std::find_if(type_table().begin(), type_table().end(), [&](const type_row &at) {
-            return strcasecmp(at.extension.c_str(), extension.c_str()) == 0;
-        });
-    if (row == type_table().end() || row->code <= 0 || extension == "-" ||
-        name.size() >= std::max<std::size_t>(32, row->name_length)) {
-        return {};
-    }
-    const bool valid = TAKES_ANY_NAME.contains(row->code) ||
-                       (name[0] != '-' && name.find_first_not_of(ALPHABET) == name.npos);
-    return valid ? model_member{row->code, name, "", extension} : model_member();
-}
 
 model_library read_library(const std::string &root, const std::set<std::string> &refused) {
     model_library library{root, {}, ""};
@@ -144,11 +140,11 @@ std::string model_library::duplicate_report() const {
 
 void expect_catalog(const scratch_library &library, const std::set<std::string> &refused,
                     const tool_run &run) {
-    const tool_result result = build_catalog(library.root, run);
+    const child_result result = build_catalog(library.root, run);
     const model_library model = read_library(library.root, refused);
     const std::string report = model.duplicate_report();
     EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(lines_of(result.output), lines_of(model.warnings + report));
-    EXPECT_TRUE(result.output.ends_with(report)) << result.output;
+    EXPECT_EQ(lines_of(result.out), lines_of(model.warnings + report));
+    EXPECT_TRUE(result.out.ends_with(report)) << result.out;
     EXPECT_EQ(library.catalog(), model.catalog());
 }

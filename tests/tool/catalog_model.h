@@ -9,7 +9,7 @@ struct type_row {
     std::string extension;
     std::size_t name_length;
 };
-const std::vector<type_row> &type_table();
+extern const std::vector<type_row> type_table;
 
 struct model_member {
     int type = 0;
@@ -28,9 +28,6 @@ struct model_library {
     std::string catalog() const;
     std::string duplicate_report() const;
 };
-
-// The member that a file name makes; type 0 when it makes none.
-model_member model_of_name(const std::string &file_name);
 
 // Reads the tree at root through the host. Names in refused are relative to the root, and end in a
 // '/' where the warning does; such directories are not entered.

@@ -1,9 +1,7 @@
 // Preloaded before the tool: makes the Nth call of a function of the C library fail.
-//
-//   VEK_FAULT_CALL    malloc (with realloc), opendir, readdir, stat, fopen or fwrite
-//   VEK_FAULT_AT      N, counted from 1
-//   VEK_FAULT_STICKY  1 when every later call fails too
-//   VEK_FAULT_REPORT  a file that receives "<calls that failed> <open descriptors>" at exit
+// VEK_FAULT_CALL is malloc (realloc counts with it), opendir, readdir, stat, fopen or fwrite;
+// VEK_FAULT_AT is N, counted from 1, with a '+' if every later call fails too.
+// At exit, "<calls that failed> <open descriptors>" goes to the standard error output.
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -13,25 +11,21 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/stat.h>
-
-extern "C" {
-void *__libc_malloc(std::size_t size);
-void *__libc_realloc(void *data, std::size_t size);
-}
+#include <unistd.h>
 
 namespace {
 
 int injected;
 
-bool fails(const char *call) {
+bool fails(const char *call, int error) {
     static int calls;
-    static const int at = std::atoi(std::getenv("VEK_FAULT_AT"));
-    static const bool sticky = std::atoi(std::getenv("VEK_FAULT_STICKY")) != 0;
-    if (std::strcmp(call, std::getenv("VEK_FAULT_CALL")) != 0 || ++calls < at ||
-        (calls > at && !sticky)) {
+    static const char *const at = std::getenv("VEK_FAULT_AT");
+    if (std::strcmp(call, std::getenv("VEK_FAULT_CALL")) != 0 || ++calls < std::atoi(at) ||
+        (calls > std::atoi(at) && std::strchr(at, '+') == nullptr)) {
         return false;
     }
     ++injected;
+    errno = error;
     return true;
 }
 
@@ -45,53 +39,40 @@ __attribute__((destructor)) void report() {
     for (int fd = 0; fd < 256; ++fd) {
         open_descriptors += fcntl(fd, F_GETFD) != -1 ? 1 : 0;
     }
-    const int fd = open(std::getenv("VEK_FAULT_REPORT"), O_WRONLY | O_CREAT | O_TRUNC, 0666);
-    dprintf(fd, "%d %d\n", injected, open_descriptors);
+    dprintf(STDERR_FILENO, "%d %d\n", injected, open_descriptors);
 }
 
 } // namespace
 
-#define FAULT(call, error, answer)                                                                 \
-    if (fails(call)) {                                                                             \
-        errno = error;                                                                             \
-        return answer;                                                                             \
-    }
-
 extern "C" {
 
 void *malloc(std::size_t size) {
-    FAULT("malloc", ENOMEM, nullptr)
-    return __libc_malloc(size);
+    return fails("malloc", ENOMEM) ? nullptr : next(malloc, "malloc")(size);
 }
 
 void *realloc(void *data, std::size_t size) {
-    FAULT("malloc", ENOMEM, nullptr)
-    return __libc_realloc(data, size);
+    return fails("malloc", ENOMEM) ? nullptr : next(realloc, "realloc")(data, size);
 }
 
 DIR *opendir(const char *name) {
-    FAULT("opendir", ENOENT, nullptr)
-    return next(opendir, "opendir")(name);
+    return fails("opendir", ENOENT) ? nullptr : next(opendir, "opendir")(name);
 }
 
 dirent *readdir(DIR *directory) {
-    FAULT("readdir", EIO, nullptr)
-    return next(readdir, "readdir64")(directory);
+    return fails("readdir", EIO) ? nullptr : next(readdir, "readdir64")(directory);
 }
 
 int stat(const char *name, struct stat *status) {
-    FAULT("stat", EIO, -1)
-    return next(static_cast<int (*)(const char *, struct stat *)>(stat), "stat64")(name, status);
+    using function = int (*)(const char *, struct stat *);
+    return fails("stat", EIO) ? -1 : next(function(stat), "stat64")(name, status);
 }
 
 std::FILE *fopen(const char *name, const char *mode) {
-    FAULT("fopen", EMFILE, nullptr)
-    return next(fopen, "fopen64")(name, mode);
+    return fails("fopen", EMFILE) ? nullptr : next(fopen, "fopen64")(name, mode);
 }
 
 std::size_t fwrite(const void *bytes, std::size_t size, std::size_t count, std::FILE *stream) {
-    FAULT("fwrite", ENOSPC, 0)
-    return next(fwrite, "fwrite")(bytes, size, count, stream);
+    return fails("fwrite", ENOSPC) ? 0 : next(fwrite, "fwrite")(bytes, size, count, stream);
 }
 
 } // extern "C"

@@ -15,7 +15,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr unsigned LONGEST_RUN_SECONDS = 60;
-constexpr int CHILD_NOT_STARTED = 99;
 
 std::vector<char *> null_ended(const std::vector<std::string> &texts) {
     std::vector<char *> pointers;
@@ -28,12 +27,10 @@ std::vector<char *> null_ended(const std::vector<std::string> &texts) {
 
 void become_tool(tool_run run) {
     // Opened before rights are dropped: the ordinary user need not reach the build folder.
-    int program = open(VEK_TOOL, O_RDONLY | O_CLOEXEC);
-    run.arguments.insert(run.arguments.begin(), "vek_build_librar_ctg");
+    int program = open(VEK_TOOL, O_RDONLY);
+    run.arguments.insert(run.arguments.begin(), "/dev/fd/" + std::to_string(program));
     if (VEK_EMULATOR[0] != '\0') {
-        const int tool = dup(program); // stays open for the emulator
         program = open(VEK_EMULATOR, O_RDONLY | O_CLOEXEC);
-        run.arguments[0] = "/dev/fd/" + std::to_string(tool);
         run.arguments.insert(run.arguments.begin(), "emulator");
     }
     run.prepare();
@@ -41,18 +38,26 @@ void become_tool(tool_run run) {
         alarm(LONGEST_RUN_SECONDS);
         fexecve(program, null_ended(run.arguments).data(), null_ended(run.environment).data());
     }
-    std::_Exit(CHILD_NOT_STARTED);
+    std::abort(); // not started
 }
 
 } // namespace
 
-scratch_library::scratch_library(const std::string &name) : library(name + "/"), root(tree(name)) {
-    tree.dir("", 0777);
-    tree.dir(name, 0777);
+scratch_library::scratch_library(const std::string &name) : root(path + name) {
+    dir("", 0777);
+    dir(name, 0777);
+    path = root + "/";
+}
+
+void scratch_library::files(const std::vector<std::string> &names, const std::string &before,
+                            const std::string &after) const {
+    for (const std::string &name : names) {
+        file(before + name + after);
+    }
 }
 
 std::string scratch_library::catalog_path() const {
-    return path(catalog_name(root) + ".ctg.1");
+    return path + catalog_name(root) + ".ctg.1";
 }
 
 std::string catalog_name(const std::string &root) {
@@ -61,17 +66,15 @@ std::string catalog_name(const std::string &root) {
     return name;
 }
 
-void PrintTo(const tool_result &result, std::ostream *out) {
-    *out << "status " << result.status << ", output:\n" << result.output;
+void PrintTo(const child_result &result, std::ostream *out) {
+    *out << "status " << result.status << ", output:\n" << result.out << result.err;
 }
 
-tool_result run_tool(const tool_run &run) {
-    const child_result child = run_in_child([&] { become_tool(run); });
-    std::fputs(child.err.c_str(), stderr);
-    return {child.status, child.out};
+child_result run_tool(const tool_run &run) {
+    return run_in_child([&] { become_tool(run); });
 }
 
-tool_result build_catalog(const std::string &library_dir, tool_run run) {
+child_result build_catalog(const std::string &library_dir, tool_run run) {
     run.environment.push_back("VEK_LIBRARY_DIR=" + library_dir);
     return run_tool(run);
 }

@@ -10,27 +10,16 @@
 
 // A scratch directory that anybody may enter, with an empty library in it. Names are relative to
 // the library.
-struct scratch_library {
+struct scratch_library : scratch_tree {
     explicit scratch_library(const std::string &name = "mylib");
 
-    std::string path(const std::string &name) const { return root + "/" + name; }
-
-    // Each creates the directories above as well.
-    void directory(const std::string &name) const { tree.dir(library + name); }
-    void file(const std::string &name, const std::string &text = "") const {
-        tree.file(library + name, text);
-    }
-    void link(const std::string &name, const std::string &target) const {
-        tree.link(library + name, target);
-    }
-
+    // Creates empty files, each named `before` + name + `after`.
+    void files(const std::vector<std::string> &names, const std::string &before = "",
+               const std::string &after = "") const;
     std::string catalog_path() const;
     std::string catalog() const { return read_file(catalog_path()); } // empty without one
 
-    scratch_tree tree;
-    std::string library; // its name and '/'
-    std::string top = tree.path.substr(0, tree.path.size() - 1);
-    std::string root;
+    std::string root; // the path of the library, without the '/' that path ends in
 };
 
 // What the catalog of a library is called in its header and, with ".ctg.1", on the disk.
@@ -43,15 +32,9 @@ struct tool_run {
     void (*prepare)() = [] {};                 // called in the process that becomes the tool
 };
 
-struct tool_result {
-    int status; // exit status; minus the number of a signal, which a hang ends in too
-    std::string output;
+void PrintTo(const child_result &result, std::ostream *out);
 
-    bool operator==(const tool_result &) const = default;
-};
-void PrintTo(const tool_result &result, std::ostream *out);
-
-tool_result run_tool(const tool_run &run);
-tool_result build_catalog(const std::string &library_dir, tool_run run = {});
+child_result run_tool(const tool_run &run);
+child_result build_catalog(const std::string &library_dir, tool_run run = {});
 
 std::multiset<std::string> lines_of(const std::string &text);

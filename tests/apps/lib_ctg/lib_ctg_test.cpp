@@ -58,7 +58,7 @@ class Library : public testing::Test {
     }
 
     scratch_tree tree_;
-    std::string root_ = tree_.path.substr(0, tree_.path.size() - 1);
+    const std::string root_ = tree_.top;
 };
 
 // The listing that the first build left in the cache must not serve the second one.
