@@ -35,7 +35,7 @@ constexpr char ALPHABET[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxy
 // A version is a number of 16 signed bits, not 0 and without leading zeros.
 std::string without_version(const std::string &name) {
     const std::size_t dot = name.rfind('.');
-    const long number = std::strtol(name.c_str() + dot + 1, nullptr, 10);
+    const long number = std::strtol(name.substr(dot + 1).c_str(), nullptr, 10);
     const bool is_version = number != 0 && number == static_cast<std::int16_t>(number) &&
                             name.substr(dot + 1) == std::to_string(number);
     return name.substr(0, is_version ? dot : name.npos);
