@@ -93,8 +93,11 @@ Block *block_in(void **handle) {
 }
 
 int close_any(vek_file *, void **handle) {
-    delete block_in<memory_stream>(handle);
-    delete block_in<memory_listing>(handle);
+    if (auto *stream = block_in<memory_stream>(handle)) {
+        delete stream;
+    } else {
+        delete block_in<memory_listing>(handle);
+    }
     *handle = nullptr;
     return PFA_E_NO_ERROR;
 }
