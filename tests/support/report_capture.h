@@ -5,6 +5,7 @@
 #include "coretools/ctmisc/run_mode.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -18,7 +19,11 @@ struct report_capture {
         set_run_mode(RUN_MODE_PFA_TRACE);
         testing::internal::CaptureStdout();
     }
-    ~report_capture() { testing::internal::GetCapturedStdout(); }
+    // The message of a failed expectation is among what was printed.
+    ~report_capture() {
+        const std::string text = testing::internal::GetCapturedStdout();
+        std::fputs(testing::Test::HasFailure() ? text.c_str() : "", stderr);
+    }
 
     // What was printed since the last call.
     std::string printed() {
