@@ -33,10 +33,21 @@ child_result run_in_child(const std::function<void()> &body) {
     return result;
 }
 
+// The process of a death test prints no failures by itself.
+[[noreturn]] static void run_and_exit(void (*body)()) {
+    body();
+    const testing::TestResult *result =
+        testing::UnitTest::GetInstance()->current_test_info()->result();
+    for (int i = 0; i < result->total_part_count(); ++i) {
+        const testing::TestPartResult &part = result->GetTestPartResult(i);
+        std::fprintf(stderr, "%s:%d: %s\n", part.file_name(), part.line_number(), part.message());
+    }
+    std::exit(result->Failed() ? 1 : 0);
+}
+
 void expect_in_own_process(void (*body)()) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    const auto run = [body] { body(), std::exit(testing::Test::HasFailure() ? 1 : 0); };
-    EXPECT_EXIT(run(), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(run_and_exit(body), testing::ExitedWithCode(0), "");
 }
 
 void drop_rights() {

@@ -5,7 +5,6 @@
 #include "coretools/ctmisc/run_mode.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -19,11 +18,11 @@ struct report_capture {
         set_run_mode(RUN_MODE_PFA_TRACE);
         testing::internal::CaptureStdout();
     }
-    ~report_capture() { end(); }
+    ~report_capture() { testing::internal::GetCapturedStdout(); }
 
     // What was printed since the last call.
     std::string printed() {
-        std::string text = end();
+        std::string text = testing::internal::GetCapturedStdout();
         testing::internal::CaptureStdout();
         return text;
     }
@@ -31,15 +30,7 @@ struct report_capture {
     std::string take() {
         const std::string text = printed();
         const std::size_t start = text.find(":  ");
-        const std::size_t stop = std::min(text.find("\ndbg_err_crash()"), text.find(" (ORDER"));
-        return start == text.npos ? text : text.substr(start + 3, stop - start - 3);
-    }
-
-  private:
-    // Printed all the same if an expectation has failed: its message is part of it.
-    static std::string end() {
-        std::string text = testing::internal::GetCapturedStdout();
-        std::fputs(testing::Test::HasFailure() ? text.c_str() : "", stderr);
-        return text;
+        const std::size_t end = std::min(text.find("\ndbg_err_crash()"), text.find(" (ORDER"));
+        return start == text.npos ? text : text.substr(start + 3, end - start - 3);
     }
 };
