@@ -1,6 +1,7 @@
 // Reports: what each prints, calls and ends under its switches; the run mode, the end of the
 // process and the boxed messages.
 #include "coretools/ctfileutil/input_mode.h"
+#include "coretools/ctmemmgr/block_debug.h"
 #include "coretools/ctmemmgr/memory_trap.h"
 #include "coretools/ctmemmgr/serious_errors.h"
 #include "coretools/ctmisc/crash.h"
@@ -166,8 +167,14 @@ void print_handler(int code) {
     std::printf("%c%d\n", Letter, code);
 }
 
+std::int64_t blocks_added_by_registering(wlx_exit_handler handler) {
+    const std::int64_t before = get_memory_statistics().num_blocks;
+    EXPECT_EQ(wlx_exit_register(handler), 1);
+    return get_memory_statistics().num_blocks - before;
+}
+
 // The list of handlers is read before each call, but counted once: one that is registered meanwhile
-// moves the others up by one.
+// moves the others up by one. Each registration makes a new list; a run may still read the old one.
 TEST(ProcessEnd, HandlersRunOnceNewestFirst) {
     const child_result child = run_in_child([] {
         EXPECT_EQ(wlx_exit_register(nullptr), 0);
@@ -176,13 +183,13 @@ TEST(ProcessEnd, HandlersRunOnceNewestFirst) {
             static bool registered = false;
             std::printf("b\n");
             if (!std::exchange(registered, true)) {
-                wlx_exit_register(print_handler<'n'>);
+                EXPECT_EQ(blocks_added_by_registering(print_handler<'n'>), 1);
             }
         });
-        wlx_exit_register(print_handler<'c'>);
+        EXPECT_EQ(blocks_added_by_registering(print_handler<'c'>), 0);
         set_wlx_exit_func(print_handler<'x'>);
         crash();
-        wlx_exit_register(print_handler<'d'>);
+        EXPECT_EQ(blocks_added_by_registering(print_handler<'d'>), 1);
         EXPECT_EQ(err_crash(nullptr, nullptr), 0);
         set_wlx_exit_func(nullptr);
         wlx_exit(testing::Test::HasFailure() ? 1 : 3);
