@@ -104,13 +104,25 @@ TEST(ThrLocalObject, WithoutMemoryNothingIsHalfMade) {
     });
 }
 
+TEST(ThrLocalObjectManager, FreeIndexesAreLastInFirstOut) {
+    thrLocalObjectManager manager;
+    for (int index = 0; index < 4; ++index) {
+        EXPECT_EQ(manager.TakeIndex(), index);
+    }
+    manager.GiveBackIndex(0);
+    manager.GiveBackIndex(2);
+    EXPECT_EQ(manager.TakeIndex(), 2);
+    EXPECT_EQ(manager.TakeIndex(), 0);
+    EXPECT_EQ(manager.TakeIndex(), 4);
+}
+
 thread_local std::string cleaned;
 
 // A clean-up call with a frame of its own, and a trap, which is ignored.
 void note(const trp_word words[TRP_CLEANUP_WORDS]) {
     std::jmp_buf context;
-    EXPECT_EQ(trp_push_frame(2, &context), 1);
-    trp_execute(2);
+    EXPECT_EQ(trp_push_frame(TRP_CLASS_MEMORY, &context), 1);
+    trp_execute(TRP_CLASS_MEMORY);
     trp_pop_frame();
     EXPECT_EQ(words[15], 15);
     cleaned += static_cast<char>(words[0]);
