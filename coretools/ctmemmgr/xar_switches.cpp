@@ -1,10 +1,6 @@
 // The per-thread debugging switches of the extensible arrays.
-#include "basictk/baselib/inc/thrLocalObject.h"
-#include "basictk/baselib/inc/thrMutex.h"
-#include "coretools/ctmemmgr/getmem.h"
+#include "coretools/ctmemmgr/thread_block_internal.h"
 #include "coretools/ctmemmgr/xar.h"
-
-#include <atomic>
 
 namespace {
 
@@ -32,19 +28,10 @@ void write_switch(thread_switch &to, int value) {
     if (read_switch(to) == value) {
         return;
     }
-    thrLocalObject *object = thr_make_once(to.object, thrLocalObject_Create);
-    if (object == nullptr) {
-        return;
+    auto *own = static_cast<int *>(thread_block(to.object, sizeof(int)));
+    if (own != nullptr) {
+        *own = value;
     }
-    auto *own = static_cast<int *>(thrLocalObject_GetData(object));
-    if (own == nullptr) {
-        own = static_cast<int *>(getmem(static_cast<int>(sizeof(int))));
-        if (own == nullptr || !thrLocalObject_SetData(object, own)) {
-            rlsmem(own);
-            return;
-        }
-    }
-    *own = value;
 }
 
 } // namespace

@@ -2,10 +2,9 @@
 // thread. Texts and plain decimal numbers are written here, everything else by snprintf.
 #include "coretools/ctwcfun/vek_vsprintf.h"
 
-#include "basictk/baselib/inc/thrLocalObject.h"
-#include "basictk/baselib/inc/thrMutex.h"
 #include "coretools/apfutil/path_to_os.h"
 #include "coretools/ctmemmgr/getmem.h"
+#include "coretools/ctmemmgr/thread_block_internal.h"
 #include "coretools/ctmemmgr/xar.h"
 #include "coretools/ctmisc/dbg_msg_tool.h"
 #include "coretools/ctmisc/report_services_internal.h"
@@ -48,29 +47,9 @@ struct work_record {
 // Each thread's value is a block that holds the address of the thread's first work record.
 std::atomic<thrLocalObject *> work_record_object{nullptr};
 
-// Where the calling thread keeps the address of its first work record; null without memory.
-work_record **thread_slot() {
-    thrLocalObject *object = thr_make_once(work_record_object, thrLocalObject_Create);
-    if (object == nullptr) {
-        return nullptr;
-    }
-    void *slot = thrLocalObject_GetData(object);
-    if (slot == nullptr) {
-        slot = getmem(static_cast<int>(sizeof(void *)));
-        if (slot == nullptr) {
-            return nullptr;
-        }
-        if (!thrLocalObject_SetData(object, slot)) {
-            rlsmem(slot);
-            return nullptr;
-        }
-    }
-    return static_cast<work_record **>(slot);
-}
-
 // The first record of the thread that no call is using, marked busy; null without memory.
 work_record *enter_work_record(trp_marked_call *call) {
-    work_record **link = thread_slot();
+    auto **link = static_cast<work_record **>(thread_block(work_record_object, sizeof(void *)));
     while (link != nullptr) {
         if (*link == nullptr) {
             void *block = getmem(static_cast<int>(sizeof(work_record)));
@@ -255,7 +234,6 @@ bool fill_in_stars(formatting *call, const char *from, const char *conversion,
     for (; from != conversion; ++from) {
         char number[12] = {*from};
         if (*from == '*') {
-            // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): copied in vek_hold_text
             const int value = va_arg(call->arguments, int);
             if (value < 0 && filled[length - 1] == '.') {
                 --length;
