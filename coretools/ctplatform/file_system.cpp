@@ -1,4 +1,4 @@
-// Local and network file systems, told apart by their type numbers.
+// Local and network file systems, distinguished by their type numbers.
 #include "coretools/ctplatform/file_system.h"
 
 #include <algorithm>
@@ -24,18 +24,18 @@ constexpr std::uint32_t NETWORK_TYPES[] = {
 
 } // namespace
 
-int ctp_is_network_type(long long type) {
-    return static_cast<int>(std::ranges::count(NETWORK_TYPES, static_cast<std::uint32_t>(type)));
+bool ctp_is_network_type(long long type) {
+    return std::ranges::count(NETWORK_TYPES, static_cast<std::uint32_t>(type)) != 0;
 }
 
-int ctp_is_network_path(const char *path) {
+bool ctp_is_network_path(const char *path) {
     struct statfs status {};
     if (path == nullptr) {
-        return 0;
+        return false;
     }
     while (statfs(path, &status) != 0) {
         if (errno != EINTR) {
-            return 0;
+            return false;
         }
     }
     return ctp_is_network_type(static_cast<long long>(status.f_type));

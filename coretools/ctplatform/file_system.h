@@ -1,9 +1,9 @@
 // Which file systems are local to this host.
 #pragma once
 
-// 1 if the path lies on a network file system (NFS, SMB, AFS, Ceph, 9p and the like), else 0: also
+// True if the path lies on a network file system (NFS, SMB, AFS, Ceph, 9p and the like). False also
 // for a path that cannot be examined.
-int ctp_is_network_path(const char *path);
+bool ctp_is_network_path(const char *path);
 
 // The same for a type number as statfs(2) reports it, whatever sign it was widened with.
-int ctp_is_network_type(long long type);
+bool ctp_is_network_type(long long type);

@@ -60,11 +60,11 @@ TEST(WideText, AllCharactersAreStable) {
 }
 
 TEST(FileSystem, OnlyNetworkTypesAreNotLocal) {
-    EXPECT_EQ(ctp_is_network_type(0x6969), 1);     // NFS
-    EXPECT_EQ(ctp_is_network_type(0xff534d42), 1); // CIFS
-    EXPECT_EQ(ctp_is_network_type(-11317950), 1);  // the same as a 32-bit host gives it
-    EXPECT_EQ(ctp_is_network_type(0xef53), 0);
-    EXPECT_EQ(ctp_is_network_path("/proc"), 0);
+    EXPECT_TRUE(ctp_is_network_type(0x6969));     // NFS
+    EXPECT_TRUE(ctp_is_network_type(0xff534d42)); // CIFS
+    EXPECT_TRUE(ctp_is_network_type(-11317950));  // the same as a 32-bit host gives it
+    EXPECT_FALSE(ctp_is_network_type(0xef53));
+    EXPECT_FALSE(ctp_is_network_path("/proc"));
 }
 
 } // namespace
