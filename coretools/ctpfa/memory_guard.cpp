@@ -10,7 +10,7 @@ bool pfa_call_guarded(void (*body)(void *), void *argument) {
     if (trp_push_frame(TRP_CLASS_MEMORY, &context) == 0) {
         return false;
     }
-    volatile bool returned = false;
+    bool returned = false;
     if (setjmp(context) == 0) {
         body(argument);
         returned = true;
