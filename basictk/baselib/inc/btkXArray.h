@@ -55,7 +55,6 @@ class btkXArray final : public btkXArrayImpl {
 
   public:
     explicit btkXArray(int initialCapacity = BTK_XARRAY_MIN_CAPACITY)
-        // NOLINTNEXTLINE(bugprone-sizeof-expression): elements may be pointers
         : btkXArrayImpl(static_cast<int>(sizeof(Element)), initialCapacity) {}
 
     Element &operator[](int index) { return static_cast<Element *>(_Elem(0))[index]; }
