@@ -27,8 +27,8 @@ void *memory_is_corrupt(const char *name) {
     return nullptr;
 }
 
-void *out_of_memory(int soft_failure) {
-    if (soft_failure == FAIL_TO_TRAPS) {
+void *out_of_memory(failure_mode mode) {
+    if (mode == FAIL_TO_TRAPS) {
         report_exhausted_memory();
     }
     return nullptr;
@@ -67,18 +67,18 @@ void note_allocation(void *data) {
     }
 }
 
-bool link_block(block_header *block, int xar) {
+bool link_block(block_header *block, block_kind kind) {
     const chain_guard guard;
-    return append_to_chain(block, xar);
+    return append_to_chain(block, kind);
 }
 
 // Makes a live block of what obtain_block returned; null stays null.
-void *live_block(block_header *block, int size, int soft_failure, int xar) {
+void *live_block(block_header *block, int size, failure_mode mode, block_kind kind) {
     if (block == nullptr) {
-        return out_of_memory(soft_failure);
+        return out_of_memory(mode);
     }
     set_block_size(block, size);
-    if (!link_block(block, xar)) {
+    if (!link_block(block, kind)) {
         std::free(block);
         return memory_is_corrupt("manage_memory");
     }
@@ -95,7 +95,7 @@ struct block_move {
 };
 
 // Under the lock from the check of the chain until the block is linked again.
-block_move move_block(void *old_data, int size, int xar) {
+block_move move_block(void *old_data, int size, block_kind kind) {
     const chain_guard guard;
     if (area_invalid(old_data) != CHAIN_IS_VALID) {
         return {};
@@ -113,21 +113,21 @@ block_move move_block(void *old_data, int size, int xar) {
                         static_cast<std::size_t>(std::min(size, move.old_size)));
         }
         set_block_size(move.to, size);
-        replace_in_chain(move.to, prev, next, move.old_size, xar);
+        replace_in_chain(move.to, prev, next, move.old_size, kind);
     }
     return move;
 }
 
-void *resized_block(int size, void *old_data, int soft_failure, int xar) {
+void *resized_block(int size, void *old_data, failure_mode mode, block_kind kind) {
     if (dbggetmem.active.load(std::memory_order_relaxed) != 0) {
         debug_mark_released_memory(&dbggetmem, old_data);
     }
-    const block_move move = move_block(old_data, size, xar);
+    const block_move move = move_block(old_data, size, kind);
     if (move.from == nullptr) {
         return memory_is_corrupt("manage_memory");
     }
     if (move.to == nullptr) {
-        return out_of_memory(soft_failure);
+        return out_of_memory(mode);
     }
     if (move.copies) {
         const std::size_t whole = whole_size(move.old_size);
@@ -195,10 +195,11 @@ void *manage_memory(int size, void *old_data, int soft_failure, int xar) {
     if (!memory_is_ready()) {
         return nullptr;
     }
+    const auto mode = static_cast<failure_mode>(soft_failure);
     if (old_data != nullptr) {
-        return resized_block(size, old_data, soft_failure, xar);
+        return resized_block(size, old_data, mode, kind_of(xar));
     }
-    void *const data = live_block(obtain_block(size), size, soft_failure, xar);
+    void *const data = live_block(obtain_block(size), size, mode, kind_of(xar));
     if (data != nullptr) {
         std::memset(data, 0, static_cast<std::size_t>(size));
     }
@@ -210,7 +211,7 @@ int release_block(void *data) {
     return 0;
 }
 
-void *new_area_block(int soft_failure) {
+void *new_area_block(failure_mode mode) {
     if (!memory_is_ready()) {
         return nullptr;
     }
@@ -218,21 +219,21 @@ void *new_area_block(int soft_failure) {
     if (block == nullptr) {
         block = obtain_block(Stat_clump_size);
     }
-    return live_block(block, Stat_clump_size, soft_failure, PLAIN_BLOCK);
+    return live_block(block, Stat_clump_size, mode, PLAIN_BLOCK);
 }
 
 void release_area_block(void *area) {
     release(area, true);
 }
 
-void *allocate_block(int size, int soft_failure, int xar) {
+void *allocate_block(int size, failure_mode mode, block_kind kind) {
     if (size == 0) {
         return nullptr;
     }
     // A negative size is refused once, by the allocator.
     const int pool = size > 0 ? find_non_id_clump(size) : -1;
-    return pool >= 0 ? take_pool_record(pool, soft_failure, xar)
-                     : manage_memory(size, nullptr, soft_failure, xar);
+    return pool >= 0 ? take_pool_record(pool, mode, kind)
+                     : manage_memory(size, nullptr, mode, kind);
 }
 
 void *getmem(int size) {
@@ -240,7 +241,7 @@ void *getmem(int size) {
 }
 
 void *getmem_xar(int size, int xar) {
-    return allocate_block(size, FAIL_TO_TRAPS, xar);
+    return allocate_block(size, FAIL_TO_TRAPS, kind_of(xar));
 }
 
 void *getmem_null(int size) {

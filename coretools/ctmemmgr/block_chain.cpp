@@ -10,7 +10,7 @@
 #include <algorithm>
 #include <cstdio>
 
-// Innermost of the allocator: only a report is locked while it is held.
+// Innermost of the allocator: nothing else is locked while it is held.
 std::atomic<thrMutex *> memmgr_lock{nullptr};
 
 namespace {
@@ -83,10 +83,10 @@ void lead_back_to(block_header *next, block_header *block) {
     }
 }
 
-void put_between(block_header *block, block_header *prev, block_header *next, int xar) {
+void put_between(block_header *block, block_header *prev, block_header *next, block_kind kind) {
     set_prev(block, prev);
     set_next(block, next);
-    trailer_of(block)->mark = block_mark(NO_SERIAL, xar);
+    trailer_of(block)->mark = block_mark(NO_SERIAL, kind);
     lead_to(prev, block);
     lead_back_to(next, block);
 }
@@ -154,19 +154,19 @@ chain_check area_invalid(const void *data) {
     return CHAIN_IS_VALID;
 }
 
-bool append_to_chain(block_header *block, int xar) {
+bool append_to_chain(block_header *block, block_kind kind) {
     block_header *const last = last_area;
     if (last != nullptr && (!header_is_plausible(last) || trailer_of(last)->next != nullptr)) {
         return false;
     }
-    put_between(block, last, nullptr, xar);
+    put_between(block, last, nullptr, kind);
     count_block(block_size(block));
     return true;
 }
 
 void replace_in_chain(block_header *block, block_header *prev, block_header *next, int old_size,
-                      int xar) {
-    put_between(block, prev, next, xar);
+                      block_kind kind) {
+    put_between(block, prev, next, kind);
     discount_block(old_size);
     count_block(block_size(block));
 }
@@ -183,7 +183,7 @@ void remove_from_chain(block_header *block) {
 
 void set_block_serial(void *data, std::uint32_t serial) {
     block_trailer *const trailer = trailer_of(header_of(data));
-    trailer->mark = block_mark(serial, static_cast<int>(trailer->mark & 1));
+    trailer->mark = block_mark(serial, kind_of(static_cast<int>(trailer->mark & 1)));
 }
 
 memory_statistics get_memory_statistics() {

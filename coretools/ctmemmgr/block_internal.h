@@ -21,9 +21,9 @@
 //    +  mark        4  (serial << 1 | xar)    +  mark        4
 //    +  guard       4  (of next)
 //
-// Pool records are told from blocks by the 16 bits before the data, which hold an odd tag there.
-// Here these bits are size_high, a field of its own whose lowest bit is always 0: whatever the
-// byte order and the width of a pointer, a block never looks like a pool record.
+// Pool records are distinguished from blocks by the 16 bits before the data, which hold an odd tag
+// there. Here these bits are size_high, a field of its own whose lowest bit is always 0: whatever
+// the byte order and the width of a pointer, a block never looks like a pool record.
 
 // A check word in the padding of a 64-bit host: a link that was overwritten is not followed. A
 // 32-bit host has no room for it.
@@ -115,8 +115,16 @@ inline void set_next(block_header *block, block_header *next) {
     trailer->guard.set(next, 0);
 }
 
-constexpr std::uint32_t block_mark(std::uint32_t serial, int xar) {
-    return (serial << 1) | (xar != 0 ? 1U : 0U);
+enum failure_mode : int { FAIL_TO_TRAPS = 0, FAIL_SOFTLY = 1 }; // report, or only return null
+enum block_kind : int { PLAIN_BLOCK = 0, XAR_BLOCK = 1 };
+
+// The kind that the xar flag of a request asks for.
+constexpr block_kind kind_of(int xar) {
+    return xar != 0 ? XAR_BLOCK : PLAIN_BLOCK;
+}
+
+constexpr std::uint32_t block_mark(std::uint32_t serial, block_kind kind) {
+    return (serial << 1) | static_cast<std::uint32_t>(kind);
 }
 
 // True if the chain needs its lock. Asked anew at every request.
@@ -160,32 +168,29 @@ class chain_guard : held_mutex {
 // or resized block is set before.
 
 // False, and nothing changed, if the chain is corrupt.
-[[nodiscard]] bool append_to_chain(block_header *block, int xar);
+[[nodiscard]] bool append_to_chain(block_header *block, block_kind kind);
 // Puts a resized block into its old place, between prev and next.
 void replace_in_chain(block_header *block, block_header *prev, block_header *next, int old_size,
-                      int xar);
+                      block_kind kind);
 void remove_from_chain(block_header *block);
 void set_block_serial(void *data, std::uint32_t serial);
 
 // The allocator past the pools (block_allocator.cpp). The pools' areas and size cache come from
-// here, so that the two layers never call each other without end.
+// here, so that the two layers never recurse into each other.
 
-enum failure_mode : int { FAIL_TO_TRAPS = 0, FAIL_SOFTLY = 1 }; // report, or only return null
-enum block_kind : int { PLAIN_BLOCK = 0, XAR_BLOCK = 1 };
-
-// Makes a general block, or resizes the one at old_data. soft_failure is a failure_mode, xar a
-// block_kind.
+// Makes a general block, or resizes the one at old_data. soft_failure is a failure_mode; xar other
+// than 0 makes an XAR_BLOCK.
 void *manage_memory(int size, void *old_data, int soft_failure, int xar);
 // Releases a general block. Always returns 0.
 int release_block(void *data);
 
 // The same for an area of a pool, except that its contents are not defined and that some released
 // areas are kept for the next requests.
-void *new_area_block(int soft_failure);
+void *new_area_block(failure_mode mode);
 void release_area_block(void *area);
 
-// getmem_xar with a failure_mode.
-void *allocate_block(int size, int soft_failure, int xar);
+// As getmem_xar(); `mode` says what it does if memory is exhausted.
+void *allocate_block(int size, failure_mode mode, block_kind kind);
 // Reports exhausted memory and hands it to the traps. Must be called without a chain_guard or
 // clump_guard.
 void report_exhausted_memory();

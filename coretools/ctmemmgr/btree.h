@@ -19,7 +19,7 @@ struct btree_node {
 enum rbtree_colour : int { RBTREE_RED = 0, RBTREE_BLACK = 1 };
 
 struct rbtree_node : btree_node {
-    int colour;
+    rbtree_colour colour;
 };
 
 struct btree_block;
@@ -54,7 +54,7 @@ enum btree_direction : int { BTREE_NEXT = 0, BTREE_PREVIOUS = 1 };
 void free_btree(btree **tree);
 
 // Takes a zero node; returns the storage of its block and stores its index there. Released nodes
-// are taken first, except in the plain binary tree (told by its node size), which never takes them.
+// are taken first, except in the plain binary tree (known by its node size), which takes none.
 void *new_btree_node_low(btree *tree, int maximum_per_block, int node_size, int *index);
 btree_node *new_btree_node(btree *tree);
 rbtree_node *new_rbtree_node(btree *tree);

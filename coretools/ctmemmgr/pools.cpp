@@ -82,8 +82,8 @@ inline bool make_first_area_with_room(clump_entry &entry) {
     return front != nullptr && (has_room(entry, front) || replace_first_area(entry, front));
 }
 
-area_header *make_area(int pool, int soft_failure) {
-    auto *const area = static_cast<area_header *>(new_area_block(soft_failure));
+area_header *make_area(int pool, failure_mode mode) {
+    auto *const area = static_cast<area_header *>(new_area_block(mode));
     if (area != nullptr) {
         *area = {0, static_cast<std::int16_t>(pool), NO_SLOT, nullptr, nullptr, area, 0};
     }
@@ -105,13 +105,13 @@ inline slot_header *pop_free_slot(area_header *area, std::size_t stride) {
 }
 
 // Takes a slot from the first area, which has room.
-inline slot_header *take_slot(const clump_entry &entry, int xar) {
+inline slot_header *take_slot(const clump_entry &entry, block_kind kind) {
     area_header *const area = entry.first_area;
     slot_header *const slot = pop_free_slot(area, stride_of(entry));
     area->used++;
     slot->next_free = NO_SLOT;
     slot->mark = NO_MARK;
-    slot->tag = xar != PLAIN_BLOCK ? TAG_IN_USE_XAR : TAG_IN_USE;
+    slot->tag = kind == XAR_BLOCK ? TAG_IN_USE_XAR : TAG_IN_USE;
     return slot;
 }
 
@@ -122,21 +122,21 @@ struct no_guard {};
 
 // Null if there is no such pool, or no area with room.
 template <class Guard>
-inline slot_header *slot_of_pool(int pool, int xar) {
+inline slot_header *slot_of_pool(int pool, block_kind kind) {
     [[maybe_unused]] const Guard guard;
     if (!is_pool_index(pool) || !make_first_area_with_room(clump_table[pool])) {
         return nullptr;
     }
-    return take_slot(clump_table[pool], xar);
+    return take_slot(clump_table[pool], kind);
 }
 
-slot_header *slot_of_new_area(int pool, area_header *area, int xar) {
+slot_header *slot_of_new_area(int pool, area_header *area, block_kind kind) {
     const clump_guard guard;
     clump_entry &entry = clump_table[pool];
     // Other threads may have made room meanwhile: no full area may come to stand before it.
     make_first_area_with_room(entry);
     link_area(entry, area, nullptr);
-    return take_slot(entry, xar);
+    return take_slot(entry, kind);
 }
 
 bool is_known_pool(int pool) {
@@ -162,16 +162,16 @@ inline void *record_of(int pool, slot_header *slot) {
     return is_in_loop(entry) ? zeroed_for_loop(entry, slot) : zeroed(entry, slot);
 }
 
-[[gnu::noinline]] void *record_of_new_area(int pool, int soft_failure, int xar) {
+[[gnu::noinline]] void *record_of_new_area(int pool, failure_mode mode, block_kind kind) {
     // Made without the lock: exhausted memory may jump to a trap frame.
-    area_header *const area = is_known_pool(pool) ? make_area(pool, soft_failure) : nullptr;
-    return area != nullptr ? record_of(pool, slot_of_new_area(pool, area, xar)) : nullptr;
+    area_header *const area = is_known_pool(pool) ? make_area(pool, mode) : nullptr;
+    return area != nullptr ? record_of(pool, slot_of_new_area(pool, area, kind)) : nullptr;
 }
 
 template <class Guard>
-[[gnu::noinline]] void *take_record(int pool, int soft_failure, int xar) {
-    slot_header *const slot = slot_of_pool<Guard>(pool, xar);
-    return slot != nullptr ? record_of(pool, slot) : record_of_new_area(pool, soft_failure, xar);
+[[gnu::noinline]] void *take_record(int pool, failure_mode mode, block_kind kind) {
+    slot_header *const slot = slot_of_pool<Guard>(pool, kind);
+    return slot != nullptr ? record_of(pool, slot) : record_of_new_area(pool, mode, kind);
 }
 
 // Overwrites under the lock: a free slot may be the next request's at once.
@@ -226,13 +226,13 @@ template <class Guard>
 
 } // namespace
 
-void *take_pool_record(int pool, int soft_failure, int xar) {
-    return IsThreadingEnabled() ? take_record<clump_guard>(pool, soft_failure, xar)
-                                : take_record<no_guard>(pool, soft_failure, xar);
+void *take_pool_record(int pool, failure_mode mode, block_kind kind) {
+    return IsThreadingEnabled() ? take_record<clump_guard>(pool, mode, kind)
+                                : take_record<no_guard>(pool, mode, kind);
 }
 
 void *getmem_pool_xar(int pool, int xar) {
-    return take_pool_record(pool, FAIL_TO_TRAPS, xar);
+    return take_pool_record(pool, FAIL_TO_TRAPS, kind_of(xar));
 }
 
 void *getmem_pool(int pool) {
@@ -282,10 +282,10 @@ void *relocmem_clump(void *data, int new_size, int) {
     if (entry.kind == POOL_EXPLICIT) {
         dbg_err_crash("relocmem_clump", "Cannot reallocate a user registered clump!");
     }
-    const int xar = slot->tag == TAG_IN_USE_XAR ? XAR_BLOCK : PLAIN_BLOCK;
+    const block_kind kind = slot->tag == TAG_IN_USE_XAR ? XAR_BLOCK : PLAIN_BLOCK;
     // Size 0 makes a block without bytes, as the resize of a general block does.
     void *const moved =
-        new_size != 0 ? getmem_xar(new_size, xar) : manage_memory(0, nullptr, FAIL_TO_TRAPS, xar);
+        new_size != 0 ? getmem_xar(new_size, kind) : manage_memory(0, nullptr, FAIL_TO_TRAPS, kind);
     if (moved == nullptr) {
         return nullptr;
     }

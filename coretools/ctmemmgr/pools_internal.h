@@ -124,9 +124,8 @@ inline bool is_pool_record(const void *data) {
     return is_tag_in_use(pool_tag_of(data));
 }
 
-// Returns a zero record; null as getmem_pool_xar. soft_failure is a failure_mode
-// (block_internal.h).
-void *take_pool_record(int pool, int soft_failure, int xar);
+// As getmem_pool_xar(); `mode` says what it does if memory is exhausted.
+void *take_pool_record(int pool, failure_mode mode, block_kind kind);
 
 // Spare areas: released areas that wait for the next request for one (spare_areas.cpp). They need
 // no lock.
