@@ -23,7 +23,7 @@ std::size_t watched_bytes = 0;
 std::string freed;
 
 // Compilers like to drop stores to memory that is about to be freed.
-TEST_F(Blocks, CountAndAreOverwritten) {
+TEST_F(Blocks, TotalsAndFillPatterns) {
     before_free = [](void *block) {
         freed.assign(static_cast<char *>(block), std::exchange(watched_bytes, 0));
     };
@@ -47,7 +47,7 @@ TEST_F(Blocks, CountAndAreOverwritten) {
 
 // The middle one of three blocks is damaged, or a neighbour. Where the report returns, nothing has
 // changed.
-TEST_F(Blocks, ThatAreDamagedAreReportedAndNotTouched) {
+TEST_F(Blocks, DamageIsReportedAndNothingChanges) {
     void *blocks[] = {getmem(40), getmem(40), getmem(40)};
     block_header *const middle = header_of(blocks[1]);
     // Without the check word of a 64-bit host an aligned address is followed.
@@ -132,7 +132,7 @@ TEST_F(Blocks, ExhaustedMemoryUnwindsAndLosesNothing) {
 
 // The spare areas of the pools took any released block of about their size, and kept it when malloc
 // failed.
-TEST_F(Blocks, GetTheSpareAreasOfPoolsBeforeTheyFail) {
+TEST_F(Blocks, SpareAreasAreUsedBeforeFailure) {
     const int pool = create_mem_pool("spare", 1000);
     free_spare_areas();
     rlsmem(getmem(Stat_clump_size));
@@ -187,7 +187,7 @@ void leak_a_block() {
     rlsmem(data);
 }
 
-TEST_F(Blocks, ThatEveryPassOfALoopLeavesAreReported) {
+TEST_F(Blocks, LoopReportsWhatEveryPassLeaves) {
     static const int pool = create_mem_pool("loop", 50);
     const struct {
         const char *name;

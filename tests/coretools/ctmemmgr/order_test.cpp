@@ -116,7 +116,7 @@ TEST(Rbtree, RandomOperationsAgreeWithASet) {
     }
 }
 
-// The tens order the keys; the last digit tells equal ones apart.
+// The tens order the keys; the last digit distinguishes equal ones.
 TEST(Btree, InsertionModes) {
     const std::pair<int, std::vector<int>> rows[] = {
         {BTREE_UNIQUE, {10, 20, 30}},
@@ -146,7 +146,7 @@ int compare_counting(const void *a, const void *b, void *calls) {
 }
 
 // Mostly "before": scans that trust it run far.
-int answer_anything(const void *, const void *, void *random) {
+int compare_at_random(const void *, const void *, void *random) {
     return (*static_cast<std::mt19937 *>(random))() % 8 == 0 ? 1 : -1;
 }
 
@@ -169,7 +169,7 @@ TEST(SortPointers, AgreesWithStableSort) {
             ASSERT_EQ(sorted, expected);
         }
         ASSERT_TRUE(std::is_sorted(sorted.begin(), sorted.end(), sorts_before));
-        sort_pointers_with_data(count, answer_anything, anyhow.data(), &random);
+        sort_pointers_with_data(count, compare_at_random, anyhow.data(), &random);
         long calls = 0;
         quick_sort_with_data(1, count - 1, compare_counting, counted.data(), &calls);
         ASSERT_LE(calls, 30L * count);

@@ -12,7 +12,7 @@ namespace {
 
 using Pools = MemoryTest;
 
-TEST_F(Pools, KeepOneSlotOfAnAreaInReserve) {
+TEST_F(Pools, OneSlotOfAnAreaStaysFree) {
     const int pool = create_mem_pool("capacity", 300);
     const std::size_t slots = (65536 - sizeof(area_header)) / (304 + 8);
     std::vector<char *> records;
@@ -34,7 +34,7 @@ TEST_F(Pools, KeepOneSlotOfAnAreaInReserve) {
     std::for_each(records.begin(), records.end(), rlsmem);
 }
 
-TEST_F(Pools, ThatAreGeneralServeTheirRoundedSize) {
+TEST_F(Pools, GeneralPoolsServeTheirRoundedSize) {
     const int pool = register_clump("one", 1001);
     EXPECT_EQ(create_mem_pool("same size", 1008), pool + 1);
     EXPECT_EQ(register_clump("another name", 1008), pool);
@@ -57,7 +57,7 @@ TEST_F(Pools, ThatAreGeneralServeTheirRoundedSize) {
 
 using Zones = MemoryTest;
 
-TEST_F(Zones, ServeWhatFitsInAChunk) {
+TEST_F(Zones, PiecesUpToAChunkAreServed) {
     const int zone = zone_open(1201); // chunks of 1208 bytes
     before = get_memory_statistics(); // with the table of zones
     for (int i = 0; i < 600; i++) {
@@ -82,7 +82,7 @@ TEST_F(Zones, ServeWhatFitsInAChunk) {
 
 // The chunk was taken without the lock, for chunks of 64 bytes; meanwhile the zone was closed and
 // opened again with larger ones. 4,000 bytes were then handed out behind that chunk.
-TEST_F(Zones, AddAChunkOnlyIfItWasMadeForThem) {
+TEST_F(Zones, ChunkIsAddedOnlyToTheZoneItWasMadeFor) {
     static const int zone = zone_open(64);
     before.num_blocks = live_blocks();
     for (int pass = 0; pass < 3; pass++) {

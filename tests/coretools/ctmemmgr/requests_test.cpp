@@ -83,7 +83,7 @@ void use_memory(int seed, int first_pool, int steps, const std::function<void(in
     }
 }
 
-TEST_F(Requests, AtRandomKeepContentsChainAndAreas) {
+TEST_F(Requests, RandomOperationsKeepContentsChainAndAreas) {
     const int first_pool = make_pools();
     use_memory(20, first_pool, 12000, [first_pool](int step) {
         use_locks(step / 500 % 2 == 0); // without them pools have a shorter way
@@ -103,7 +103,7 @@ TEST_F(Requests, AtRandomKeepContentsChainAndAreas) {
 }
 
 // Nothing races and nothing is lost, while loops start and end.
-TEST_F(Requests, OfEightThreadsLoseNothing) {
+TEST_F(Requests, EightThreadsLoseNothing) {
     const int first_pool = make_pools();
     const int zone = zone_open(4000);
     before = get_memory_statistics();
