@@ -1,5 +1,5 @@
 // getmem and rlsmem beside malloc and free, and a pool beside both: a working set of blocks of one
-// size is taken and given back, in the order of use and in a shuffled order.
+// size is taken and released, in the order of use and in a shuffled order.
 #include "coretools/ctmemmgr/getmem.h"
 #include "coretools/ctmemmgr/pools.h"
 

@@ -25,7 +25,7 @@ class thrLocalObjectManager : public btkAllocated {
     bool IsValid() const { return hasKey && lock != nullptr; }
     pthread_key_t *Key() { return &key; }
 
-    // Returns the free index given back last, or a new one.
+    // Returns the free index released last, or a new one.
     int TakeIndex();
     // Sets the slot in every thread's array to null and frees the index. Returns the number of
     // indexes that are still taken.

@@ -48,8 +48,8 @@ struct trp_frame {
 struct trp_stack : btkAllocated {
     btkXArray<trp_frame> frames;
     int armed = 1;         // a trap jumps at once
-    int pending = 0;       // a trap came while not armed; its class follows, for whoever arms
-    int pending_class = 0; // the stack again
+    int pending = 0;       // a trap arrived while disarmed;
+    int pending_class = 0; // whoever arms the stack handles pending_class
     int suspended = 0;     // a trap only marks the stack executing
     int executing = 0;     // a trap is being handled: another one is ignored
 };

@@ -10,8 +10,7 @@
 
 namespace {
 
-// The smallest capacity of the series that holds n, from a member of the series on; 0 when n is
-// beyond what an int counts.
+// Returns the first capacity of the series, from `from` on, that holds n; 0 if it exceeds INT_MAX.
 int capacity_for(int n, int from) {
     std::int64_t fit = std::max(from, BTK_XARRAY_MIN_CAPACITY);
     while (fit < n) {
