@@ -1,11 +1,15 @@
 // The components, path, type and host of a record, and calls with bad arguments.
 #include "coretools/ctfileutil/objextension.h"
 #include "coretools/ctpfa/pfacomponent.h"
+#include "coretools/ctpfa/pfadir.h"
+#include "coretools/ctpfa/pfadirpath.h"
 #include "coretools/ctpfa/pfaget.h"
 #include "coretools/ctpfa/pfainfo.h"
-#include "coretools/ctpfa/pfaloc_tables.h"
+#include "coretools/ctpfa/pfaloc.h"
 #include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfaput.h"
+#include "coretools/ctpfa/pfastream.h"
+#include "coretools/ctpfa/pfavers.h"
 #include "coretools/ctsyscall/hostname.h"
 #include "tests/support/path_records.h"
 
@@ -193,24 +197,55 @@ TEST(Host, ARecordIsLocalUnlessItNamesAnotherHost) {
     EXPECT_EQ(is_local(std::string(PFA_HOST_SIZE, 'h'), PfaStdFilesystem), 1) << "no host fits";
 }
 
-TEST(BadArguments, AreRefused) {
-    scoped_record file("/a/b.prt");
-    const vek_file before = *file.file;
-    vek_file freed = before;
+TEST(BadArguments, NullAndFreedRecordsAreRefused) {
+    scoped_record file("/a/b.prt"), folder("/a/");
+    vek_file freed = *file.file;
     freed.magic = 0;
     char out[PFA_PATH_SIZE] = "";
+    int number = 0;
     for (vek_file *bad : {static_cast<vek_file *>(nullptr), &freed}) {
+        EXPECT_EQ(pfa_copy_location(bad, file), PFA_E_NOT_VALID);
         EXPECT_EQ(pfa_get_path(bad, out), PFA_E_NOT_VALID);
+        EXPECT_EQ(pfa_get_component(bad, PFA_NAME, out, PFA_PATH_SIZE), PFA_E_NOT_VALID);
+        EXPECT_EQ(pfa_get_location(bad, out, nullptr), PFA_E_NOT_VALID);
+        EXPECT_EQ(pfa_get_file_name(bad, PFA_OS_NAME, out), PFA_E_NOT_VALID);
+        EXPECT_EQ(pfa_get_full_name(bad, out), PFA_E_NOT_VALID);
+        EXPECT_EQ(pfa_get_file_vers(bad, PFA_OWN_VERSION, &number), PFA_E_NOT_VALID);
         EXPECT_EQ(pfa_put_path(bad, "x"), PFA_E_NOT_VALID);
+        EXPECT_EQ(pfa_put_version(bad, 1), PFA_E_NOT_VALID);
+        EXPECT_EQ(pfa_put_location(bad, "/a/", PFA_ALL_LOCATIONS), PFA_E_NOT_VALID);
+        EXPECT_EQ(pfa_put_obj_type(bad, 2), PFA_E_NOT_VALID);
         EXPECT_EQ(pfa_parse_to_vek_file(bad, "x"), PFA_E_NOT_VALID);
+        EXPECT_EQ(pfa_to_standard_form(bad), PFA_E_NOT_VALID);
+        EXPECT_EQ(pfa_location_append(bad, file, "x"), PFA_E_NOT_VALID);
+        EXPECT_EQ(pfa_make_subdir(bad, "x", file), PFA_E_NOT_VALID);
+        EXPECT_EQ(pfa_make_parent(bad, file), PFA_E_NOT_VALID);
+        EXPECT_EQ(pfa_make_absolute_path(bad), PFA_E_NOT_VALID);
+        EXPECT_EQ(pfa_fopen(bad, PFA_OWN_VERSION, "r"), PFA_E_NOT_VALID);
+        EXPECT_EQ(pfa_write_file(bad, 1, "x"), PFA_E_NOT_VALID);
+        EXPECT_EQ(pfa_open_dir(bad), PFA_E_NOT_VALID);
+        EXPECT_EQ(pfa_read_dir(folder, bad), PFA_E_NOT_VALID);
+        EXPECT_EQ(pfa_close(bad), PFA_E_NOT_VALID);
         EXPECT_EQ(pfa_is_local(bad), -1);
+        EXPECT_EQ(pfa_path_is_absolute(bad), 0);
     }
+}
+
+TEST(BadArguments, TextsAndNumbersAreRefused) {
+    scoped_record file("/a/b.prt"), folder("/a/");
+    const vek_file before = *file.file;
     const std::string too_long(PFA_PATH_SIZE, 'n');
+    int number = 0;
     EXPECT_EQ(pfa_parse_to_vek_file(file, too_long.c_str()), PFA_E_INVALID_INPUT);
     EXPECT_EQ(pfa_put_component(file, PFA_COMPONENTS, "x"), PFA_E_INVALID_INPUT);
     EXPECT_EQ(pfa_put_component_len(file, PFA_NAME, "x", 2), PFA_E_INVALID_INPUT);
     EXPECT_EQ(pfa_put_version(file, 32768), PFA_E_INVALID_INPUT);
     EXPECT_EQ(pfa_put_location(file, "/////host", PfaStdFilesystem), PFA_E_INVALID_INPUT);
+    EXPECT_EQ(pfa_fopen(file, PFA_NEXT_VERSION + 1, "w"), PFA_E_INVALID_INPUT);
+    EXPECT_EQ(pfa_get_file_vers(file, -1, &number), PFA_E_INVALID_INPUT);
+    EXPECT_EQ(pfa_get_file_vers(file, PFA_OWN_VERSION, nullptr), PFA_E_INVALID_INPUT);
+    EXPECT_EQ(pfa_location_append(file, folder, "x"), PFA_E_INVALID_INPUT);
+    EXPECT_EQ(pfa_open_dir(file), PFA_E_NOT_VALID) << "not a directory";
     EXPECT_TRUE(same_bytes(before, file));
 }
 
