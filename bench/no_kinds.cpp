@@ -1,4 +1,4 @@
-// Preloaded, makes every listing one of a file system that does not tell what its entries are.
+// Preloaded, makes every listing one of a file system that does not report the kinds of entries.
 #include <dirent.h>
 #include <dlfcn.h>
 
