@@ -8,6 +8,7 @@
 #include "coretools/ctpfa/pfamem.h"
 #include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfastream.h"
+#include "coretools/ctpfa/pfavers.h"
 #include "coretools/ctwcfun/vek_vsprintf.h"
 
 #include <algorithm>
@@ -184,12 +185,13 @@ pfa_status open_catalog(vek_file *record, const char *name) {
     if (status != PFA_E_NO_ERROR) {
         return status;
     }
-    // Text with a host before the path is left to the layer.
+    // No method tells how long the location in front of a path was: text with a host is left to the
+    // layer.
     const bool has_host = catalog_path[0] != '/' || catalog_path[1] == '/';
     if ((!has_host && !pfa_is_named(record, catalog_path)) || !may_be_written(record)) {
         return PFA_E_INVALID_NAME;
     }
-    const pfa_status opened = pfa_fopen(record, 0, binary_mode("w"));
+    const pfa_status opened = pfa_fopen(record, PFA_OWN_VERSION, binary_mode("w"));
     if (opened == PFA_E_NO_ERROR) {
         // A buffer in the stream would cut the blocks up.
         pfaloc_call_FLP(record, PfaSetbuf, nullptr);

@@ -60,8 +60,9 @@ bool names_host_or_device(vek_file *record) {
     return pfa_has_component(record, PFA_HOST) != 0 || pfa_has_component(record, PFA_DEVICE) != 0;
 }
 
-// Such a root is "host:" (a drive looks the same) or "/////host" and its path. A device, or a path
-// relative to a host, names no directory that this host could open.
+// Such a root is "host:" (a drive looks the same) or "/////host" and its path; no method tells how
+// long the location in front of the path was. A device, or a path relative to a host, names no
+// directory that this host could open.
 pfa_status resolve_host_root(vek_file *record, library_root *root) {
     char host[PFA_HOST_SIZE];
     char path[PFA_PATH_SIZE];
@@ -72,16 +73,18 @@ pfa_status resolve_host_root(vek_file *record, library_root *root) {
     if (status != PFA_E_NO_ERROR) {
         return status;
     }
-    const std::size_t lead = std::strlen(host) + (root->text[0] == '/' ? 5 : 1);
     const std::string_view text(root->text);
+    const std::string_view host_mark = text.starts_with('/') ? "/////" : ":";
+    const std::size_t location_size = std::strlen(host) + host_mark.size();
     std::string_view parsed(path);
     if (host[0] == '\0' || !parsed.starts_with('/') || parsed == "/") {
         return PFA_E_INVALID_NAME;
     }
     root->prefix_length = static_cast<int>(parsed.size());
     parsed.remove_suffix(1); // the root's text has no final '/'
-    return text.size() == lead + parsed.size() && text.ends_with(parsed) ? PFA_E_NO_ERROR
-                                                                         : PFA_E_INVALID_NAME;
+    return text.size() == location_size + parsed.size() && text.ends_with(parsed)
+               ? PFA_E_NO_ERROR
+               : PFA_E_INVALID_NAME;
 }
 
 // The record's directory as text, without its final '/'. The layer keeps parent steps at the top of
