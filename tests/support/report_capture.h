@@ -14,7 +14,7 @@
 struct report_capture {
     report_capture() {
         set_verbose_mode(1);
-        set_dbg_err_crash(0);
+        set_dbg_err_crash(DBG_ERR_CONTINUES);
         set_run_mode(RUN_MODE_PFA_TRACE);
         testing::internal::CaptureStdout();
     }

@@ -67,7 +67,7 @@ TEST(Rights, ToDirectoriesAndToTheRoot) {
 }
 
 // A run waited for a reader of the FIFO that never came; one overwrote what the link led to.
-TEST(BadCatalog, IsNoFile) {
+TEST(BadCatalog, IsNotARegularFile) {
     const scratch_library directory, fifo, link;
     directory.dir("mylib.ctg.1");
     EXPECT_EQ(build_catalog(directory.root), not_written(directory.root));
@@ -87,7 +87,7 @@ TEST(BadCatalog, NameIsReadAsAVariable) {
     EXPECT_TRUE(std::filesystem::is_empty(library.top + "/elsewhere"));
 }
 
-TEST(BadCatalog, PathIsTooLongAndThatOfTheRootIsNot) {
+TEST(BadCatalog, OnlyTheCatalogPathIsTooLong) {
     const scratch_library library;
     std::string root = "deep";
     for (int depth = 0; depth < 7; ++depth) {
