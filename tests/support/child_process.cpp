@@ -33,6 +33,14 @@ child_result run_in_child(const std::function<void()> &body) {
     return result;
 }
 
+int in_child(void (*prepare)(), const std::function<int()> &question) {
+    const auto body = [&] {
+        prepare();
+        _exit(question());
+    };
+    return run_in_child(body).status;
+}
+
 // The process of a death test prints no failures by itself.
 [[noreturn]] static void run_and_exit(void (*body)()) {
     body();

@@ -66,10 +66,10 @@ TEST(Files, ARefusedRenameKeepsBoth) {
         std::string from, to;
         const char *kept;
     } rows[] = {
-        {"other file system", as_before, elsewhere.file("from"), tree("open/to"), "open/to"},
+        {"other file system", [] {}, elsewhere.file("from"), tree("open/to"), "open/to"},
         {"directory may not be moved", drop_rights, tree("open/fixed"), tree("new/to"), "new/to"},
-        {"directory into itself", as_before, tree("outer"), tree("outer/to"), "outer/to"},
-        {"file onto directory", as_before, tree.file("file"), tree("full"), "full/inner"},
+        {"directory into itself", [] {}, tree("outer"), tree("outer/to"), "outer/to"},
+        {"file onto directory", [] {}, tree.file("file"), tree("full"), "full/inner"},
     };
     tree.dir("new", 0777);
     for (const auto &[name, prepare, from, to, kept] : rows) {

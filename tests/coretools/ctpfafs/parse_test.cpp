@@ -11,14 +11,14 @@ namespace {
 const std::string LONGEST(31, 'h');
 const std::string TOO_LONG(32, 'h');
 
-// Host, device, path and the offset of the rest; for a name that is declined only the status.
+// Host, device, path and the offset of the rest; for a name that is declined the status.
 std::string claim(const std::string &name) {
     record file;
     std::int16_t rest = -1;
     const int result = pfa_parse_location(file, name.c_str(), &rest, PfaStdFilesystem);
     const std::string parts =
         part(file, PFA_HOST) + "," + part(file, PFA_DEVICE) + "," + part(file, PFA_PATH) + ",";
-    return result == 0 ? parts + std::to_string(rest) : std::to_string(result);
+    return result == PFA_E_NO_ERROR ? parts + std::to_string(rest) : pfa_error_to_string(result);
 }
 
 TEST(Claim, SplitsANameIntoHostDevicePathAndRest) {
@@ -38,15 +38,11 @@ TEST(Claim, SplitsANameIntoHostDevicePathAndRest) {
 
         /////hostx|b       hostx,,,11        /////hostx///dev1/d/part.prt hostx,dev1,/d/,20
         /////hostx|a/b     hostx,,a/,13      /////hostx///dev1|b hostx,dev1,,18
-        /////hostx         9                 /////hostx///dev1  9
-        /////hostx////a    hostx,,////,14    /////|a            9
+        /////hostx////a    hostx,,////,14    ///                ,,///,3
         ///dev1|           ,dev1,,8          ///dev1/d/part.prt ,dev1,/d/,10
-        ///dev1            9                 ///                ,,///,3
         ////d/part.prt     ,,/d/,6           //////d/part.prt   ,,/d/,8
 
-        \\hostx\c$\a\b.prt hostx,c,/a/,13    \\hostx\share\b.prt 9
-        \\hostx\1$\b.prt   9                 \\hostx\c$         9
-        \\hostx            ,,//,2            \\\c$\             9)");
+        \\hostx\c$\a\b.prt hostx,c,/a/,13    \\hostx            ,,//,2)");
     for (std::string name, expected; cases >> name >> expected;) {
         EXPECT_EQ(claim(name), expected) << name;
     }
@@ -58,10 +54,18 @@ TEST(Claim, HostsDevicesAndPathsUpToTheirSize) {
     EXPECT_EQ(claim(TOO_LONG + ":/a"), ",," + TOO_LONG + ":/,34") << "a colon like any other";
     const std::string long_name(258, 'a');
     EXPECT_EQ(claim("/" + long_name), ",,/,1");
-    for (const std::string &declined :
+    for (const std::string &too_long :
          {"/////" + TOO_LONG + "/", "///" + TOO_LONG + "/", "$" + TOO_LONG + "/",
           "\\\\" + TOO_LONG + "\\c$\\", "//" + long_name, long_name + "/.."}) {
-        EXPECT_EQ(claim(declined), "9") << declined;
+        EXPECT_EQ(claim(too_long), "PFA_E_INVALID_INPUT") << too_long;
+    }
+}
+
+TEST(Claim, DeclinesHostsAndDevicesWithoutNameOrEnd) {
+    for (const std::string name :
+         {"/////hostx", "/////|a", "///dev1", "/////hostx///dev1", R"(\\hostx\share\b.prt)",
+          R"(\\hostx\1$\b.prt)", R"(\\hostx\c$)", R"(\\\c$\)"}) {
+        EXPECT_EQ(claim(name), "PFA_E_INVALID_INPUT") << name;
     }
 }
 
@@ -69,7 +73,7 @@ TEST(Claim, HostsDevicesAndPathsUpToTheirSize) {
 std::string location_string(vek_file *file, decltype(pfa_get_location) get) {
     char text[PFA_PATH_SIZE] = "";
     const int result = get(file, text, nullptr);
-    return result == 0 ? text : std::to_string(result);
+    return result == PFA_E_NO_ERROR ? text : pfa_error_to_string(result);
 }
 
 TEST(LocationText, IsWrittenInBothFormsAndReadBack) {
@@ -91,20 +95,21 @@ TEST(LocationText, IsWrittenInBothFormsAndReadBack) {
         {{LONGEST, LONGEST, "/d/"}, LONGEST + ":/d/", "/////" + LONGEST + "///" + LONGEST + "/d/"},
         {{"hostx", "dev1", "^/"}, "hostx:../", "/////hostx///dev1|../"},
         // What could not be read back, or does not fit, is not written: the status.
-        {{"a|b", "", "/"}, "a|b:/", "4"},
-        {{"", "a/b", "/"}, "$a/b/", "4"},
-        {{LONGEST, "", too_long}, "1", "1"},
+        {{"a|b", "", "/"}, "a|b:/", "PFA_E_INVALID_NAME"},
+        {{"", "a/b", "/"}, "$a/b/", "PFA_E_INVALID_NAME"},
+        {{LONGEST, "", too_long}, "PFA_E_ERROR", "PFA_E_ERROR"},
     };
     for (const auto &row : rows) {
         record file;
         for (int index = PFA_HOST; index <= PFA_PATH; ++index) {
-            EXPECT_EQ(pfa_put_component(file, index, row.parts[index].c_str()), 0);
+            EXPECT_EQ(pfa_put_component(file, index, row.parts[index].c_str()), PFA_E_NO_ERROR);
         }
         EXPECT_EQ(location_string(file, pfa_get_location), row.host_form);
         EXPECT_EQ(location_string(file, pfa_get_neutral_location), row.neutral_form);
-        if (row.neutral_form != "1" && row.neutral_form != "4") { // no status
+        if (!row.neutral_form.starts_with("PFA_E_")) {
             record again;
-            EXPECT_EQ(pfa_put_location(again, row.neutral_form.c_str(), PfaStdFilesystem), 0);
+            EXPECT_EQ(pfa_put_location(again, row.neutral_form.c_str(), PfaStdFilesystem),
+                      PFA_E_NO_ERROR);
             EXPECT_STREQ(again->text, file->text) << "not read back";
         }
     }

@@ -37,11 +37,11 @@ TEST_P(EachStream, ReadsLines) {
     stream file(tree.file("part.prt", "one\n\nthree"));
     ASSERT_EQ(file.open(buffered, false), PFA_E_NO_ERROR);
     EXPECT_EQ(file.call(PfaSetbuf, nullptr), PFA_E_NO_ERROR);
-    EXPECT_EQ(file.read(PfaFgets), "0one\n");
-    EXPECT_EQ(file.read(PfaFgets), "0\n");
-    EXPECT_EQ(file.read(PfaFgets), "0three");
-    EXPECT_EQ(file.read(PfaFgets), buffered ? "5" : "0") << "at the end";
-    EXPECT_EQ(file.read(PfaReadFile), "5");
+    EXPECT_EQ(file.read(PfaFgets), "one\n");
+    EXPECT_EQ(file.read(PfaFgets), "\n");
+    EXPECT_EQ(file.read(PfaFgets), "three");
+    EXPECT_EQ(file.read(PfaFgets), buffered ? "PFA_E_QUIT" : "") << "at the end";
+    EXPECT_EQ(file.read(PfaReadFile), "PFA_E_QUIT");
     // A line that fills a descriptor's buffer has no terminating zero.
     char line[] = "#####";
     int length = 0;
@@ -55,11 +55,11 @@ TEST_P(EachStream, ReadsFromItsPosition) {
     ASSERT_EQ(file.open(buffered, false), PFA_E_NO_ERROR);
     EXPECT_EQ(file.call(PfaFgetc), 'o');
     EXPECT_EQ(pfaloc_call_FLI(file, PfaUngetc, 'o'), 'o');
-    EXPECT_EQ(file.read(PfaReadFile, 3), "0one");
+    EXPECT_EQ(file.read(PfaReadFile, 3), "one");
     EXPECT_EQ(file.tell(), 3);
     EXPECT_EQ(file.seek(-1), PFA_E_ERROR);
     EXPECT_EQ(file.seek(5), PFA_E_NO_ERROR);
-    EXPECT_EQ(file.read(PfaReadFile), "0three");
+    EXPECT_EQ(file.read(PfaReadFile), "three");
     EXPECT_EQ(file.call(PfaRewindFile), PFA_E_NO_ERROR);
     EXPECT_EQ(file.tell(), 0);
     EXPECT_EQ(file.call(PfaUnwindFile), PFA_E_NO_ERROR);
@@ -158,10 +158,10 @@ TEST(Streams, AFifoIsReadLineByLine) {
     stream file(tree("fifo"));
     ASSERT_EQ(file.open(false, false), PFA_E_NO_ERROR);
     close(writer);
-    EXPECT_EQ(file.read(PfaFgets), "0one\n");
-    EXPECT_EQ(file.read(PfaFgets, 3), "0two");
-    EXPECT_EQ(file.read(PfaFgets), "0 three\n");
-    EXPECT_EQ(file.read(PfaFgets), "0");
+    EXPECT_EQ(file.read(PfaFgets), "one\n");
+    EXPECT_EQ(file.read(PfaFgets, 3), "two");
+    EXPECT_EQ(file.read(PfaFgets), " three\n");
+    EXPECT_EQ(file.read(PfaFgets), "");
 }
 
 // The process's standard streams by name.
@@ -201,11 +201,11 @@ TEST(StdioLocation, LendsTheStreamAndLeavesItOpen) {
         stream in("stdio://in"), out("stdio://out");
         EXPECT_EQ(in.open(true, false), PFA_E_NO_ERROR);
         EXPECT_EQ(out.open(true, true), PFA_E_NO_ERROR);
-        EXPECT_EQ(in.read(PfaFgets), "0first\n");
+        EXPECT_EQ(in.read(PfaFgets), "first\n");
         EXPECT_EQ(out.call(PfaFputs, "first "), PFA_E_NO_ERROR);
         int end = -1;
         EXPECT_EQ(pfaloc_call_FLFLPP(in, PfaCopyThruCookie, out, "\xff\xff", &end), PFA_E_NO_ERROR);
-        EXPECT_EQ(in.read(PfaReadFile, 5), "0\ncd\nr");
+        EXPECT_EQ(in.read(PfaReadFile, 5), "\ncd\nr");
         EXPECT_EQ(out.write(" then", 5), PFA_E_NO_ERROR);
         EXPECT_EQ(pfa_close(in), PFA_E_NO_ERROR);
         EXPECT_EQ(pfa_close(out), PFA_E_NO_ERROR);

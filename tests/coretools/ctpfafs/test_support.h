@@ -1,8 +1,9 @@
-// Open files and questions in a child process, for the tests of this folder.
+// Open files, for the tests of this folder.
 #pragma once
 
 #include "coretools/ctpfa/pfacomponent.h"
 #include "coretools/ctpfa/pfaloc_call.h"
+#include "coretools/ctpfa/pfamem.h"
 #include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfastream.h"
 #include "tests/support/child_process.h"
@@ -28,7 +29,7 @@ struct stream : record {
         const int result = buffered
                                ? pfaloc_call_FLPPI(file, PfaFopen, name, write ? "w" : "r", version)
                                : pfaloc_call_FLPIII(file, PfaOpen, name, flags, 0644, version);
-        file->flags |= result == 0 ? PFA_F_OPEN : pfa_flag(0);
+        file->flags |= result == PFA_E_NO_ERROR ? PFA_F_OPEN : pfa_flag(0);
         return result;
     }
     int call(int method) { return pfaloc_call_FL(file, method); }
@@ -37,24 +38,17 @@ struct stream : record {
     static constexpr int UNKNOWN_POSITION = -1;
     int tell() {
         int position = 0;
-        return call(PfaGetFilePosition, &position) == 0 ? position : UNKNOWN_POSITION;
+        return call(PfaGetFilePosition, &position) == PFA_E_NO_ERROR ? position : UNKNOWN_POSITION;
     }
     int write(const char *bytes, int size, int sync = 0) {
         return pfaloc_call_FLPII(file, PfaWriteFile, bytes, size, sync);
     }
-    // The status, and what was read.
+    // What was read, behind the name of the status unless that is PFA_E_NO_ERROR.
     std::string read(int method, int size = 16) {
         char buffer[17] = "";
         int length = 0;
         const int result = pfaloc_call_FLPPI(file, method, buffer, &length, size);
-        return std::to_string(result) + std::string(buffer, static_cast<std::size_t>(length));
+        const std::string status = result == PFA_E_NO_ERROR ? "" : pfa_error_to_string(result);
+        return status + std::string(buffer, static_cast<std::size_t>(length));
     }
 };
-
-// The result of question in a child process that prepare has changed first.
-template <class Question>
-int in_child(void (*prepare)(), Question question) {
-    return run_in_child([&] { prepare(), _exit(question()); }).status;
-}
-
-inline void as_before() {}
