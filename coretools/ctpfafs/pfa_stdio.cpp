@@ -58,8 +58,8 @@ int pfa_stdio_location(vek_file *record, char *out, std::int16_t *length, int ca
 }
 
 // Lends a standard stream to the record.
-int lend_stream(vek_file *record, void **data, std::FILE *stream) {
-    const int openable = pfafs_check_openable(record, data);
+pfa_status lend_stream(vek_file *record, void **data, std::FILE *stream) {
+    const pfa_status openable = pfafs_check_openable(record, data);
     if (openable != PFA_E_NO_ERROR) {
         return openable;
     }
@@ -98,7 +98,7 @@ int pfa_stdio_open(vek_file *record, void **data, char *, int flags, int, int) {
 
 // Releases the block of either kind, whatever the record has become since the open. Neither kind
 // owns what it points to.
-int release_block(void **data) {
+pfa_status release_block(void **data) {
     if (pfafs_block<pfafs_stream>(data) == nullptr &&
         pfafs_block<pattern_listing>(data) == nullptr) {
         return PFA_E_INVALID_INPUT;
@@ -155,7 +155,7 @@ int pfa_stdio_open_dir(vek_file *record, void **data, const char *, const char *
     return PFA_E_NO_ERROR;
 }
 
-int put_entry(vek_file *directory, const char *name, vek_file *entry) {
+pfa_status put_entry(vek_file *directory, const char *name, vek_file *entry) {
     const pfa_status copied = pfa_copy_vek_file(directory, entry);
     if (copied != PFA_E_NO_ERROR) {
         return copied;
@@ -187,7 +187,7 @@ int pfa_stdio_close_dir(vek_file *record, void **data) {
     if (data == nullptr || !pfa_is_dir(record)) {
         return PFA_E_INVALID_INPUT;
     }
-    release_block(data);
+    (void)release_block(data);
     *data = nullptr;
     return PFA_E_NO_ERROR;
 }

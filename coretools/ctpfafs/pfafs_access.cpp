@@ -28,7 +28,7 @@ vek_file *free_space_parent = nullptr;
 
 // Fails with PFA_E_NOT_VALID if the record has no host name, with `cannot_look` if the host has no
 // status for it.
-int read_status(vek_file *record, struct stat *status, int cannot_look) {
+pfa_status read_status(vek_file *record, struct stat *status, pfa_status cannot_look) {
     char name[PFA_PATH_SIZE];
     if (pfafs_host_name(record, pfafs_name_form::file_name, name) != PFA_E_NO_ERROR) {
         return PFA_E_NOT_VALID;
@@ -58,7 +58,7 @@ int Unix_pfa_access(vek_file *record, int mode, int lower) {
 
 int pfafs_get_file_time(vek_file *record, ptime *accessed, ptime *modified, ptime *changed) {
     struct stat status;
-    const int result = read_status(record, &status, PFA_E_ERROR);
+    const pfa_status result = read_status(record, &status, PFA_E_ERROR);
     if (result == PFA_E_NO_ERROR) {
         zuna_gmtime(accessed, status.st_atime);
         zuna_gmtime(modified, status.st_mtime);
@@ -72,7 +72,7 @@ int pfafs_get_mode(vek_file *record, int *mode) {
         return PFA_E_INVALID_INPUT;
     }
     struct stat status;
-    const int result = read_status(record, &status, PFA_E_NO_ACCESS);
+    const pfa_status result = read_status(record, &status, PFA_E_NO_ACCESS);
     if (result == PFA_E_NO_ERROR) {
         *mode = static_cast<int>(status.st_mode);
     }
@@ -85,7 +85,7 @@ int pfafs_get_file_size(vek_file *record, int *size) {
         return PFA_E_INVALID_INPUT;
     }
     struct stat status;
-    const int result = read_status(record, &status, PFA_E_NO_ACCESS);
+    const pfa_status result = read_status(record, &status, PFA_E_NO_ACCESS);
     if (result == PFA_E_NO_ERROR) {
         *size = static_cast<int>(std::min<off_t>(status.st_size, INT_MAX));
     }
@@ -101,7 +101,7 @@ void write_id(char *out, std::uintmax_t id) {
 // Ids are written as signed numbers, which pfafs_chown reads back.
 int pfafs_get_owners(vek_file *record, char *user_id, char *group_id, char *name) {
     struct stat status;
-    const int result = read_status(record, &status, PFA_E_NO_ACCESS);
+    const pfa_status result = read_status(record, &status, PFA_E_NO_ACCESS);
     if (result != PFA_E_NO_ERROR) {
         return result;
     }
@@ -151,12 +151,12 @@ int pfafs_chown(vek_file *record, const char *user_id, const char *group_id) {
 }
 
 // Replaces the name of a file that does not exist by that of its nearest existing parent.
-int find_existing_parent(vek_file *record, char *name) {
+pfa_status find_existing_parent(vek_file *record, char *name) {
     struct stat status;
     if (stat(name, &status) == 0) {
         return PFA_E_NO_ERROR;
     }
-    const int recycled = pfa_recycle_vek_file(&free_space_parent);
+    const pfa_status recycled = pfa_recycle_vek_file(&free_space_parent);
     if (recycled != PFA_E_NO_ERROR) {
         return recycled;
     }
@@ -170,7 +170,7 @@ int find_existing_parent(vek_file *record, char *name) {
         if (stat(name, &status) == 0) {
             return PFA_E_NO_ERROR;
         }
-        const int result = pfa_make_parent(free_space_parent, free_space_parent);
+        const pfa_status result = pfa_make_parent(free_space_parent, free_space_parent);
         if (result != PFA_E_NO_ERROR) {
             return result;
         }
@@ -188,7 +188,7 @@ int pfafs_get_avail_blocks(vek_file *record, int *free_blocks, int *block_size) 
         pfafs_host_name(record, pfafs_name_form::file_name, name) != PFA_E_NO_ERROR) {
         return PFA_E_INVALID_INPUT;
     }
-    const int result = find_existing_parent(record, name);
+    const pfa_status result = find_existing_parent(record, name);
     if (result != PFA_E_NO_ERROR) {
         return result;
     }

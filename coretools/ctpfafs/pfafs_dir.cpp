@@ -51,7 +51,7 @@ void note_times(pfafs_directory *block, const char *location, const char *name) 
 
 // Makes an entry record of a name. A file may be called "x::p.prt" or "a\b.igs", so no location is
 // looked for in it.
-int put_entry(vek_file *directory, const char *name, vek_file *entry) {
+pfa_status put_entry(vek_file *directory, const char *name, vek_file *entry) {
     entry->location_type = directory->location_type;
     return parse_to_pfa(entry, 0, name);
 }
@@ -81,7 +81,7 @@ int pfafs_close_dir(vek_file *record, void **data) {
     if (!pfa_is_dir(record)) {
         return PFA_E_INVALID_INPUT;
     }
-    const int result = pfafs_close_listing(data);
+    const pfa_status result = pfafs_close_listing(data);
     return result == PFA_E_INVALID_INPUT ? pfafs_close_stream(data) : result;
 }
 
@@ -118,7 +118,7 @@ int pfafs_make_dir(vek_file *record) {
 
 int pfafs_remove_dir(vek_file *record) {
     char name[PFA_PATH_SIZE];
-    const int result = pfafs_host_name(record, pfafs_name_form::full_name, name);
+    const pfa_status result = pfafs_host_name(record, pfafs_name_form::full_name, name);
     if (result != PFA_E_NO_ERROR || name[0] == '\0') {
         return result;
     }
@@ -149,7 +149,7 @@ int pfafs_move_dir(vek_file *from, vek_file *to) {
 
 } // namespace
 
-int pfafs_close_listing(void **data) {
+pfa_status pfafs_close_listing(void **data) {
     pfafs_directory *block = pfafs_block<pfafs_directory>(data);
     if (block == nullptr) {
         return PFA_E_INVALID_INPUT;

@@ -27,7 +27,7 @@ int pfafs_truncate_file(vek_file *record, void **data, const int *length) {
     }
     // If the name cannot be built it is empty, and truncate() fails.
     char name[PFA_PATH_SIZE];
-    pfafs_host_name(record, pfafs_name_form::file_name, name);
+    (void)pfafs_host_name(record, pfafs_name_form::file_name, name);
     return truncate(name, *length) != 0 ? PFA_E_ERROR : PFA_E_NO_ERROR;
 }
 

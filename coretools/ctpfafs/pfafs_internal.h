@@ -39,13 +39,13 @@ pfafs_stream *pfafs_stream_of(const vek_file *record, void *const *data);
 // Checks that a stream may be opened on a record.
 //   PFA_E_INVALID_INPUT  `data` is null, or the record is a directory
 //   PFA_E_CANT_OPEN      something is open on it, which would be lost
-int pfafs_check_openable(const vek_file *record, void *const *data);
+pfa_status pfafs_check_openable(const vek_file *record, void *const *data);
 
 // Each closes what is in a location handle, if it is of that kind, and sets the handle to null.
 //   PFA_E_INVALID_INPUT  `data` is null or holds something else
 //   PFA_E_ERROR          the host failed to close the file; the handle is null all the same
-int pfafs_close_stream(void **data);
-int pfafs_close_listing(void **data);
+pfa_status pfafs_close_stream(void **data);
+pfa_status pfafs_close_listing(void **data);
 
 // How a host name is built from a record.
 enum class pfafs_name_form {
@@ -54,7 +54,7 @@ enum class pfafs_name_form {
 };
 // Stores the host name in out[PFA_PATH_SIZE]. On failure `out` is empty and the result is that of
 // pfa_get_file_name or pfa_get_full_name.
-int pfafs_host_name(vek_file *record, pfafs_name_form form, char *out);
+pfa_status pfafs_host_name(vek_file *record, pfafs_name_form form, char *out);
 
 // Methods "PfaFopen" and "PfaDirOpen" with a choice of the name.
 int pfafs_fopen_low(vek_file *record, void **data, char *name, const char *mode, int version,

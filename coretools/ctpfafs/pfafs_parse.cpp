@@ -230,11 +230,11 @@ int pfafs_neut_loc_string(vek_file *record, char *out, std::int16_t *length, int
 }
 
 // PFA_E_EXIST when the name is a directory, as it is written or in the case in which names of its
-// type are stored, else 0. A plain lower-case name is asked for once.
+// type are stored, else PFA_E_NO_ERROR. A plain lower-case name is asked for once.
 int pfafs_is_folder(vek_file *record) {
     char written[PFA_PATH_SIZE];
     if (pfa_get_file_name_mixed_case(record, PFA_OS_NAME, written, 0) != PFA_E_NO_ERROR) {
-        return 0;
+        return PFA_E_NO_ERROR;
     }
     if (vek_is_dir(written)) {
         return PFA_E_EXIST;
@@ -244,7 +244,7 @@ int pfafs_is_folder(vek_file *record) {
                    pfa_get_file_name_mixed_case(record, PFA_OS_NAME, stored, 1) == PFA_E_NO_ERROR &&
                    std::strcmp(written, stored) != 0 && vek_is_dir(stored)
                ? PFA_E_EXIST
-               : 0;
+               : PFA_E_NO_ERROR;
 }
 
 int pfafs_device_idx(vek_file *) {

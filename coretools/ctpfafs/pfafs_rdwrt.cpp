@@ -59,7 +59,7 @@ int pfafs_read_file(vek_file *record, void **data, void *buffer, int *count, int
     return *count == 0 ? PFA_E_QUIT : PFA_E_NO_ERROR;
 }
 
-int buffered_gets(std::FILE *stream, char *line, int *length, int size) {
+pfa_status buffered_gets(std::FILE *stream, char *line, int *length, int size) {
     if (std::fgets(line, size, stream) == nullptr) {
         line[0] = '\0';
         *length = 0;
@@ -70,7 +70,7 @@ int buffered_gets(std::FILE *stream, char *line, int *length, int size) {
 }
 
 // Reads a line byte by byte. Fails only if there is nothing to return.
-int read_line_by_bytes(int fid, char *line, int *length, int size) {
+pfa_status read_line_by_bytes(int fid, char *line, int *length, int size) {
     *length = 0;
     while (*length < size) {
         const ssize_t got = read(fid, line + *length, 1);
@@ -85,7 +85,7 @@ int read_line_by_bytes(int fid, char *line, int *length, int size) {
 }
 
 // Reads `size` bytes and seeks back over those that follow the first line feed.
-int read_line_and_seek(int fid, char *line, int *length, int size) {
+pfa_status read_line_and_seek(int fid, char *line, int *length, int size) {
     const int got = static_cast<int>(read(fid, line, static_cast<std::size_t>(size)));
     if (got < 0) {
         return PFA_E_ERROR;
@@ -96,10 +96,10 @@ int read_line_and_seek(int fid, char *line, int *length, int size) {
     return *length < got && lseek(fid, *length - got, SEEK_CUR) < 0 ? PFA_E_ERROR : PFA_E_NO_ERROR;
 }
 
-int descriptor_gets(int fid, char *line, int *length, int size) {
+pfa_status descriptor_gets(int fid, char *line, int *length, int size) {
     const bool can_seek = lseek(fid, 0, SEEK_CUR) >= 0;
-    const int result = can_seek ? read_line_and_seek(fid, line, length, size)
-                                : read_line_by_bytes(fid, line, length, size);
+    const pfa_status result = can_seek ? read_line_and_seek(fid, line, length, size)
+                                       : read_line_by_bytes(fid, line, length, size);
     if (result == PFA_E_NO_ERROR && *length < size) {
         line[*length] = '\0';
     }

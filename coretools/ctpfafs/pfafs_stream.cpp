@@ -43,9 +43,9 @@ bool cut_first_version(const vek_file *record, int version, char *name) {
 // and returns false, with errno, if it could not. may_fall_back: if version 1 is missing, the
 // file without version may be opened in its place.
 template <class Open>
-int open_stream(vek_file *record, void **data, char *name, int version, bool may_fall_back,
-                pfafs_name_form form, Open open_file) {
-    const int openable = pfafs_check_openable(record, data);
+pfa_status open_stream(vek_file *record, void **data, char *name, int version, bool may_fall_back,
+                       pfafs_name_form form, Open open_file) {
+    const pfa_status openable = pfafs_check_openable(record, data);
     if (openable != PFA_E_NO_ERROR) {
         return openable;
     }
@@ -68,7 +68,7 @@ int open_stream(vek_file *record, void **data, char *name, int version, bool may
         }
     }
     if (!opened) {
-        const int result = errno == EMFILE ? PFA_E_TOO_MANY_OPEN : PFA_E_ERROR;
+        const pfa_status result = errno == EMFILE ? PFA_E_TOO_MANY_OPEN : PFA_E_ERROR;
         relmem(&block);
         return result;
     }
@@ -98,7 +98,7 @@ int pfafs_close(vek_file *record, void **data) {
     if (pfa_is_dir(record)) {
         return PFA_E_INVALID_INPUT;
     }
-    const int result = pfafs_close_stream(data);
+    const pfa_status result = pfafs_close_stream(data);
     return result == PFA_E_INVALID_INPUT ? pfafs_close_listing(data) : result;
 }
 
@@ -118,7 +118,7 @@ off_t position_of(const pfafs_stream &file) {
     return file.stream != nullptr ? ftello(file.stream) : lseek(file.fid, 0, SEEK_CUR);
 }
 
-int seek(const pfafs_stream &file, off_t offset, int whence) {
+pfa_status seek(const pfafs_stream &file, off_t offset, int whence) {
     const bool failed = file.stream != nullptr ? fseeko(file.stream, offset, whence) != 0
                                                : lseek(file.fid, offset, whence) < 0;
     return failed ? PFA_E_ERROR : PFA_E_NO_ERROR;
@@ -207,7 +207,7 @@ pfafs_stream *pfafs_stream_of(const vek_file *record, void *const *data) {
     return pfa_is_dir(record) ? nullptr : pfafs_block<pfafs_stream>(data);
 }
 
-int pfafs_close_stream(void **data) {
+pfa_status pfafs_close_stream(void **data) {
     pfafs_stream *block = pfafs_block<pfafs_stream>(data);
     if (block == nullptr) {
         return PFA_E_INVALID_INPUT;
@@ -218,14 +218,14 @@ int pfafs_close_stream(void **data) {
     return failed != 0 ? PFA_E_ERROR : PFA_E_NO_ERROR;
 }
 
-int pfafs_check_openable(const vek_file *record, void *const *data) {
+pfa_status pfafs_check_openable(const vek_file *record, void *const *data) {
     if (data == nullptr || pfa_is_dir(record)) {
         return PFA_E_INVALID_INPUT;
     }
     return *data != nullptr ? PFA_E_CANT_OPEN : PFA_E_NO_ERROR;
 }
 
-int pfafs_host_name(vek_file *record, pfafs_name_form form, char *out) {
+pfa_status pfafs_host_name(vek_file *record, pfafs_name_form form, char *out) {
     out[0] = '\0';
     return form == pfafs_name_form::file_name ? pfa_get_file_name(record, PFA_OS_NAME, out)
                                               : pfa_get_full_name(record, out);
