@@ -225,7 +225,7 @@ def check_scripts():
 def check_types():
     """The types of vek_catalog(5) are those of the table that the tests use."""
     first = {}
-    for line in (ROOT / "tests/tool/object_types.txt").read_text().splitlines():
+    for line in (ROOT / "tests/support/object_types.txt").read_text().splitlines():
         if not line.startswith("#"):
             code, extension, _ = line.split()
             first.setdefault(extension.lower(), int(code))

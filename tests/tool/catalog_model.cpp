@@ -1,26 +1,16 @@
 // The catalog that a tree should give, worked out from the tree and the rules alone.
 #include "tests/tool/catalog_model.h"
 
+#include "tests/support/object_types.h"
+
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
-#include <fstream>
 
 #include <gtest/gtest.h>
 #include <strings.h>
 
 namespace fs = std::filesystem;
-
-const std::vector<type_row> type_table = [] {
-    std::vector<type_row> rows;
-    std::ifstream file(VEK_TYPE_TABLE);
-    std::string heading;
-    std::getline(file, heading);
-    for (type_row row; file >> row.code >> row.extension >> row.name_length;) {
-        rows.push_back(row);
-    }
-    return rows;
-}();
 
 namespace {
 
@@ -28,8 +18,6 @@ namespace {
 constexpr std::size_t LONGEST_FILE = 259;
 constexpr std::size_t LONGEST_DIRECTORY = 255;
 
-// The names of these types may hold any character.
-const std::set<int> TAKES_ANY_NAME = {134, 183, 819, 832, 1002, 1006};
 constexpr char ALPHABET[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_-";
 
 // A version is a number of 16 signed bits, not 0 and without leading zeros.
@@ -54,11 +42,11 @@ model_member model_of_name(const std::string &file_name) {
     const auto row = std::find_if(type_table.begin(), type_table.end(), [&](const type_row &at) {
         return strcasecmp(at.extension.c_str(), extension.c_str()) == 0;
     });
-    if (row == type_table.end() || row->code <= 0 || extension == "-" ||
-        name.size() >= std::max<std::size_t>(32, row->name_length)) {
+    if (row == type_table.end() || row->code <= 0 || extension.empty() ||
+        static_cast<int>(name.size()) >= std::max(32, row->name_length)) {
         return {};
     }
-    const bool valid = TAKES_ANY_NAME.contains(row->code) ||
+    const bool valid = types_with_any_name.contains(row->code) ||
                        (name[0] != '-' && name.find_first_not_of(ALPHABET) == name.npos);
     return valid ? model_member{row->code, name, "", extension} : model_member();
 }

@@ -4,13 +4,6 @@
 
 #include "tests/tool/tool_run.h"
 
-struct type_row {
-    int code;
-    std::string extension;
-    std::size_t name_length;
-};
-extern const std::vector<type_row> type_table;
-
 struct model_member {
     int type = 0;
     std::string name;

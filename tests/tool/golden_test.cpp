@@ -1,4 +1,5 @@
 // Whole runs on ordinary libraries: the catalog and the messages, byte for byte.
+#include "tests/support/object_types.h"
 #include "tests/tool/catalog_model.h"
 
 #include <cstring>
@@ -58,7 +59,6 @@ TEST(Golden, WhichNamesAreMembers) {
     expect_catalog(library);
     EXPECT_TRUE(library.catalog().starts_with("mylib" + blanks(27) + "10 "));
     EXPECT_EQ(library.catalog().find("others"), std::string::npos);
-    EXPECT_EQ(type_table.size(), 215u);
     for (const type_row &row : type_table) {
         library.file("valid/PART." + row.extension);
         library.file("other/any name+." + row.extension);
