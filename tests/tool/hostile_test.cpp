@@ -174,6 +174,7 @@ TEST(LongPaths, UpToTheLimitAreUsed) {
         const std::string stem = below + "/" + std::to_string(length);
         const std::string fill(length - library(stem).size() - 4, 'n');
         library.file(stem + fill + ".prt");
+        library.file(stem + fill + ".facet");
         library.dir(stem + fill + "-dir");
     }
     library.file("wide_" + std::string(246, 'w') + ".prt");

@@ -57,6 +57,7 @@ TEST(Misuse, EndsTheProcessOrIsRefused) {
         {CALL(make_a_pool_too_many()), 0, "pool -1"},
         {CALL((void)xar_alloc(1, 65536, 1)), 2, "XAR_ALLOC:  invalid request"},
         {CALL((void)xar_alloc(2047985, 1, 1)), 2, "XAR_ALLOC:  too big array"},
+        {CALL(xar_extend((int **)nullptr, 0)), 2, "XAR_EXTEND:  invalid array"},
         {CALL(xar_extend(&a, -1)), 2, "XAR_EXTEND:  invalid request"},
         {CALL(xar_shrink(&a, 3)), 2, "XAR_SHRINK:  invalid request"},
         {CALL(xar_resize(&a, -1)), 2, "XAR_RESIZE:  invalid request"},

@@ -53,6 +53,10 @@ TEST_F(Pools, GeneralPoolsServeTheirRoundedSize) {
     EXPECT_EQ(find_non_id_clump(2043), find_non_id_clump(2048));
     EXPECT_EQ(find_non_id_clump(2049), -1);
     set_automatic_clumps_on(0);
+    set_clump_mode_off(1);
+    EXPECT_EQ(find_non_id_clump(1008), -1);
+    set_clump_mode_off(0);
+    EXPECT_EQ(find_non_id_clump(1008), pool);
 }
 
 using Zones = MemoryTest;

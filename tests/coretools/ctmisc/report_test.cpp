@@ -200,6 +200,7 @@ TEST(ProcessEnd, HandlersRunOnceNewestFirst) {
 
 TEST(ProcessEnd, SignalOfTheDebugSwitchLosesNoOutput) {
     const child_result child = run_in_child([] {
+        std::printf("%d", ctsu_raise_signal(-1)); // none
         std::printf("%d", ctsu_raise_signal(4711));
         std::printf("%d\n", ctsu_raise_signal(0));
         set_vek_debug_switch(1);
@@ -207,7 +208,7 @@ TEST(ProcessEnd, SignalOfTheDebugSwitchLosesNoOutput) {
         err_crash("place", "not lost");
     });
     const std::string raising = "RAISING SIGNAL : Signal number : ";
-    EXPECT_EQ(child.out, "01\nplace:  not lost\n");
+    EXPECT_EQ(child.out, "001\nplace:  not lost\n");
     EXPECT_EQ(child.err, raising + "4711\nAPPLICATION ERROR\n" + raising +
                              "0\nRaised Signal number : 0\n" + raising + "11\n");
     EXPECT_EQ(child.status, -SIGSEGV);

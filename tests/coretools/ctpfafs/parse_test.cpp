@@ -115,4 +115,14 @@ TEST(LocationText, IsWrittenInBothFormsAndReadBack) {
     }
 }
 
+TEST(LocationText, IsNotCut) {
+    record file;
+    EXPECT_EQ(pfa_put_component(file, PFA_PATH, "/usr/lib/"), PFA_E_NO_ERROR);
+    char text[16] = "";
+    std::int16_t length = 0;
+    EXPECT_EQ(pfaloc_call_FPPS(file, PfaGetLocationString, text, &length, 9), PFA_E_ERROR);
+    EXPECT_EQ(pfaloc_call_FPPS(file, PfaGetLocationString, text, &length, 10), PFA_E_NO_ERROR);
+    EXPECT_EQ(length, 9);
+}
+
 } // namespace

@@ -1,4 +1,5 @@
 // The formatting engine, with the system's snprintf as the judge where both know a directive.
+#include "coretools/apfutil/path_to_os.h"
 #include "coretools/ctmemmgr/memory_trap.h"
 #include "coretools/ctmemmgr/serious_errors.h"
 #include "coretools/ctmisc/dbg_msg_tool.h"
@@ -222,6 +223,15 @@ TEST(WideText, BuffersTakeTurnsAndGrow) {
     for (const std::size_t length : {259, 260, 5000}) {
         EXPECT_EQ(wslen(wstr_ret(std::string(length, 'x').c_str())), int(length));
     }
+}
+
+TEST(PathToOs, ChangesEverySeparatorForAKnownHost) {
+    char text[] = "a|b\\c/d";
+    pfu_path_to_os(text, 0);
+    EXPECT_STREQ(text, "a|b\\c/d");
+    pfu_path_to_os(text, PFU_HOST_BACKSLASH);
+    EXPECT_STREQ(text, "a\\b\\c\\d");
+    pfu_path_to_os(nullptr, PFU_HOST_POSIX);
 }
 
 } // namespace
