@@ -5,8 +5,8 @@
 
 namespace {
 
-constexpr std::string_view STORED_STEP = "^";
-constexpr std::string_view WRITTEN_STEP = "..";
+constexpr std::string_view STORED_UP = STORED_STEP.substr(0, STORED_STEP.size() - 1);
+constexpr std::string_view WRITTEN_UP = WRITTEN_STEP.substr(0, WRITTEN_STEP.size() - 1);
 
 // Takes the last element after `root` off a written path. Appends `step` where none can be taken.
 bool apply_step(path_text *path, std::size_t root, std::string_view step) {
@@ -35,7 +35,7 @@ bool is_plain_path(std::string_view path) {
     while (!path.empty()) {
         path.remove_prefix(1);
         const std::string_view element = path.substr(0, path.find('/'));
-        if (element.empty() || element == "." || element == WRITTEN_STEP) {
+        if (element.empty() || element == "." || element == WRITTEN_UP) {
             return false;
         }
         path.remove_prefix(element.size());
@@ -56,7 +56,7 @@ std::string_view last_element(std::string_view path, char separator) {
 
 std::size_t parent_size(std::string_view path) {
     const std::string_view last = last_element(path);
-    if (last.empty() || last == STORED_STEP || last == WRITTEN_STEP) {
+    if (last.empty() || last == STORED_UP || last == WRITTEN_UP) {
         return NO_PARENT;
     }
     return static_cast<std::size_t>(last.data() - path.data());
@@ -77,8 +77,8 @@ bool path_to_stored(std::string_view path, path_text *stored) {
             }
             continue;
         }
-        const bool is_step = separated && element == WRITTEN_STEP;
-        if (!stored->append(is_step ? STORED_STEP : element) || !stored->append('/')) {
+        const bool is_step = separated && element == WRITTEN_UP;
+        if (!stored->append(is_step ? STORED_UP : element) || !stored->append('/')) {
             return false;
         }
     }
@@ -91,8 +91,8 @@ bool path_to_written(std::string_view stored, path_text *written) {
     const std::size_t root = written->size();
     while (fits && !stored.empty()) {
         const std::string_view element = take_element(&stored);
-        if (element == "^/") {
-            fits = apply_step(written, root, "../");
+        if (element == STORED_STEP) {
+            fits = apply_step(written, root, WRITTEN_STEP);
         } else if (element != "/") {
             fits = written->append(element);
         }
@@ -110,7 +110,7 @@ bool take_back_steps(path_text *path, std::size_t start) {
     bool valid = true;
     while (valid && !rest.empty()) {
         const std::string_view element = take_element(&rest);
-        if (element == "../" || element == "..") {
+        if (element == WRITTEN_STEP || element == WRITTEN_UP) {
             valid = !(absolute && path->size() == root) && apply_step(path, root, element);
         } else if (element != "/") {
             valid = path->append(element);

@@ -2,6 +2,7 @@
 #include "coretools/ctpfa/pfacurdir.h"
 
 #include "coretools/ctfileutil/objextension.h"
+#include "coretools/ctpfa/path_text.h"
 #include "coretools/ctpfa/pfadirpath.h"
 #include "coretools/ctpfa/pfaget.h"
 #include "coretools/ctpfa/pfainfo.h"
@@ -9,7 +10,6 @@
 #include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfaput.h"
 #include "coretools/ctpfa/pfastream.h"
-#include "coretools/genutil1/bounded_text.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -34,7 +34,7 @@ bounded_text<PFA_PATH_SIZE> working_directory() {
         return text;
     }
     text.set_size(std::strlen(text.c_str()));
-    if (!text.view().ends_with('/') && !text.append('/')) {
+    if (!append_closing_slash(&text)) {
         text.clear();
     }
     return text;

@@ -42,7 +42,7 @@ void directory_changed(vek_file *directory) {
     }
 }
 
-// A separator at the end makes the whole name a directory.
+// A separator at the end makes the whole name a directory. A '\' is one, too.
 bool parse_directory(vek_file **scratch, std::string_view name) {
     path_text text;
     return text.append(name) && (is_separator(name.back()) || text.append('/')) &&

@@ -3,6 +3,7 @@
 
 #include "coretools/ctdci/dci.h"
 #include "coretools/ctmemmgr/getmem.h"
+#include "coretools/ctpfa/path_text.h"
 #include "coretools/ctpfa/pfaget.h"
 #include "coretools/ctpfa/pfainfo.h"
 #include "coretools/ctpfa/pfapars.h"
@@ -109,10 +110,7 @@ int pfafs_make_dir(vek_file *record) {
     if (pfafs_host_name(record, pfafs_name_form::full_name, name) != PFA_E_NO_ERROR) {
         return PFA_E_INVALID_NAME;
     }
-    const std::size_t length = std::strlen(name);
-    if (length > 0 && name[length - 1] == '/') {
-        name[length - 1] = '\0';
-    }
+    cut_closing_slash(name);
     return dci_mkdir(name, 0777) < 0 ? PFA_E_ERROR : PFA_E_NO_ERROR;
 }
 
@@ -130,7 +128,7 @@ bool directory_name(vek_file *record, char *name) {
     if (pfa_get_file_name(record, PFA_DIRECTORY_NAME, name) != PFA_E_NO_ERROR || name[0] == '\0') {
         return false;
     }
-    name[std::strlen(name) - 1] = '\0';
+    cut_closing_slash(name);
     return true;
 }
 
