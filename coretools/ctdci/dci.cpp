@@ -4,6 +4,7 @@
 
 #include "coretools/ctmisc/report_services_internal.h"
 #include "coretools/ctpfa/pfadircache.h"
+#include "coretools/ctpfa/pfastream.h"
 
 #include <cstring>
 
@@ -21,7 +22,7 @@ int fopen_notices = 0;
 
 std::FILE *dci_fopen(const char *name, const char *mode) {
     std::FILE *stream = std::fopen(name, mode);
-    if (mode[0] == 'r' || mode[0] == 'R') {
+    if (mode_reads(mode)) {
         return stream;
     }
     ++fopen_notices;

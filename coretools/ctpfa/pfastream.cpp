@@ -87,7 +87,7 @@ pfa_status pfa_fopen(vek_file *record, int selector, const char *mode) {
     record->flags &= ~(PFA_F_BORROWED | PFA_F_LENT); // a copied record may still carry them
     record->flags |= PFA_F_OPEN;
     // Only where the location has files of the host do listings go by names of the host.
-    if (name[0] != '\0' && mode[0] != 'r' && mode[0] != 'R') {
+    if (name[0] != '\0' && !mode_reads(mode)) {
         pfa_file_name_update_dir_cache(name);
     }
     return PFA_E_NO_ERROR;

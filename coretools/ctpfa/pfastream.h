@@ -28,6 +28,11 @@
 // so that a port can add what its host needs.
 const char *binary_mode(const char *mode);
 
+// True if the mode begins with 'r' or 'R': a stream opened in it adds no file to its directory.
+inline bool mode_reads(const char *mode) {
+    return mode[0] == 'r' || mode[0] == 'R';
+}
+
 // Opens the record as a stream. `selector` is a pfa_version_selector; the version opened is stored
 // in the record, also if the open then fails. `mode` is that of fopen(). A record without a
 // location type becomes one of the standard filesystem. A mode that does not begin with 'r' drops

@@ -8,6 +8,7 @@
 #include "coretools/ctpfa/pfaget.h"
 #include "coretools/ctpfa/pfainfo.h"
 #include "coretools/ctpfa/pfaput.h"
+#include "coretools/ctpfa/pfastream.h"
 #include "coretools/ctpfafs/pfafs_internal.h"
 
 #include <cstring>
@@ -82,8 +83,8 @@ int pfa_stdio_fopen(vek_file *record, void **data, char *, const char *mode, int
     if (mode == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
-    const bool reads = mode[0] == 'r' || mode[0] == 'R';
-    return reads == (stream == stdin) ? lend_stream(record, data, stream) : PFA_E_CANT_OPEN;
+    return mode_reads(mode) == (stream == stdin) ? lend_stream(record, data, stream)
+                                                 : PFA_E_CANT_OPEN;
 }
 
 int pfa_stdio_open(vek_file *record, void **data, char *, int flags, int, int) {
