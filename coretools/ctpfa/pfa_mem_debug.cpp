@@ -3,6 +3,7 @@
 #include "coretools/ctmemmgr/serious_errors.h"
 #include "coretools/ctmemmgr/xar.h"
 #include "coretools/ctpfa/pfamem.h"
+#include "coretools/ctpfa/pfamem_internal.h"
 #include "coretools/genutil1/text_copy.h"
 
 #include <cstdio>
@@ -15,7 +16,7 @@ namespace {
 struct entry {
     const vek_file *record;
     char *freed_text; // the record's text when it was freed; null before
-    int live;
+    bool live;
 };
 
 entry *entries = nullptr;
@@ -43,14 +44,14 @@ int note_allocation(const vek_file *record) {
         }
         known->record = record;
         entry_count++;
-    } else if (known->live != 0) {
+    } else if (known->live) {
         dbg_err_crash(NAME, "double allocation at %x", pfa_trace_address(record));
         return PFA_E_NO_ERROR;
     }
     if (known->freed_text != nullptr) {
         relmem(&known->freed_text);
     }
-    known->live = 1;
+    known->live = true;
     live_count++;
     return PFA_E_NO_ERROR;
 }
@@ -66,13 +67,13 @@ int note_release(const vek_file *record) {
     const std::size_t length = strnlen(record->text, sizeof text - 1);
     std::memcpy(text, record->text, length);
     text[length] = '\0';
-    if (known->live == 0) {
+    if (!known->live) {
         dbg_err_crash(NAME, "freeing %s, now %s, at %x twice",
                       known->freed_text != nullptr ? known->freed_text : "", text,
                       pfa_trace_address(record));
         return PFA_E_NO_ERROR;
     }
-    known->live = 0;
+    known->live = false;
     live_count--;
     known->freed_text = make_scopy(text);
     return known->freed_text != nullptr ? PFA_E_NO_ERROR : PFA_E_OUT_OF_MEMORY;
@@ -81,7 +82,7 @@ int note_release(const vek_file *record) {
 void list_live() {
     std::printf("%d allocated pfas", live_count);
     for (int i = 0; i < entry_count; ++i) {
-        if (entries[i].live != 0) {
+        if (entries[i].live) {
             std::printf("%d, at %p, %s\n", i, static_cast<const void *>(entries[i].record),
                         entries[i].record->text);
         }

@@ -22,6 +22,7 @@
 #include "coretools/ctpfa/pfainfo.h"
 #include "coretools/ctpfa/pfaloc_call.h"
 #include "coretools/ctpfa/pfamem.h"
+#include "coretools/ctpfa/pfamem_internal.h"
 #include "coretools/ctpfa/pfastream.h"
 
 #include <cstdint>

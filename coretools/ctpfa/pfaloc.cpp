@@ -6,6 +6,7 @@
 #include "coretools/ctmisc/run_mode.h"
 #include "coretools/ctpfa/pfainfo.h"
 #include "coretools/ctpfa/pfaloc_call.h"
+#include "coretools/ctpfa/pfaloc_internal.h"
 
 #include <cstdio>
 #include <cstring>
@@ -71,11 +72,11 @@ void report_wrong_sequence(const loc_method_row &row, int actual) {
 
 } // namespace
 
-int pfaloc_create_registry() {
+bool pfaloc_create_registry() {
     if (KnownLocs == nullptr) {
         KnownLocs = static_cast<loc_row *>(getmem(int(sizeof(loc_row) * PFA_LOCATION_TYPES)));
     }
-    return KnownLocs != nullptr ? 1 : 0;
+    return KnownLocs != nullptr;
 }
 
 int pfa_loc_register_setup(int type) {
@@ -87,7 +88,7 @@ int pfa_loc_register_setup(int type) {
         dbg_err_crash(NAME, "invalid type index %d", type);
         return 0;
     }
-    if (pfaloc_create_registry() == 0) {
+    if (!pfaloc_create_registry()) {
         return 0;
     }
     if (type == NoLocation) {
@@ -235,9 +236,10 @@ pfa_status pfa_parse_location(vek_file *record, const char *name, std::int16_t *
     }
     const std::int32_t saved_type = record->location_type;
     const char *colon = name != nullptr ? std::strchr(name, ':') : nullptr;
+    const int first = all ? PFA_LOCATION_TYPES - 1 : only_type;
     const int last = all ? 1 : only_type;
     pfa_status result = PFA_E_NOT_FOUND;
-    for (int type = all ? PFA_LOCATION_TYPES - 1 : only_type; type >= last && result != 0; --type) {
+    for (int type = first; type >= last && result != PFA_E_NO_ERROR; --type) {
         if (!is_registered(type)) {
             continue;
         }

@@ -72,10 +72,6 @@ pfa_status pfa_parse_location(vek_file *record, const char *name, std::int16_t *
 int pfaloc_get_func(const vek_file *record, int method, int sequence, pfaloc_impl *found);
 int pfaloc_get_func_low(int type, int method, int sequence, pfaloc_impl *found);
 
-// Creates the registry if there is none yet, the only memory that registration needs. Returns 1, or
-// 0 without memory.
-int pfaloc_create_registry();
-
 // The implementation of a method whose type has the given tag, null if `type` does not offer it;
 // for the call wrappers. The first form fails silently for an invalid record.
 plm_any_function pfaloc_find(const vek_file *record, int method, const plm_function_tag *tag);

@@ -9,7 +9,8 @@
 #include "coretools/ctpfa/pfa_std_location.h"
 #include "coretools/ctpfa/pfacurdir.h"
 #include "coretools/ctpfa/pfainfo.h"
-#include "coretools/ctpfa/pfaloc.h"
+#include "coretools/ctpfa/pfaloc_internal.h"
+#include "coretools/ctpfa/pfamem_internal.h"
 
 #include <iterator>
 
@@ -62,7 +63,7 @@ static_assert(status_names_in_order());
 bool register_location_types() {
     static bool first_call = true;
     if (first_call) {
-        if (pfaloc_create_registry() == 0) {
+        if (!pfaloc_create_registry()) {
             return false;
         }
         first_call = false;

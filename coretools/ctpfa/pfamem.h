@@ -40,8 +40,3 @@ void pfa_set_mem_debug(int on);
 // is not 0, else the number of live records and of entries. Fails with PFA_E_OUT_OF_MEMORY if there
 // is no memory to note the record; does nothing while the registry is off.
 int pfa_mem_debug(vek_file *record, int allocating);
-
-// An address as the traces print it, through "%x".
-inline unsigned pfa_trace_address(const void *address) {
-    return static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(address));
-}

@@ -5,7 +5,7 @@
 #include "coretools/ctmemmgr/serious_errors.h"
 #include "coretools/ctpfa/pfaget.h"
 #include "coretools/ctpfa/pfainfo.h"
-#include "coretools/ctpfa/pfamem.h"
+#include "coretools/ctpfa/pfamem_internal.h"
 #include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfaput.h"
 #include "coretools/ctpfafs/pfafs_internal.h"

@@ -3,6 +3,7 @@
 #include "coretools/ctpfa/pfacomponent.h"
 #include "coretools/ctpfa/pfacurdir.h"
 #include "coretools/ctpfa/pfamem.h"
+#include "coretools/ctpfa/pfamem_internal.h"
 #include "coretools/ctpfa/pfapars.h"
 #include "tests/support/child_process.h"
 #include "tests/support/failing_malloc.h"
