@@ -39,8 +39,8 @@ int pfa_dir_cache_update(vek_file *record);
 int pfa_dir_name_update_cache(const char *directory_name);
 
 // Forced caching: a listing is used again without asking its location, also to find the next
-// version of a file. PFA_E_NOT_CACHABLE of
-// "PfaDirOpen" is overruled, unless "PfaIsVirtualFolder" returns 0.
+// version of a file. PFA_E_NOT_CACHABLE of "PfaDirOpen" is overruled, unless "PfaIsVirtualFolder"
+// returns 0.
 
 // For all directories (1) or not (0, the default).
 void pfa_set_autocache(int on);
@@ -51,8 +51,8 @@ int pfa_get_autocache();
 pfa_status pfa_add_forced_cache_dir(const char *key);
 void pfa_clear_forced_cache_dirs();
 
-// Application data: what a program keeps with a cached listing, released with it. An index, from
-// pfa_dir_from_cache, is valid while its entry lives.
+// Application data: what a program keeps with a cached listing, released with it. An index is valid
+// while its entry lives; it comes from the look-up, which is the layer's own.
 constexpr int DIR_CACHE_APPDATA_TYPES = 16;
 using dir_cache_free_func = void (*)(void *data);
 
