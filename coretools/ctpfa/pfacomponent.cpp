@@ -17,19 +17,8 @@ bool is_index(int index) {
 
 // The text of a component; empty for a bad record or index.
 std::string_view component(const vek_file *record, int index) {
-    return pfa_is_valid(record) != 0 && is_index(index) ? pfa_component_text(record, index, index)
+    return pfa_is_valid(record) != 0 && is_index(index) ? pfa_component_text(record, index)
                                                         : std::string_view();
-}
-
-// Appends to out[capacity] at *length. False, and nothing changed, if it does not fit.
-bool append(std::string_view text, char *out, std::int16_t *length, int capacity) {
-    if (*length < 0 || static_cast<int>(text.size()) >= capacity - *length) {
-        return false;
-    }
-    std::memcpy(out + *length, text.data(), text.size());
-    *length = static_cast<std::int16_t>(*length + static_cast<int>(text.size()));
-    out[*length] = '\0';
-    return true;
 }
 
 // Replaces the text of the components first to last and moves the later ones. The bounds inside a
@@ -184,7 +173,8 @@ pfa_status pfa_append_component(const vek_file *record, int index, char *out, st
         return PFA_E_NOT_VALID;
     }
     const std::string_view part = component(record, index);
-    return part.empty() || append(part, out, length, capacity) ? PFA_E_NO_ERROR : PFA_E_ERROR;
+    return part.empty() || pfa_append_text(part, out, length, capacity) ? PFA_E_NO_ERROR
+                                                                        : PFA_E_ERROR;
 }
 
 pfa_status pfa_append_component_lower(const vek_file *record, int index, char *out,
@@ -209,7 +199,8 @@ int pfa_strcat(const char *text, char *out, std::int16_t *length) {
     if (text == nullptr || out == nullptr || length == nullptr) {
         return 0;
     }
-    return append({text, strnlen(text, PFA_PATH_SIZE)}, out, length, PFA_PATH_SIZE) ? 1 : 0;
+    return pfa_append_text({text, strnlen(text, PFA_PATH_SIZE)}, out, length, PFA_PATH_SIZE) ? 1
+                                                                                             : 0;
 }
 
 void pfa_substring_to_lower(char *text, int from, int to) {

@@ -28,7 +28,8 @@ void drop_file_part(vek_file *record) {
 pfa_status parent_of_root(vek_file *record, vek_file *parent) {
     return pfa_all_or_nothing(parent, [&] {
         parent->location_type = record->location_type; // the dispatch wants two records of one type
-        return pfaloc_call_FF(record, PfaMakeParent, parent) == 0 ? PFA_E_NO_ERROR : PFA_E_ROOT_DIR;
+        const int made = pfaloc_call_FF(record, PfaMakeParent, parent);
+        return made == PFA_E_NO_ERROR ? PFA_E_NO_ERROR : PFA_E_ROOT_DIR;
     });
 }
 
@@ -47,12 +48,12 @@ pfa_status parent_of_unlocated(vek_file *record, vek_file *parent) {
 
 // Cuts the last element off a directory's path, keeping the '/' in front of it.
 pfa_status cut_last_element(vek_file *record, int path_index) {
-    std::size_t size = parent_size(pfa_component_text(record, path_index, path_index));
+    std::size_t size = parent_size(pfa_component_text(record, path_index));
     if (size == NO_PARENT) {
         char path[PFA_PATH_SIZE];
         (void)pfa_get_path(record, path); // takes back parent steps and drops empty elements
         (void)pfa_put_path(record, path);
-        size = parent_size(pfa_component_text(record, path_index, path_index));
+        size = parent_size(pfa_component_text(record, path_index));
         if (size == NO_PARENT) {
             return PFA_E_ROOT_DIR;
         }

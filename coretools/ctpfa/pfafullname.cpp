@@ -43,7 +43,7 @@ pfa_status append_location(const vek_file *record, int include, name_text *name)
 }
 
 bool append_component(const vek_file *record, int index, bool lower, name_text *name) {
-    const std::string_view text = pfa_component_text(record, index, index);
+    const std::string_view text = pfa_component_text(record, index);
     const std::size_t start = name->size();
     if (!name->append(text)) {
         return false;

@@ -64,10 +64,10 @@ pfa_status pfa_get_path(const vek_file *record, char *out) {
     if (index == -1) {
         return result;
     }
-    std::string_view path = pfa_component_text(record, index, index);
+    std::string_view path = pfa_component_text(record, index);
     path = path.substr(0, path.rfind('/') + 1);
     path_text written;
-    if (path.find('^') != std::string_view::npos || path.find("//") != std::string_view::npos) {
+    if (needs_rewriting(path)) {
         if (!path_to_written(path, &written)) {
             return PFA_E_ERROR;
         }
@@ -89,7 +89,7 @@ pfa_status pfa_get_name(const vek_file *record, char *out) {
         return pfa_get_component(record, PFA_NAME, out, PFA_PATH_SIZE);
     }
     for (int index = PFA_PATH; index >= PFA_HOST && out[0] == '\0'; --index) {
-        std::string_view text = pfa_component_text(record, index, index);
+        std::string_view text = pfa_component_text(record, index);
         text = text.substr(0, text.find_last_not_of('/') + 1);
         copy_text(last_element(text), out);
     }

@@ -64,7 +64,7 @@ int pfa_path_is_absolute(const vek_file *record) {
         return pfafs_loc_is_NT_drive_relative(record) == 0 ? 1 : 0;
     }
     const int path = pfa_role_index(record, PfaPathIdx);
-    return path == -1 || pfa_component_text(record, path, path).starts_with('/') ? 1 : 0;
+    return path == -1 || pfa_component_text(record, path).starts_with('/') ? 1 : 0;
 }
 
 pfa_status pfa_concat_locations(const vek_file *base, const vek_file *relative, vek_file *out) {
@@ -128,10 +128,10 @@ pfa_status pfa_location_append(const vek_file *directory, vek_file *out, const c
     if (joined.view().ends_with('|')) {
         joined.shrink(joined.size() - 1);
     }
-    if ((!joined.view().ends_with('/') && !joined.append('/')) || !joined.append(text)) {
+    if (!append_closing_slash(&joined) || !joined.append(text)) {
         return PFA_E_INVALID_NAME;
     }
-    const bool climbs = std::string_view(text).starts_with("../");
+    const bool climbs = std::string_view(text).starts_with(WRITTEN_STEP);
     if (climbs && !take_back_steps(&joined, neutral_path_start(directory, joined.view()))) {
         return PFA_E_ROOT_DIR;
     }

@@ -53,7 +53,7 @@ pfa_status expand_and_parse(vek_file *record, const vek_file *base, const char *
 
 // Types a record whose type is not known yet.
 pfa_status find_type(vek_file *record, int directory) {
-    const std::string_view name = pfa_component_text(record, PFA_NAME, PFA_NAME);
+    const std::string_view name = pfa_component_text(record, PFA_NAME);
     const bool invalid = name.starts_with('.') || is_invalid_name(name);
     const pfa_status result =
         pfa_put_extension_to_type(record, static_cast<int>(name.size()), invalid ? 1 : 0);

@@ -37,17 +37,13 @@ pfa_status pfa_put_path(vek_file *record, const char *path) {
     if (!path_to_stored(path, &stored)) {
         return PFA_E_INVALID_INPUT;
     }
-    const std::int32_t location_type = record->location_type;
-    if (location_type == NoLocation) {
-        record->location_type = PFA_DEFAULT_LOCATION;
-    }
-    const int index = pfa_role_index(record, PfaPathIdx);
-    const pfa_status result =
-        index == -1 ? PFA_E_NOT_VALID : pfa_put_text(record, index, stored.view());
-    if (result != PFA_E_NO_ERROR) {
-        record->location_type = location_type;
-    }
-    return result;
+    return pfa_all_or_nothing(record, [&] {
+        if (record->location_type == NoLocation) {
+            record->location_type = PFA_DEFAULT_LOCATION;
+        }
+        const int index = pfa_role_index(record, PfaPathIdx);
+        return index == -1 ? PFA_E_NOT_VALID : pfa_put_text(record, index, stored.view());
+    });
 }
 
 pfa_status pfa_put_name(vek_file *record, const char *name) {

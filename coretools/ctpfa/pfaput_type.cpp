@@ -45,7 +45,7 @@ pfa_status turn_back_into_file(vek_file *record, int type) {
         return PFA_E_NO_ERROR;
     }
     const vek_file before = *record;
-    const std::string_view path = pfa_component_text(&before, index, index);
+    const std::string_view path = pfa_component_text(&before, index);
     const std::string_view element = last_element(path);
     const bool fits = element.size() < PFA_SHORT_NAME_SIZE || type == OBJ_TYPE_NO_MEMBER ||
                       type == OBJ_TYPE_NOT_YET;

@@ -12,6 +12,22 @@ inline std::string_view pfa_component_text(const vek_file *record, int first, in
     return {record->text + start, static_cast<std::size_t>(record->bounds[last].end - start)};
 }
 
+inline std::string_view pfa_component_text(const vek_file *record, int index) {
+    return pfa_component_text(record, index, index);
+}
+
+// Appends `text` and a terminating zero to out[capacity] at *length. Returns false, and changes
+// nothing, if they do not fit.
+inline bool pfa_append_text(std::string_view text, char *out, std::int16_t *length, int capacity) {
+    if (*length < 0 || static_cast<int>(text.size()) >= capacity - *length) {
+        return false;
+    }
+    text.copy(out + *length, text.size());
+    *length = static_cast<std::int16_t>(*length + static_cast<int>(text.size()));
+    out[*length] = '\0';
+    return true;
+}
+
 // Stores `text`, which holds no zero, in a component of a valid record. Fails with
 // PFA_E_INVALID_INPUT, and changes nothing, if it does not fit.
 pfa_status pfa_put_text(vek_file *record, int index, std::string_view text);

@@ -167,19 +167,10 @@ int pfafs_claim_location(vek_file *record, const char *text, const char *colon,
 // A location text under construction.
 using location_text = bounded_text<PFA_PATH_SIZE>;
 
-std::string_view component(const vek_file *record, int index) {
-    return pfa_component_text(record, index, index);
-}
-
 // Appends a location text to out[*length]. One that does not fit is not written at all: a text cut
 // short would name another place.
 pfa_status append_whole(const location_text &text, char *out, std::int16_t *length, int capacity) {
-    if (*length < 0 || static_cast<int>(text.size()) >= capacity - *length) {
-        return PFA_E_ERROR;
-    }
-    text.copy_to(out + *length);
-    *length = static_cast<std::int16_t>(*length + static_cast<int>(text.size()));
-    return PFA_E_NO_ERROR;
+    return pfa_append_text(text.view(), out, length, capacity) ? PFA_E_NO_ERROR : PFA_E_ERROR;
 }
 
 // Host, device and the path as it is displayed. A device beside a host is not written, and nothing
@@ -193,8 +184,8 @@ int pfafs_full_loc_string(vek_file *record, char *out, std::int16_t *length, int
     if (result != PFA_E_NO_ERROR) {
         return result;
     }
-    const std::string_view host = component(record, PFA_HOST);
-    const std::string_view device = component(record, PFA_DEVICE);
+    const std::string_view host = pfa_component_text(record, PFA_HOST);
+    const std::string_view device = pfa_component_text(record, PFA_DEVICE);
     location_text text;
     bool fits = true;
     if (!host.empty()) {
@@ -212,8 +203,8 @@ int pfafs_neut_loc_string(vek_file *record, char *out, std::int16_t *length, int
     if (out == nullptr || length == nullptr) {
         return PFA_E_INVALID_INPUT;
     }
-    const std::string_view host = component(record, PFA_HOST);
-    const std::string_view device = component(record, PFA_DEVICE);
+    const std::string_view host = pfa_component_text(record, PFA_HOST);
+    const std::string_view device = pfa_component_text(record, PFA_DEVICE);
     if (host.find_first_of("|/") != host.npos || device.find_first_of("|/") != device.npos) {
         return PFA_E_INVALID_NAME;
     }
