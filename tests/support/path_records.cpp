@@ -2,6 +2,7 @@
 
 #include "coretools/ctpfa/pfacomponent.h"
 #include "coretools/ctpfa/pfadir.h"
+#include "coretools/ctpfa/pfadircache.h"
 #include "coretools/ctpfa/pfaget.h"
 #include "coretools/ctpfa/pfamem.h"
 #include "coretools/ctpfa/pfapars.h"
@@ -10,6 +11,8 @@
 #include <algorithm>
 #include <cstring>
 #include <sstream>
+
+#include <gtest/gtest.h>
 
 scoped_record::scoped_record(const std::string &name) {
     if (pfa_alloc_vek_file(&file) == PFA_E_NO_ERROR && !name.empty()) {
@@ -32,6 +35,16 @@ std::vector<std::string> read_names(vek_file *directory) {
     }
     std::sort(names.begin(), names.end());
     return names;
+}
+
+std::vector<std::string> list(const std::string &directory) {
+    scoped_record record(directory);
+    EXPECT_EQ(pfa_open_dir(record), PFA_E_NO_ERROR) << directory;
+    return read_names(record);
+}
+
+bool is_cached(const std::string &key) {
+    return pfa_dir_from_cache(key.c_str(), nullptr, nullptr, 1, nullptr, 0) != 0;
 }
 
 std::string location_of(vek_file *record) {

@@ -19,6 +19,10 @@ struct scoped_record {
 // The entries of an open directory from its current position on, each as name, extension and
 // version; sorted.
 std::vector<std::string> read_names(vek_file *directory);
+// The same for all entries of a directory that can be opened.
+std::vector<std::string> list(const std::string &directory);
+// True if the directory cache has the listing of this key, fresh or not.
+bool is_cached(const std::string &key);
 std::string location_of(vek_file *record);
 std::string part(const vek_file *record, int index);
 // A record as one line of text: "path|name|extension|version|type".

@@ -4,12 +4,14 @@
 #include "coretools/ctpfa/pfadir.h"
 #include "coretools/ctpfa/pfadircache.h"
 #include "coretools/ctpfa/pfadirpath.h"
+#include "coretools/ctpfa/pfaget.h"
 #include "coretools/ctpfa/pfaloc.h"
 #include "coretools/ctpfa/pfaput.h"
 #include "coretools/ctpfa/pfastream.h"
 #include "examples/memory_location/memory_location.h"
 #include "tests/support/child_process.h"
 #include "tests/support/path_records.h"
+#include "tests/support/report_capture.h"
 
 #include <algorithm>
 #include <csetjmp>
@@ -32,7 +34,7 @@ constexpr int TYPE = PfaKelmLink;
 struct location_state {
     int listings_kept = 0; // those not closed again
     // What the methods return.
-    int open_status = 0;
+    pfa_status open_status = PFA_E_NO_ERROR;
     int eligible = 1;
     int is_virtual = 0;
     void (*call_back)() = nullptr; // for the next "PfaDirCacheInvalid" or "PfaDirClose" to call
@@ -90,12 +92,6 @@ bool register_location() {
     return pfa_loc_register_setup(NoLocation) == 1;
 }
 
-std::vector<std::string> list(const char *name) {
-    scoped_record directory(name);
-    EXPECT_EQ(pfa_open_dir(directory), PFA_E_NO_ERROR);
-    return read_names(directory);
-}
-
 // The index of a directory's entry, fresh or not; -1 if it is not cached.
 int index_of(const char *key) {
     int index = -1;
@@ -103,9 +99,14 @@ int index_of(const char *key) {
     return index;
 }
 
-bool is_lent(const char *key) {
+vek_file *owner_of(const char *key) {
     vek_file *owner = nullptr;
     pfa_dir_from_cache(key, &owner, nullptr, 1, nullptr, 0);
+    return owner;
+}
+
+bool is_lent(const char *key) {
+    const vek_file *owner = owner_of(key);
     return owner != nullptr && (owner->flags & PFA_F_LENT) != 0;
 }
 
@@ -180,7 +181,7 @@ struct DirectoryCacheModel : DirectoryCache {
             discard(key);
         }
         vek_file *record = readers.emplace_back(key);
-        location.open_status = refuse ? PFA_E_NO_ACCESS : 0;
+        location.open_status = refuse ? PFA_E_NO_ACCESS : PFA_E_NO_ERROR;
         ASSERT_EQ(pfa_open_dir(record), location.open_status) << key;
         if (refuse) {
             ASSERT_EQ(record->location_handle, nullptr);
@@ -285,10 +286,23 @@ TEST_F(DirectoryCache, GetsALoanBackWhateverBecameOfTheBorrower) {
     EXPECT_FALSE(is_lent("mem:/e/"));
 }
 
+TEST_F(DirectoryCache, DoesNotCloseAListingOnLoan) {
+    expect_in_own_process([] { // which survives the report
+        scoped_record borrower("mem:/d/");
+        ASSERT_EQ(pfa_open_dir(borrower), PFA_E_NO_ERROR);
+        report_capture reports;
+        vek_file *owner = owner_of("mem:/d/");
+        EXPECT_EQ(pfa_close(owner), PFA_E_NO_ACCESS);
+        EXPECT_EQ(reports.take(), "can't close mem:/d/ with borrowed stream");
+        EXPECT_EQ(pfa_file_is_open(owner), 1);
+        EXPECT_EQ(owner->location_handle, borrower->location_handle);
+    });
+}
+
 TEST_F(DirectoryCache, KeepsWholeListingsOnly) {
     scoped_record part("mem:/d/"), whole("/");
     ASSERT_EQ(pfa_open_dir_subset(part, "b"), PFA_E_NO_ERROR);
-    EXPECT_EQ(index_of("mem:/d/"), -1);
+    EXPECT_FALSE(is_cached("mem:/d/"));
     ASSERT_EQ(pfa_open_dir_subset(whole, "b"), PFA_E_NO_ERROR);
     EXPECT_TRUE(is_lent("/")) << "of a type that lists no part";
 }
@@ -298,7 +312,7 @@ TEST_F(DirectoryCache, KeepsWhatIsNotCachableOnlyIfForced) {
     EXPECT_EQ(pfa_add_forced_cache_dir(std::string(260, 'k').c_str()), PFA_E_INVALID_INPUT);
     EXPECT_EQ(pfa_add_forced_cache_dir("mem:/d/"), PFA_E_NO_ERROR);
     list("mem:/d/");
-    EXPECT_EQ(index_of("mem:/d/"), -1) << "no virtual folder";
+    EXPECT_FALSE(is_cached("mem:/d/")) << "no virtual folder";
     location.is_virtual = 1;
     list("mem:/d/");
     memory_directories["mem:/d/"]["new"];
@@ -308,7 +322,7 @@ TEST_F(DirectoryCache, KeepsWhatIsNotCachableOnlyIfForced) {
     EXPECT_EQ(list("mem:/d/").size(), 0u);
     pfa_set_autocache(0);
     EXPECT_EQ(list("mem:/d/").size(), 1u);
-    EXPECT_EQ(index_of("mem:/d/"), -1);
+    EXPECT_FALSE(is_cached("mem:/d/"));
 }
 
 // The release function calls back into the layer.
@@ -346,18 +360,18 @@ TEST_F(DirectoryCache, AMethodMayCallBackWhenAskedForFreshness) {
         }
     };
     list("mem:/d/");
-    EXPECT_GE(index_of("mem:/e/"), 0) << "dropped in place of the other";
-    EXPECT_GE(index_of("mem:/d/"), 0);
+    EXPECT_TRUE(is_cached("mem:/e/")) << "dropped in place of the other";
+    EXPECT_TRUE(is_cached("mem:/d/"));
 }
 
 TEST_F(DirectoryCache, AMethodMayCallBackWhenItClosesAListing) {
     list("mem:/d/");
     location.call_back = [] {
-        EXPECT_EQ(index_of("mem:/d/"), -1) << "its listing is being closed";
+        EXPECT_FALSE(is_cached("mem:/d/")) << "its listing is being closed";
         list("mem:/d/");
     };
     pfa_dir_name_update_cache("mem:/d/");
-    EXPECT_GE(index_of("mem:/d/"), 0);
+    EXPECT_TRUE(is_cached("mem:/d/"));
 }
 
 // A call that opens a file gives a notice before it returns the stream. When memory ran out in the
@@ -378,13 +392,13 @@ TEST_F(DirectoryCache, ANoticeDoesNotJumpWhenMemoryRunsOut) {
 // A report that is written during a notice opens its file, std.out.
 TEST_F(DirectoryCache, ANoticeIsNotGivenForTheReportOfANotice) {
     const std::string here = std::filesystem::current_path().string() + "/";
-    list(here.c_str());
+    list(here);
     list("mem:/d/");
     location.call_back = [] { EXPECT_EQ(dci_fopen("std.out", "no mode"), nullptr); };
     EXPECT_EQ(dci_fopen("mem:/d/file", "no mode"), nullptr);
-    EXPECT_GE(index_of(here.c_str()), 0);
+    EXPECT_TRUE(is_cached(here));
     EXPECT_EQ(dci_fopen("std.out", "no mode"), nullptr);
-    EXPECT_EQ(index_of(here.c_str()), -1);
+    EXPECT_FALSE(is_cached(here));
 }
 
 TEST_F(DirectoryCache, IsTracedWhenTheSwitchIsOn) {

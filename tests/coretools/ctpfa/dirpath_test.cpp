@@ -10,6 +10,7 @@
 #include "coretools/ctpfa/pfamem.h"
 #include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfastream.h"
+#include "coretools/ctpfa/pfavers.h"
 #include "tests/support/child_process.h"
 #include "tests/support/path_records.h"
 #include "tests/support/scratch_tree.h"
@@ -60,7 +61,7 @@ TEST(DirPath, ParentAndOwnDirectory) {
     }
 }
 
-TEST(CurDirDeathTest, HomeIsReadOnce) {
+TEST(CurDir, HomeIsReadOnce) {
     expect_in_own_process([] {
         scoped_record record;
         unsetenv("HOME");
@@ -86,7 +87,7 @@ TEST(CurDirDeathTest, HomeIsReadOnce) {
     });
 }
 
-TEST(CurDirDeathTest, TheWorkingDirectoryIsReadOnce) {
+TEST(CurDir, TheWorkingDirectoryIsReadOnce) {
     expect_in_own_process([] {
         const scratch_tree tree;
         EXPECT_EQ(get_Cur_Dir(), nullptr);
@@ -119,6 +120,16 @@ TEST(CurDirDeathTest, TheWorkingDirectoryIsReadOnce) {
     });
 }
 
+TEST(ReadDir, NothingIsReadFromAClosedDirectoryOrIntoAnOpenEntry) {
+    const scratch_tree tree;
+    scoped_record directory(tree.path), entry(tree.file("a.prt"));
+    EXPECT_EQ(pfa_read_dir(directory, entry), PFA_E_INACTIVE);
+    ASSERT_EQ(pfa_open_dir(directory), PFA_E_NO_ERROR);
+    ASSERT_EQ(pfa_fopen(entry, PFA_OWN_VERSION, "r"), PFA_E_NO_ERROR);
+    EXPECT_EQ(pfa_read_dir(directory, entry), PFA_E_NOT_ALLOWED);
+    EXPECT_EQ(read_names(directory), std::vector<std::string>{"a.prt"});
+}
+
 // Whatever the form of the name, the listing is found, and nothing is expanded.
 TEST(Notice, DropsTheListingThatItConcerns) {
     const scratch_tree tree;
@@ -145,7 +156,7 @@ TEST(Notice, DropsTheListingThatItConcerns) {
         ASSERT_EQ(pfa_open_dir(opened), PFA_E_NO_ERROR);
         ASSERT_EQ(pfa_close(opened), PFA_E_NO_ERROR);
         EXPECT_EQ(row.notice(row.name.c_str()), 0);
-        EXPECT_EQ(pfa_dir_from_cache(row.key.c_str(), nullptr, nullptr, 1, nullptr, 0), 0);
+        EXPECT_FALSE(is_cached(row.key));
     }
 }
 

@@ -1,5 +1,6 @@
 // Names into path records and back: the split, expansion, standard form, selected parts and joins.
 #include "coretools/ctfileutil/objextension.h"
+#include "coretools/ctpfa/pfadirpath.h"
 #include "coretools/ctpfa/pfaget.h"
 #include "coretools/ctpfa/pfapars.h"
 #include "coretools/ctpfa/pfapars_internal.h"
@@ -162,6 +163,19 @@ TEST(Join, RelativeNamesAreReadBelowTheirBase) {
             << row.name;
         EXPECT_EQ(full_name(record), row.joined != nullptr ? row.joined : "/old/one.prt");
     }
+}
+
+// Called directly: parsing has a roll-back of its own, which would hide one that is missing here.
+TEST(Join, AFailureLeavesTheOutputAsItWas) {
+    scoped_record base("/a/"), climbing("../../x"), pathless("/////h|"), out("/old/one.prt");
+    const vek_file before = *out.file;
+    EXPECT_EQ(pfa_concat_locations(base, climbing, out), PFA_E_ROOT_DIR);
+    EXPECT_TRUE(same_bytes(before, out));
+    EXPECT_EQ(pfa_make_subdir(base, "../../", out), PFA_E_ROOT_DIR);
+    EXPECT_TRUE(same_bytes(before, out));
+    const std::string too_long(PFA_PATH_SIZE - 2, 'n');
+    EXPECT_EQ(pfa_location_append(pathless, out, too_long.c_str()), PFA_E_INVALID_INPUT);
+    EXPECT_TRUE(same_bytes(before, out));
 }
 
 TEST(Join, TheOutputMayBeAnInput) {

@@ -25,8 +25,8 @@ static_assert(registers<PfaGetMode, int(vek_file *, int *)>);
 static_assert(!registers<PfaGetMode, int(vek_file *, unsigned *)>);
 static_assert(!registers_with_sequence<PfaGetMode, int(vek_file *, long *)>);
 // Known only at run time, any function of a sequence is compiled, and checked then.
-static_assert(registers_with_sequence<37, int(vek_file *, long *)>);
-static_assert(!registers_with_sequence<37, int(vek_file *, long)>);
+static_assert(registers_with_sequence<int(PfaGetMode), int(vek_file *, long *)>);
+static_assert(!registers_with_sequence<int(PfaGetMode), int(vek_file *, long)>);
 
 template <auto WRAPPER, auto METHOD, class... Argument>
 concept calls = requires(vek_file *record, Argument... argument) {
@@ -36,8 +36,8 @@ static_assert(calls<pfaloc_call_FLPPI, PfaFopen, char *, const char *, int>);
 static_assert(!calls<pfaloc_call_FLPPI, PfaFopen, const char *, const char *, int>);
 static_assert(!calls<pfaloc_call_FLPII, PfaFopen, char *, int, int>);
 static_assert(!calls<pfaloc_call_F, PfaGetMode>);
-static_assert(calls<pfaloc_call_FLPPI, 10, int *, const double *, int>);
-static_assert(!calls<pfaloc_call_FLPPI, 10, int, const double *, int>);
+static_assert(calls<pfaloc_call_FLPPI, int(PfaFopen), int *, const double *, int>);
+static_assert(!calls<pfaloc_call_FLPPI, int(PfaFopen), int, const double *, int>);
 
 // What is refused at run time. The registry belongs to the process, so that these tests run in
 // processes of their own, in which serious errors are printed and survived.
@@ -128,7 +128,7 @@ TEST(LocationRegistry, CallsWhatTheTypeOffers) {
 // Which types are asked about a name.
 
 std::vector<int> asked;
-int claimed_by = 0;
+int claimed_by = NoLocation;
 
 template <int TYPE_ASKED>
 int claim(vek_file *record, const char *, const char *, std::int16_t *) {

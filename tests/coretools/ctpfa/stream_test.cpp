@@ -1,7 +1,7 @@
 // Streams: one way to read and write on every kind of store, which version is opened, what is
 // refused, and the conversion of written text.
 #include "coretools/ctfileutil/objextension.h"
-#include "coretools/ctpfa/pfadir.h"
+#include "coretools/ctpfa/pfainfo.h"
 #include "coretools/ctpfa/pfaloc_call.h"
 #include "coretools/ctpfa/pfaput.h"
 #include "coretools/ctpfa/pfastream.h"
@@ -18,12 +18,6 @@
 namespace {
 
 using names = std::vector<std::string>;
-
-names list(const std::string &directory) {
-    scoped_record record(directory);
-    EXPECT_EQ(pfa_open_dir(record), PFA_E_NO_ERROR);
-    return read_names(record);
-}
 
 void expect_files_can_be_written(const std::string &root) {
     EXPECT_EQ(list(root), names());
@@ -100,7 +94,7 @@ TEST(Streams, FindTheHighestVersionAndTheNext) {
     }
 }
 
-TEST(Streams, ThatDoNotOpenChangeNothing) {
+TEST(Streams, FailedOpenChangesNothing) {
     const scratch_tree tree;
     scoped_record file(tree.path + "a.prt"), last(tree.path + "c.prt.32767");
     last->location_type = NoLocation;
@@ -120,6 +114,27 @@ TEST(Streams, ThatDoNotOpenChangeNothing) {
               PFA_E_INVALID_INPUT)
         << "no room for DIR";
     EXPECT_EQ(list(tree.path), names({"c.prt.32767"}));
+}
+
+bool forced_to_store = false;
+
+int note_sync(vek_file *, void **, const void *, int, int sync) {
+    forced_to_store = sync != 0;
+    return PFA_E_NO_ERROR;
+}
+
+TEST(Streams, WritesOfAMountedFileAreForcedToTheStore) {
+    scoped_record file;
+    pfa_loc_register_setup(PfaUNC);
+    pfa_loc_method_register(PfaUNC, PfaWriteFile, note_sync);
+    pfa_loc_register_setup(NoLocation);
+    file->location_type = PfaUNC;
+    file->flags |= PFA_F_OPEN; // as after pfa_fopen
+    EXPECT_EQ(pfa_write_file(file, 1, "x"), PFA_E_NO_ERROR);
+    EXPECT_FALSE(forced_to_store);
+    pfa_set_mounted(file);
+    EXPECT_EQ(pfa_write_file(file, 1, "x"), PFA_E_NO_ERROR);
+    EXPECT_TRUE(forced_to_store);
 }
 
 // A directory that could not be listed for lack of memory counted as one that may not be read.

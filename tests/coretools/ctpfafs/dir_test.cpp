@@ -3,7 +3,6 @@
 #include "coretools/ctdci/dci.h"
 #include "coretools/ctfileutil/objextension.h"
 #include "coretools/ctpfa/pfadir.h"
-#include "coretools/ctpfa/pfadircache.h"
 #include "test_support.h"
 #include "tests/support/failing_malloc.h"
 
@@ -172,8 +171,7 @@ TEST(Notices, FollowACallThatCanChangeADirectory) {
         errno = 0;
         EXPECT_EQ(call.succeeds(), call.error == 0);
         EXPECT_EQ(errno, call.error);
-        const bool cached = pfa_dir_from_cache(tree.path.c_str(), nullptr, nullptr, 1, nullptr, 0);
-        EXPECT_EQ(cached, !call.noticed);
+        EXPECT_EQ(is_cached(tree.path), !call.noticed);
     }
 }
 
