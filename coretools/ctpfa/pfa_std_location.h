@@ -11,5 +11,5 @@ constexpr pfa_location_type PFA_DEFAULT_LOCATION = PfaStdFilesystem;
 // Registers the location types of the system. Called once, by the first allocation of a record.
 void pfa_register_std_filesystem();
 
-// Returns 1 if the record's path is relative to the current directory of a drive, else 0.
+// True if the record's path is relative to the current directory of a drive.
 int pfafs_loc_is_NT_drive_relative(const vek_file *record);

@@ -17,11 +17,11 @@ pfa_status pfa_put_component(vek_file *record, int index, const char *text);
 
 // Returns the length of the component, 0 for an invalid record or index.
 int pfa_component_length(const vek_file *record, int index);
-// 1 if the component is not empty, else 0.
+// True if the component is not empty.
 int pfa_has_component(const vek_file *record, int index);
 
-// 1 if host, device or path (components 0 to 2) holds any text, else 0. Stores the location type, 0
-// for an invalid record; `location_type` may be null.
+// True if host, device or path (components 0 to 2) holds any text. Stores the location type, or
+// NoLocation for an invalid record; `location_type` may be null.
 int pfa_has_location(const vek_file *record, int *location_type);
 
 // Stores the first or last character of the component; `character` may be null. Fails with
@@ -63,7 +63,7 @@ void pfa_substring_to_lower(char *text, int from, int to);
 // Returns the index of the last separator in text[low, high), -1 if there is none.
 int pfa_last_sep_in_range(const char *text, int low, int high, char separator);
 // Stores in [*start, *end) the last piece of text[low, high) between separators, of which one may
-// close the range. Returns 1, or 0 if the piece is empty. A bad range stores -1 and -1.
+// close the range. True if the piece is not empty. A bad range stores -1 and -1.
 int pfa_last_delimited_range(const char *text, int low, int high, char separator,
                              std::int16_t *start, std::int16_t *end);
 // The same over a component, as offsets in the record's text.

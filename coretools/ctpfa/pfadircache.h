@@ -23,8 +23,8 @@
 
 #include "coretools/ctpfa/vek_file.h"
 
-// 1 if the environment variable ___DIR_CACHE_DEBUG is set to a text that does not begin with 'f' or
-// 'F', else 0. It is read once. Traces go to the standard output.
+// True if the environment variable ___DIR_CACHE_DEBUG is set to a text that does not begin with 'f'
+// or 'F'. It is read once. Traces go to the standard output.
 int pfa_dir_cache_debug();
 
 // Notices: a directory has changed and its listing is out of date. They return 0, keep errno, never

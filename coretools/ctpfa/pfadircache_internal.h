@@ -7,11 +7,11 @@
 //   donor       where to store the record to borrow from, from then on marked as lent; null if its
 //               listing is on loan already. May be null: then nothing is lent
 //   index       where to store the entry's index, -1 for none; may be null
-//   returning   1 when a borrower gives its listing back: nothing is dropped
+//   returning   true (1) if a borrower gives its listing back: nothing is dropped
 //   asked       the record to be opened; may be null. Its location says in "PfaDirCacheEligible"
 //               whether it may use the cache
-//   discarding  1 to drop the entry
-// Returns 1 if the listing counts as cached, with a donor or without, else 0.
+//   discarding  true (1) to drop the entry
+// True if the listing counts as cached, with a donor or without.
 int pfa_dir_from_cache(const char *key, vek_file **donor, int *index, int returning,
                        vek_file *asked, int discarding);
 

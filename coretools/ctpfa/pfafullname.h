@@ -23,7 +23,7 @@ pfa_status pfa_get_file_name(const vek_file *record, int include, char out[PFA_P
 pfa_status pfa_get_file_name_mixed_case(const vek_file *record, int include,
                                         char out[PFA_PATH_SIZE], int lower);
 
-// 1 if full names of the record are written in lower case, as its type has it; also for null.
+// True if full names of the record are written in lower case, as its type has it; also for null.
 int pfa_no_mixed_case(const vek_file *record);
 
 // True if the full name of the record, without its host and with its case kept, is exactly `name`;

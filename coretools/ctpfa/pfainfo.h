@@ -3,15 +3,16 @@
 
 #include "coretools/ctpfa/vek_file.h"
 
-// 1 if the record is not null and carries the magic number, else 0.
+// True if the record is not null and carries the magic number.
 inline int pfa_is_valid(const vek_file *record) {
     return record != nullptr && record->magic == PFA_MAGIC ? 1 : 0;
 }
 
-// 1 if the file is on this host: the record names no host, this machine's name in either case, or
-// another name of it that the resolver knows. Else 0; -1 for an invalid record. Asks the resolver
-// only for a record of the standard filesystem with a host.
+// True if the file is on this host: the record names no host, this machine's name in either case,
+// or another name of it that the resolver knows. -1 for an invalid record. Asks the resolver only
+// for a record of the standard filesystem with a host.
 int pfa_is_local(const vek_file *record);
 
-// Marks the file as lying on a file system that is not local. Returns 1; 0 for an invalid record.
+// Marks the file as lying on a file system that is not local. True if the record is
+// valid.
 int pfa_set_mounted(vek_file *record);

@@ -10,8 +10,8 @@
 
 #include "coretools/ctpfa/vek_file.h"
 
-// 1 if the record names a host, a device or an absolute path, or is of a location type without
-// paths; else 0, also if it is not valid.
+// True if the record names a host, a device or an absolute path, or is of a location type without
+// paths. False if it is not valid.
 int pfa_path_is_absolute(const vek_file *record);
 
 // Makes `out` the record `relative` as seen from the directory `base`. An absolute record stays as

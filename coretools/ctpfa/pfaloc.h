@@ -29,7 +29,7 @@
 
 // Opens the registration of a type above NoLocation and below PFA_LOCATION_TYPES, each once in the
 // life of the process, and closes one that is still open; NoLocation only closes. Creates the
-// registry when there is none yet. Returns 1; 0 if the type is refused or there is no memory.
+// registry when there is none yet. True unless the type is refused or there is no memory.
 int pfa_loc_register_setup(int type);
 
 // Stores the implementation of a method in the open registration, in place of one stored before.
@@ -51,7 +51,7 @@ void pfa_loc_method_register(int type, pfa_method_constant<METHOD> method, int s
 void pfa_loc_method_register(int type, int method, int sequence, const pfaloc_impl &implementation);
 
 // Copies the donor's slot of a method (below PFA_METHODS) into the heir's open registration, an
-// empty slot too. Returns 1 if the slot holds an implementation, 0 if it is empty or the copy is
+// empty slot too. True if the slot holds an implementation; false if it is empty or the copy is
 // refused.
 int pfa_loc_type_inherit_method(int heir, int donor, int method);
 

@@ -54,6 +54,6 @@ pfa_status parse_to_pfa(vek_file *record, int parse_location, const char *text);
 pfa_status pfa_to_standard_form(vek_file *record);
 pfa_status pfa_to_standard_form_private(vek_file *record, int directory);
 
-// 1 if `text` is a version number: digits that do not start with 0, or '-' and digits, within 16
-// bits. Else 0, also for null.
+// True if `text`, which may be null, is a version number: digits that do not start with 0, or '-'
+// and digits, within 16 bits.
 int is_vers_string(const char *text);

@@ -1,5 +1,7 @@
 // The path record, a file or directory name in its parts with what is open on it, and the status
 // codes and limits of the file access layer.
+//
+// In all headers of the layer "True if" stands for an int that is 1, else 0.
 #pragma once
 
 #include <cstddef>
