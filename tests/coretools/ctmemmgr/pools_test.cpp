@@ -57,6 +57,9 @@ TEST_F(Pools, GeneralPoolsServeTheirRoundedSize) {
     EXPECT_EQ(find_non_id_clump(1008), -1);
     set_clump_mode_off(0);
     EXPECT_EQ(find_non_id_clump(1008), pool);
+    set_dbg_memory_config(1);
+    EXPECT_EQ(get_dbg_memory_config(), 1);
+    set_dbg_memory_config(0);
 }
 
 using Zones = MemoryTest;

@@ -332,6 +332,7 @@ TEST_F(DirectoryCache, ReleasesApplicationDataWithTheListing) {
         list("mem:/e/");
         pfa_dir_name_update_cache("mem:/d/");
     };
+    EXPECT_EQ(pfa_register_dir_appdata(DIR_CACHE_APPDATA_TYPES, release), PFA_E_INVALID_INPUT);
     ASSERT_EQ(pfa_register_dir_appdata(3, release), PFA_E_NO_ERROR);
     scoped_record directory("mem:/d/");
     ASSERT_EQ(pfa_open_dir(directory), PFA_E_NO_ERROR);

@@ -72,6 +72,8 @@ TEST(LocationRegistry, StoresWhatFitsInTheOpenRegistration) {
         EXPECT_EQ(reports.take(), "type PfaList (7) already registered");
         pfa_loc_method_register(OTHER_TYPE, PfaIsFolder, seven);
         EXPECT_EQ(reports.take(), "registry open for type PfaList, not type PfaUNC");
+        pfa_loc_method_register(TYPE, int(PfaDeviceIdx), PLM_CALL_F, seven);
+        EXPECT_EQ(reports.take(), "");
         pfa_loc_method_register(TYPE, int(PfaIsFolder), PLM_CALL_F, eight);
         EXPECT_EQ(reports.take(), "PfaIsFolder should be PLM_CALL_F, not PLM_CALL_FP");
         pfa_loc_method_register(TYPE, int(PfaGetMode), PLM_CALL_FP, nine);
