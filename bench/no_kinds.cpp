@@ -6,10 +6,12 @@
 
 namespace {
 
-dirent *next_without_kind(const char *name, DIR *directory) {
-    using function = dirent *(*)(DIR *);
-    const auto original = reinterpret_cast<function>(dlsym(RTLD_NEXT, name));
-    dirent *entry = original(directory);
+template <class Entry>
+using reader = Entry *(*)(DIR *);
+
+template <class Entry>
+Entry *next_without_kind(reader<Entry> original, DIR *directory) {
+    Entry *entry = original(directory);
     if (entry != nullptr) {
         entry->d_type = DT_UNKNOWN;
     }
@@ -19,9 +21,11 @@ dirent *next_without_kind(const char *name, DIR *directory) {
 } // namespace
 
 extern "C" dirent *readdir(DIR *directory) {
-    return next_without_kind("readdir", directory);
+    static const auto original = reinterpret_cast<reader<dirent>>(dlsym(RTLD_NEXT, "readdir"));
+    return next_without_kind(original, directory);
 }
 
 extern "C" dirent64 *readdir64(DIR *directory) {
-    return reinterpret_cast<dirent64 *>(next_without_kind("readdir64", directory));
+    static const auto original = reinterpret_cast<reader<dirent64>>(dlsym(RTLD_NEXT, "readdir64"));
+    return next_without_kind(original, directory);
 }

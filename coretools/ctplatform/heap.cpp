@@ -10,7 +10,8 @@
 #include <unistd.h>
 
 void ctp_reserve_heap(std::size_t bytes) {
-    // The C library's own values, which are in force until they are set.
+    // The C library's defaults, set again below. From the first setting on they no longer adapt to
+    // use.
     constexpr int TOP_PAD = 128 * 1024;
     constexpr int MMAP_THRESHOLD = 128 * 1024;
     // A block that the heap has to grow for, in place of a mapping of its own.
