@@ -18,9 +18,11 @@
 #include <cstdarg>
 #include <cstdlib>
 #include <string>
+#include <thread>
 #include <utility>
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 namespace {
 
@@ -146,6 +148,23 @@ TEST(Report, KeepsItsMarkThroughTrapsInsideAndLosesItToOnesThatLeave) {
     });
     const std::string report = "place:  bad\ninner: inner\nbad\nouter: outer\n";
     EXPECT_EQ(child.out, report + report + "not trapped\n" + CONTINUES);
+    EXPECT_EQ(child.status, 0);
+}
+
+TEST(Report, LeavesItsLocksToOtherThreads) {
+    const child_result child = run_in_child([] {
+        switch_on(RUN_MODE_PFA_TRACE);
+        set_dbg_err_crash(DBG_ERR_CONTINUES);
+        EnableThreading();
+        alarm(10); // ends a thread that waits forever
+        const auto report = [] {
+            dbg_err_crash("place", nullptr);
+            dbg_err_syserr("place", nullptr);
+            dbg_print_info("place", nullptr);
+        };
+        report();
+        std::thread(report).join();
+    });
     EXPECT_EQ(child.status, 0);
 }
 
