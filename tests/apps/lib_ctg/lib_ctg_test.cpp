@@ -2,6 +2,7 @@
 #include "apps/lib_ctg/ctgcore.h"
 #include "apps/lib_ctg/ctgfile.h"
 #include "apps/lib_ctg/ctgscan.h"
+#include "coretools/ctmemmgr/block_debug.h"
 #include "coretools/ctmemmgr/getmem.h"
 #include "tests/support/scratch_tree.h"
 
@@ -69,6 +70,9 @@ TEST_F(Library, BuiltTwiceInOneProcess) {
     expect_built(2);
     std::filesystem::remove(root_ + "/bolt.prt");
     expect_built(1);
+    const std::int64_t blocks = get_memory_statistics().num_blocks;
+    expect_built(1);
+    EXPECT_EQ(get_memory_statistics().num_blocks, blocks);
 }
 
 TEST_F(Library, StopsAtTheMostMembersThatTheListsHold) {

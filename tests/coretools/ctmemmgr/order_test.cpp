@@ -83,6 +83,8 @@ void check_rbtree(const btree *tree, const std::set<int> &model, int key) {
 TEST(Rbtree, RandomOperationsAgreeWithASet) {
     std::mt19937 random(3);
     for (const unsigned keys : {1U, 3U, 40U, 300U}) {
+        rlsmem(getmem(1)); // what a process makes once is there
+        const std::int64_t blocks = live_blocks();
         btree *tree = nullptr;
         for (long nth = 0; tree == nullptr; ++nth) {
             fail_allocation(nth, false);
@@ -113,6 +115,7 @@ TEST(Rbtree, RandomOperationsAgreeWithASet) {
         EXPECT_EQ(btree_add_node_to_free_list(tree, node, sizeof(rbtree_node)), 1);
         EXPECT_EQ(btree_add_node_to_free_list(tree, node, sizeof(rbtree_node)), 0);
         free_btree(&tree);
+        EXPECT_EQ(live_blocks(), blocks);
     }
 }
 

@@ -2,6 +2,7 @@
 // it from the directory cache.
 #include "coretools/ctdci/dci.h"
 #include "coretools/ctfileutil/objextension.h"
+#include "coretools/ctmemmgr/block_debug.h"
 #include "coretools/ctpfa/pfadir.h"
 #include "test_support.h"
 #include "tests/support/failing_malloc.h"
@@ -81,7 +82,14 @@ TEST(Directories, AreOpenedWholeOrNotAtAll) {
     }
     directory whole(tree());
     int failures = 0;
-    const auto open = [&] { return fail_allocation(failures, false), whole.open(); };
+    const auto open = [&] {
+        const std::int64_t blocks = get_memory_statistics().num_blocks;
+        fail_allocation(failures, false);
+        const int status = whole.open();
+        fail_allocation(NO_FAILURE, false);
+        const bool lost = status != PFA_E_NO_ERROR && get_memory_statistics().num_blocks != blocks;
+        return lost ? int(PFA_E_ERROR) : status;
+    };
     while (in_child([] {}, open) == PFA_E_OUT_OF_MEMORY) {
         ++failures;
     }
